@@ -1,0 +1,27 @@
+# korvo_add_test(NAME name SOURCES file... [LIBS target...] [LABELS label...])
+#
+# Builds one GoogleTest and GoogleMock program from the sources and registers each of its test cases
+# with ctest as "name.Suite.Case". The cases are listed when ctest starts, not when the program is
+# linked, so that a build does not have to run what it builds.
+
+include(GoogleTest)
+
+function(korvo_add_test)
+  cmake_parse_arguments(PARSE_ARGV 0 arg "" "NAME" "SOURCES;LIBS;LABELS")
+  if(NOT arg_NAME OR NOT arg_SOURCES OR arg_UNPARSED_ARGUMENTS)
+    message(FATAL_ERROR "korvo_add_test(NAME name SOURCES file... [LIBS target...] [LABELS label...])")
+  endif()
+  add_executable(${arg_NAME} ${arg_SOURCES})
+  target_link_libraries(${arg_NAME} PRIVATE ${arg_LIBS} GTest::gmock GTest::gmock_main)
+  set_target_properties(${arg_NAME} PROPERTIES
+    RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests/bin")
+  set(properties TIMEOUT 120)
+  if(arg_LABELS)
+    list(APPEND properties LABELS "${arg_LABELS}")
+  endif()
+  gtest_discover_tests(${arg_NAME}
+    TEST_PREFIX "${arg_NAME}."
+    DISCOVERY_MODE PRE_TEST
+    DISCOVERY_TIMEOUT 120
+    PROPERTIES ${properties})
+endfunction()
