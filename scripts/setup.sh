@@ -1,3 +1,6 @@
+# shellcheck shell=bash
+# The package lists are for ./dev, and `top` comes from there.
+# shellcheck disable=SC2034,SC2154
 # Sourced by ./dev: installs the Debian packages that a command needs, and brings fmt 10.
 #
 #   needPackages NAME...   installs those of the packages that are missing
@@ -90,6 +93,7 @@ codename() { (. /etc/os-release && printf '%s' "${VERSION_CODENAME:-}"); }
 # The archive roots from which this machine takes its own Debian suite, as apt itself reads its
 # sources (one-line and deb822 form alike), other suppliers' suites left out.
 debianArchives() {
+  # shellcheck disable=SC2016  # apt itself fills in its $(NAME)s
   apt-get indextargets --no-release-info --format '$(RELEASE) $(COMPONENT) $(REPO_URI)' \
     'Created-By: Packages' | awk -v suite="$1" '$1 == suite && $2 == "main" && !seen[$3]++ { print $3 }'
 }

@@ -1,0 +1,109 @@
+#!/usr/bin/python3
+"""Runs clang-tidy over the sources of a build tree, as few of them as possible.
+
+    scripts/tidy.py BUILD_DIR [--seconds N] [--jobs N] [FILE...]
+
+A source that passed is not looked at again until its text, a header of the tree that it includes,
+its compile command, .clang-tidy or clang-tidy itself changes. What passed is remembered in
+BUILD_DIR/tidy. Sources that git reports as changed since the last commit go first, so that they
+are looked at even when the time given does not last for all; the rest is then named as skipped.
+Exit status: 0 all that was looked at passed, 1 findings.
+"""
+
+import argparse
+import concurrent.futures
+import hashlib
+import json
+import os
+import pathlib
+import re
+import subprocess
+import sys
+import time
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+
+
+def run(*command):
+    return subprocess.run(command, cwd=ROOT, capture_output=True, text=True, check=False)
+
+
+def headersOfTheTree(build):
+    """Object file -> files of the tree that it was compiled from, as ninja remembers them."""
+    depends, target = {}, None
+    for line in run("ninja", "-C", str(build), "-t", "deps").stdout.splitlines():
+        if line.startswith("    "):
+            path = pathlib.Path(os.path.normpath(build / line.strip()))
+            if path.is_relative_to(ROOT) and not path.is_relative_to(ROOT / "build"):
+                depends[target].append(path)
+        elif ": #deps" in line:
+            target = line.split(": #deps")[0]
+            depends[target] = []
+    return depends
+
+
+def fingerprint(entry, dependencies, settings):
+    digest = hashlib.sha256(settings + entry["command"].encode())
+    for path in sorted({pathlib.Path(entry["file"]), *dependencies}):
+        digest.update(path.read_bytes() if path.exists() else b"gone")
+    return digest.hexdigest()
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
+    parser.add_argument("build", type=pathlib.Path)
+    parser.add_argument("files", nargs="*", type=pathlib.Path)
+    parser.add_argument("--seconds", type=float, default=float(os.environ.get("KORVO_TIDY_SECONDS", 1200)))
+    parser.add_argument("--jobs", type=int, default=int(os.environ.get("KORVO_JOBS", os.cpu_count())))
+    arguments = parser.parse_args()
+    build = arguments.build.resolve()
+    end = time.monotonic() + arguments.seconds
+
+    settings = (ROOT / ".clang-tidy").read_bytes() + run("clang-tidy", "--version").stdout.encode()
+    depends = headersOfTheTree(build)
+    wanted = {path.resolve() for path in arguments.files}
+    changed = {ROOT / line[3:] for line in run("git", "status", "--porcelain", "-uall").stdout.splitlines()}
+    remembered = build / "tidy"
+    remembered.mkdir(exist_ok=True)
+
+    todo = []
+    for entry in json.loads((build / "compile_commands.json").read_text()):
+        source = pathlib.Path(entry["file"])
+        if not source.is_relative_to(ROOT) or source.is_relative_to(ROOT / "build"):
+            continue
+        if wanted and source not in wanted:
+            continue
+        output = re.search(r" -o (\S+)", entry["command"])
+        files = depends.get(output.group(1) if output else "", [])
+        stamp = remembered / (str(source.relative_to(ROOT)).replace("/", "+") + ".ok")
+        key = fingerprint(entry, files, settings)
+        if stamp.exists() and stamp.read_text() == key:
+            continue
+        todo.append((source not in changed, str(source), stamp, key))
+    todo.sort()
+
+    def look(item):
+        _, source, stamp, key = item
+        if time.monotonic() > end:
+            return source, None, ""
+        result = run("clang-tidy", "--quiet", "-p", str(build), source)
+        if result.returncode == 0:
+            stamp.write_text(key)
+        return source, result.returncode == 0, result.stdout + ("" if result.stdout else result.stderr)
+
+    skipped, bad = [], 0
+    with concurrent.futures.ThreadPoolExecutor(arguments.jobs) as pool:
+        for source, passed, text in pool.map(look, todo):
+            if passed is None:
+                skipped.append(os.path.relpath(source, ROOT))
+            elif not passed:
+                bad += 1
+                print(text.strip(), flush=True)
+    print(f"   {len(todo) - len(skipped)} looked at, {bad} with findings, {len(skipped)} skipped for time")
+    for source in skipped:
+        print(f"   skipped: {source}")
+    return 1 if bad else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
