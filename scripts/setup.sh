@@ -51,13 +51,13 @@ needPackages() {
   local missing
   mapfile -t missing < <(missingPackages "$@")
   [[ ${#missing[@]} -eq 0 ]] && return
-  say "installing ${missing[*]}"
   local script='apt-get update && DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends "$@"'
   if [[ $(id -u) -ne 0 ]] && ! asRoot true; then
     printf 'dev: packages are missing, and there is no way to become root here. Run as root:\n' >&2
     printf '  apt-get update && apt-get install -y --no-install-recommends %s\n' "${missing[*]}" >&2
     exit 2
   fi
+  say "installing ${missing[*]}"
   asRoot sh -c "$script" sh "${missing[@]}" </dev/null >&2 || die "apt could not install: ${missing[*]}"
 }
 
@@ -107,8 +107,8 @@ fetchFmt10() {
   work=$top/build/deps/apt
   rm -rf "$work"
   mkdir -p "$work"
-  # An apt started as root leaves its rights for a user who may not enter the folder of this tree.
   work=$(cd "$work" && pwd -P)
+  # The sandbox user: an apt started as root would otherwise become one who may not enter this tree.
   cat >"$work/apt.conf" <<CONF
 #clear APT::Update::Pre-Invoke;
 #clear APT::Update::Post-Invoke;

@@ -4,7 +4,7 @@
     scripts/tidy.py BUILD_DIR [--seconds N] [--jobs N] [FILE...]
 
 A source that passed is not looked at again until its text, a header of the tree that it includes,
-its compile command, .clang-tidy or clang-tidy itself changes. What passed is remembered in
+its compile command, a .clang-tidy or clang-tidy itself changes. What passed is remembered in
 BUILD_DIR/tidy. Sources that git reports as changed since the last commit go first, so that they
 are looked at even when the time given does not last for all; the rest is then named as skipped.
 Exit status: 0 all that was looked at passed, 1 findings.
@@ -59,7 +59,9 @@ def main():
     build = arguments.build.resolve()
     end = time.monotonic() + arguments.seconds
 
-    settings = (ROOT / ".clang-tidy").read_bytes() + run("clang-tidy", "--version").stdout.encode()
+    settings = run("clang-tidy", "--version").stdout.encode()
+    for file in run("git", "ls-files", "*.clang-tidy").stdout.split():
+        settings += (ROOT / file).read_bytes()
     depends = headersOfTheTree(build)
     wanted = {path.resolve() for path in arguments.files}
     changed = {ROOT / line[3:] for line in run("git", "status", "--porcelain", "-uall").stdout.splitlines()}
