@@ -1,0 +1,111 @@
+// Monotonic clocks, injected wherever time is measured.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+
+#include "platform/base/Ptr.h"
+
+namespace Qel {
+
+using Duration = std::chrono::nanoseconds;
+
+/** A monotonic clock: time since an arbitrary start. */
+class Clock : public RefCounted {
+ public:
+  virtual Duration now() const = 0;
+  /**
+   * Whether the clock advances with the processor's cycle counter, so that a reader may skip
+   * reading it while that counter has hardly moved. False for a clock that a test moves.
+   */
+  virtual bool followsCycleCounter() const noexcept { return false; }
+};
+
+/** The operating system's monotonic clock. */
+class SteadyClock final : public Clock {
+ public:
+  Duration now() const override { return std::chrono::steady_clock::now().time_since_epoch(); }
+  bool followsCycleCounter() const noexcept override { return true; }
+};
+
+/** A clock that stands still until it is moved, forwards or backwards. */
+class ManualClock final : public Clock {
+ public:
+  Duration now() const override {
+    now_ += perReading_;
+    return now_;
+  }
+  void nowIs(Duration now) noexcept { now_ = now; }
+  void advance(Duration by) noexcept { now_ += by; }
+  /** Every reading moves the clock by `step` first; lets time pass inside code under test. */
+  void perReadingIs(Duration step) noexcept { perReading_ = step; }
+
+ private:
+  mutable Duration now_{0};
+  Duration perReading_{0};
+};
+
+/**
+ * The processor's cycle counter, an order of magnitude cheaper than a clock reading; 0 where there
+ * is none that user code can read. Only differences on one thread mean anything.
+ */
+inline std::uint64_t cycleCounter() noexcept {
+#if defined(__x86_64__)
+  return __builtin_ia32_rdtsc();
+#elif defined(__aarch64__)
+  std::uint64_t ticks;
+  asm volatile("mrs %0, cntvct_el0" : "=r"(ticks));
+  return ticks;
+#else
+  return 0;
+#endif
+}
+
+/**
+ * Measures one time budget on a clock, at the price of a cycle-counter reading per question: the
+ * clock itself is read only when some microseconds may have passed since it was read last.
+ */
+class BudgetTimer {
+ public:
+  /** Starts the budget now. `clock` must outlive the timer. */
+  void start(const Clock& clock, Duration budget) {
+    clock_ = &clock;
+    budget_ = budget;
+    followsCycles_ = clock.followsCycleCounter();
+    start_ = clock.now();
+    lastCycles_ = cycleCounter();
+  }
+
+  /**
+   * Whether more than the budget has passed since start(). A clock that ran backwards counts as
+   * spent: the caller ends its slice and starts the next one on the new time.
+   */
+  bool spent() {
+    if (followsCycles_) {
+      const std::uint64_t cycles = cycleCounter();
+      if (cycles - lastCycles_ < kCyclesBetweenReadings) return false;
+      lastCycles_ = cycles;
+    }
+    const Duration elapsed = clock_->now() - start_;
+    return elapsed > budget_ || elapsed < Duration::zero();
+  }
+
+  Duration elapsed() const { return clock_->now() - start_; }
+
+ private:
+#if defined(__x86_64__)
+  static constexpr std::uint64_t kCyclesBetweenReadings = 32768;  // about 10 us at 3 GHz
+#elif defined(__aarch64__)
+  static constexpr std::uint64_t kCyclesBetweenReadings = 256;  // about 10 us at 25 MHz
+#else
+  static constexpr std::uint64_t kCyclesBetweenReadings = 0;  // no counter: read the clock
+#endif
+
+  const Clock* clock_ = nullptr;
+  Duration budget_{0};
+  Duration start_{0};
+  std::uint64_t lastCycles_ = 0;
+  bool followsCycles_ = false;
+};
+
+}  // namespace Qel

@@ -1,0 +1,152 @@
+#include "platform/base/Trace.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <charconv>
+#include <cstring>
+#include <map>
+
+#include "platform/base/Exceptions.h"
+
+namespace Qel {
+
+namespace {
+
+struct Tracing {
+  std::mutex mutex;
+  std::map<std::string, std::unique_ptr<TraceHandle>, std::less<>> handles;
+  std::shared_ptr<TraceSink> sink = std::make_shared<StderrTraceSink>();
+};
+
+Tracing& tracing() {
+  // Never destroyed: objects that die during static destruction may still trace.
+  static auto* const instance = new Tracing;
+  return *instance;
+}
+
+bool writeAll(int fd, std::string_view text) noexcept {
+  while (!text.empty()) {
+    const ssize_t n = ::write(fd, text.data(), text.size());
+    if (n < 0) {
+      if (errno == EINTR) continue;
+      return false;
+    }
+    text.remove_prefix(static_cast<std::size_t>(n));
+  }
+  return true;
+}
+
+}  // namespace
+
+TraceHandle& traceHandle(std::string_view name) {
+  Tracing& all = tracing();
+  const std::lock_guard lock(all.mutex);
+  auto it = all.handles.find(name);
+  if (it == all.handles.end()) {
+    auto handle = std::make_unique<TraceHandle>(std::string(name));
+    it = all.handles.emplace(std::string(name), std::move(handle)).first;
+  }
+  return *it->second;
+}
+
+void traceSettingIs(std::string_view setting) {
+  const std::size_t equals = setting.find('=');
+  int level = 0;
+  if (equals != std::string_view::npos && equals != 0) {
+    const std::string_view digits = setting.substr(equals + 1);
+    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), level);
+    if (error == std::errc{} && end == digits.data() + digits.size() && level >= 0 && level <= 9) {
+      traceHandle(setting.substr(0, equals)).levelIs(level);
+      return;
+    }
+  }
+  throw ParseException(
+      fmt::format("\"{}\" is no trace setting: write HANDLE=LEVEL with a level from 0 to 9, "
+                  "for example KorvoL2CliCallbacks=8",
+                  setting));
+}
+
+std::string TraceRecord::text() const {
+  return fmt::format("{} {} {} {}:{} {}", handle, level, unit, function, line, message);
+}
+
+void StderrTraceSink::write(const TraceRecord& record) noexcept {
+  try {
+    writeAll(STDERR_FILENO, record.text() + "\n");
+  } catch (...) {  // out of memory: the line is lost, the process is not
+  }
+}
+
+FileTraceSink::FileTraceSink(const std::string& path)
+    : fd_(::open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0640)) {
+  if (fd_ < 0) {
+    throw Exception(fmt::format("cannot open trace file {}: {}", path, std::strerror(errno)));
+  }
+}
+
+FileTraceSink::~FileTraceSink() { ::close(fd_); }
+
+void FileTraceSink::write(const TraceRecord& record) noexcept {
+  try {
+    if (lost_ != 0) {
+      if (!writeAll(fd_, fmt::format("({} trace lines lost: the file took none)\n", lost_))) {
+        ++lost_;
+        return;
+      }
+      lost_ = 0;
+    }
+    if (!writeAll(fd_, record.text() + "\n")) ++lost_;
+  } catch (...) {
+    ++lost_;
+  }
+}
+
+void CapturingTraceSink::write(const TraceRecord& record) noexcept {
+  try {
+    lines_.push_back({std::string(record.handle), record.level, std::string(record.unit),
+                      std::string(record.function), record.line, std::string(record.message)});
+  } catch (...) {
+  }
+}
+
+std::vector<std::string> CapturingTraceSink::messages() const {
+  std::vector<std::string> result;
+  for (const Line& line : lines_) result.push_back(line.message);
+  return result;
+}
+
+bool CapturingTraceSink::contains(std::string_view message) const { return count(message) != 0; }
+
+std::size_t CapturingTraceSink::count(std::string_view message) const {
+  return static_cast<std::size_t>(
+      std::ranges::count_if(lines_, [&](const Line& line) { return line.message == message; }));
+}
+
+std::shared_ptr<TraceSink> traceSinkIs(std::shared_ptr<TraceSink> sink) {
+  if (sink == nullptr) sink = std::make_shared<StderrTraceSink>();
+  Tracing& all = tracing();
+  const std::lock_guard lock(all.mutex);
+  std::swap(all.sink, sink);
+  return sink;
+}
+
+namespace Detail {
+
+void traceWrite(const TraceHandle& handle, int level, std::string_view unit,
+                std::string_view function, int line, fmt::string_view format,
+                fmt::format_args args) noexcept {
+  try {
+    const std::string message = fmt::vformat(format, args);
+    Tracing& all = tracing();
+    const std::lock_guard lock(all.mutex);
+    all.sink->write({handle.name(), level, unit, function, line, message});
+  } catch (...) {  // a trace line never changes what the traced code does
+  }
+}
+
+}  // namespace Detail
+
+}  // namespace Qel

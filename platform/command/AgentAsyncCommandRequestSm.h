@@ -1,0 +1,106 @@
+// The base of every time-sliced request state machine.
+//
+// A request that walks a large table is an object that the agent calls again and again. Each call
+// (a slice) prints as many rows as its budget allows, remembers where it stopped and returns; when
+// the table is exhausted the machine sets its execution-complete flag and the agent releases it.
+//
+// The contract between the machine and who drives it:
+//  - runCommand() is one slice. It is never entered twice at once, and not called again once
+//    executionCompleteFlag() is set.
+//  - Inside a slice the machine asks shouldYield() after every row that it printed, and only then.
+//    True means: remember the next row's key and return.
+//  - shouldYield() is true when the slice has run longer than maxRunTime on the machine's clock;
+//    also when the slice has filled its output window or the socket takes no more, so that a
+//    reader that is slow or gone costs bounded memory and a slice that prints fast stays short.
+//  - It is asked after a row, so every slice prints at least one, whatever the clock does.
+//  - An exception that leaves runCommand() ends the request; the machine is not called again.
+//
+// Threading: the agent's event-loop thread only.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "platform/base/Clock.h"
+#include "platform/base/Entity.h"
+#include "platform/command/AgentCommandRequest.h"
+
+namespace AgentCommand {
+
+/** What bounds a slice besides its time. */
+struct SlicePolicy {
+  /** Bytes that a slice may print before it yields. */
+  std::size_t outputWindow = 256 * 1024;
+  /** Rows that a slice may print before it yields; 0 is no limit. For tests and debugging. */
+  std::uint32_t rowBudget = 0;
+};
+
+class AgentAsyncCommandRequestSm : public Qel::Entity {
+ public:
+  /** Runs one slice on the request's socket and format; hands the output to the socket at its end.
+   */
+  virtual void runCommand() final;
+  /** Whether the slice should end now; asked once after every printed row. */
+  virtual bool shouldYield() final {
+    ++rows_;
+    ++rowsInSlice_;
+    buffer_->unitEnd();
+    return buffer_->sliceFull() || rowsInSlice_ == policy_.rowBudget || timer_.spent();
+  }
+  /** The body of a slice; a machine overrides it. `format` is a Rendering::OutputFormat. */
+  virtual void handleAsyncCommand(std::uint32_t socket, std::uint32_t format);
+
+  const std::string& name() const noexcept { return name_; }
+  const Qel::Ptr<const AgentCommandRequest>& agentCommandRequest() const noexcept {
+    return agentCommandRequest_;
+  }
+  Qel::Duration maxRunTime() const noexcept { return maxRunTime_; }
+  const Qel::Ptr<const Qel::Clock>& clock() const noexcept { return clock_; }
+  Rendering::RendererV2& renderer() const noexcept { return agentCommandRequest_->renderer(); }
+
+  /** Takes the machine into service; a machine calls it from handleInitialized(). */
+  void initializeSm() noexcept { initialized_ = true; }
+  bool initialized() const noexcept { return initialized_; }
+
+  /** Set by the machine when its walk has ended and its trailer is written. */
+  bool executionCompleteFlag() const noexcept { return executionCompleteFlag_; }
+  void executionCompleteFlagIs(bool complete) {
+    attributeIs(executionCompleteFlag_, complete, "executionCompleteFlag");
+  }
+
+  const SlicePolicy& slicePolicy() const noexcept { return policy_; }
+  void slicePolicyIs(const SlicePolicy& policy) noexcept { policy_ = policy; }
+
+  /** Rows printed, slices run, and the longest slice so far. */
+  std::uint64_t rows() const noexcept { return rows_; }
+  std::uint64_t slices() const noexcept { return slices_; }
+  Qel::Duration worstSlice() const noexcept { return worstSlice_; }
+
+  const Qel::TypeData& typeData() const noexcept override;
+
+ protected:
+  /**
+   * `maxRunTime` is the time budget of one slice, measured on `clock`. Throws AssertionException
+   * when request or clock is null.
+   */
+  AgentAsyncCommandRequestSm(std::string name, Qel::Ptr<const AgentCommandRequest> request,
+                             Qel::Duration maxRunTime, Qel::Ptr<const Qel::Clock> clock);
+  ~AgentAsyncCommandRequestSm() override;
+
+ private:
+  std::string name_;
+  Qel::Ptr<const AgentCommandRequest> agentCommandRequest_;
+  Qel::Duration maxRunTime_;
+  Qel::Ptr<const Qel::Clock> clock_;
+  Rendering::PrintBuffer* buffer_;  // the renderer's, at hand for shouldYield()
+  Qel::BudgetTimer timer_;
+  SlicePolicy policy_;
+  std::uint64_t rows_ = 0;
+  std::uint64_t slices_ = 0;
+  Qel::Duration worstSlice_{0};
+  std::uint32_t rowsInSlice_ = 0;
+  bool initialized_ = false;
+  bool executionCompleteFlag_ = false;
+};
+
+}  // namespace AgentCommand

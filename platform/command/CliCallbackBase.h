@@ -1,0 +1,95 @@
+// The two bases of a plug-in's command callbacks, and what they tell their host.
+//
+// A host (an agent) creates a plug-in's callbacks through its plug-in entry, gives each its layer-2
+// agent object, and calls them for every command. A callback writes its answer to the socket, or
+// gives back a state machine that does. What became of the command is told in outcome(), for the
+// socket carries answers only.
+//
+// Threading: the agent's event-loop thread only; one command at a time.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <utility>
+
+#include "platform/base/Entity.h"
+#include "platform/command/AgentAsyncCommandRequestSm.h"
+#include "platform/command/AgentCommandRequest.h"
+
+namespace KorvoL2 {
+class L2Agent;
+}
+
+namespace AgentCommand {
+
+/** What became of the last command. */
+struct CommandOutcome {
+  enum class Kind : std::uint8_t {
+    handled,    ///< a handler took it
+    noHandler,  ///< no handler's condition held
+    notReady,   ///< the agent or something that the command needs is not there yet
+  };
+  Kind kind = Kind::handled;
+  /** For notReady: what is missing, as the trace says it. Empty otherwise. */
+  std::string reason;
+};
+
+/** What both callback bases share. */
+class CliCallbackCommon : public Qel::Entity {
+ public:
+  /** The name given by the agent, and the plug-in's fixed second name. */
+  const std::string& name() const noexcept { return name_; }
+  const std::string& secondName() const noexcept { return secondName_; }
+
+  /** The agent's layer-2 object, not owned; null until the agent is far enough. */
+  KorvoL2::L2Agent* l2Agent() const noexcept { return l2Agent_; }
+  void l2AgentIs(KorvoL2::L2Agent* agent) { attributeIs(l2Agent_, agent, "l2Agent"); }
+
+  const CommandOutcome& outcome() const noexcept { return outcome_; }
+
+ protected:
+  CliCallbackCommon(std::string name, std::string secondName)
+      : name_(std::move(name)), secondName_(std::move(secondName)) {}
+  void outcomeIs(CommandOutcome outcome) { outcome_ = std::move(outcome); }
+
+ private:
+  std::string name_;
+  std::string secondName_;
+  KorvoL2::L2Agent* l2Agent_ = nullptr;
+  CommandOutcome outcome_;
+};
+
+/** Answers plain-text commands. */
+class CliCallbackBase : public CliCallbackCommon {
+ public:
+  /**
+   * Answers `command` on `socket`. The callback may close the socket; the host finds out (see
+   * docs/embedding.md) and closes it otherwise.
+   */
+  virtual void handleCommand(std::uint32_t socket, std::string command) = 0;
+
+ protected:
+  using CliCallbackCommon::CliCallbackCommon;
+};
+
+/** Turns commands into time-sliced request state machines. */
+class AgentCommandCallback {
+ public:
+  virtual ~AgentCommandCallback() = default;
+  /** The state machine that serves `request`, or null when there is none; then see outcome(). */
+  virtual Qel::Ptr<AgentAsyncCommandRequestSm> createAgentAsyncCommandRequestSm(
+      Qel::Ptr<const AgentCommandRequest> request) = 0;
+};
+
+/** Answers commands whose answer is text or JSON, at once or through a state machine. */
+class CliCallbackBaseWithFormat : public CliCallbackCommon, public AgentCommandCallback {
+ public:
+  /** Answers at once; `outputFormat` is a Rendering::OutputFormat. */
+  virtual void handleCommand(std::uint32_t socket, std::string command,
+                             std::uint32_t outputFormat) = 0;
+
+ protected:
+  using CliCallbackCommon::CliCallbackCommon;
+};
+
+}  // namespace AgentCommand
