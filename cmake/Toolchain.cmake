@@ -27,8 +27,10 @@ set(CMAKE_VERIFY_INTERFACE_HEADER_SETS ON)
 
 # Headers are included from the root of the tree.
 include_directories("${CMAKE_SOURCE_DIR}")
-# __FILE__ names a file from the root too: traces do not depend on where the tree was built.
-add_compile_options("-fmacro-prefix-map=${CMAKE_SOURCE_DIR}/=")
+# __FILE__ names a file from the root too: traces do not depend on where the tree was built. ccache
+# gives the compiler paths relative to the build folder, which are mapped likewise.
+file(RELATIVE_PATH sourceFromBuild "${CMAKE_BINARY_DIR}" "${CMAKE_SOURCE_DIR}")
+add_compile_options("-fmacro-prefix-map=${CMAKE_SOURCE_DIR}/=" "-fmacro-prefix-map=${sourceFromBuild}=")
 
 if(KORVO_LTO)
   set(CMAKE_INTERPROCEDURAL_OPTIMIZATION ON)
