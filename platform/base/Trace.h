@@ -47,8 +47,8 @@ void traceSettingIs(std::string_view setting);
 struct TraceRecord {
   std::string_view handle;
   int level;
-  std::string_view unit;  // source file without its folder
-  std::string_view function;
+  std::string_view unit;      // source file without its folder
+  std::string_view function;  // qualified by its class: "KorvoL2::CliCallback::handleCommand"
   int line;
   std::string_view message;
 
@@ -114,8 +114,19 @@ std::shared_ptr<TraceSink> traceSinkIs(std::shared_ptr<TraceSink> sink);
 
 namespace Detail {
 
-consteval std::string_view baseName(std::string_view path) {
+constexpr std::string_view baseName(std::string_view path) {
   return path.substr(path.find_last_of('/') + 1);
+}
+
+/**
+ * "A::b" out of what the compilers make of a function's signature, "void A::b(int) const"; `plain`,
+ * the function's bare name, for one in an unnamed namespace or a lambda, whose signatures differ.
+ */
+constexpr std::string_view qualifiedName(std::string_view signature, std::string_view plain) {
+  const std::string_view head = signature.substr(0, signature.find('('));
+  const std::string_view name = head.substr(head.find_last_of(" *&") + 1);
+  const bool usable = name.ends_with(plain) && name.find_first_of("<{") == std::string_view::npos;
+  return usable ? name : plain;
 }
 
 void traceWrite(const TraceHandle& handle, int level, std::string_view unit,
@@ -134,10 +145,11 @@ template <class... Args>
 
 }  // namespace Qel
 
-#define QEL_TRACE(handle, level, ...)                                                      \
-  do {                                                                                     \
-    if ((handle).enabled(level)) [[unlikely]] {                                            \
-      ::Qel::Detail::trace((handle), (level), ::Qel::Detail::baseName(__FILE__), __func__, \
-                           __LINE__, __VA_ARGS__);                                         \
-    }                                                                                      \
+#define QEL_TRACE(handle, level, ...)                                                             \
+  do {                                                                                            \
+    if ((handle).enabled(level)) [[unlikely]] {                                                   \
+      ::Qel::Detail::trace((handle), (level), ::Qel::Detail::baseName(__FILE__),                  \
+                           ::Qel::Detail::qualifiedName(__PRETTY_FUNCTION__, __func__), __LINE__, \
+                           __VA_ARGS__);                                                          \
+    }                                                                                             \
   } while (false)
