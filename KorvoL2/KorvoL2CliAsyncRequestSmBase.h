@@ -1,0 +1,4 @@
+// The generic request state machines.
+#pragma once
+
+#include "KorvoL2/KorvoL2CliAsyncRequestSmBase/L2SwTableRequestSmBase.h"  // IWYU pragma: export

@@ -1,0 +1,24 @@
+// What every request state machine does in the same way at its birth and at its end.
+#pragma once
+
+#include <utility>
+
+#include "platform/command/AgentAsyncCommandRequestSm.h"
+
+namespace KorvoL2 {
+
+/** The common body of all creation functions: a new machine with its notifications switched on. */
+template <class Sm, class... Args>
+Qel::Ptr<Sm> createRequestSm(Args&&... args) {
+  Qel::Ptr<Sm> sm(new Sm(std::forward<Args>(args)...));
+  sm->hasNotificationActiveIs(true);
+  return sm;
+}
+
+/** The common end of all executionComplete(): hand everything to the socket, then say so. */
+inline void finishRequest(AgentCommand::AgentAsyncCommandRequestSm& sm) {
+  sm.renderer().ioflush();
+  sm.executionCompleteFlagIs(true);
+}
+
+}  // namespace KorvoL2

@@ -1,0 +1,101 @@
+// The resumable walk: the one mechanism behind every time-sliced dump.
+//
+// A walk goes over a keyed collection in ascending order, slice by slice. It owns the state that a
+// slice leaves for the next one (the bookmark and what bounds the walk); the table supplies how a
+// row is written. A request with several sections has one walk for each.
+//
+// What it promises, while entries are added, removed and changed between slices:
+//  - An entry that is there during the whole walk is visited exactly once, in order.
+//  - The bookmark is a key, the next row's. If that entry goes meanwhile, the walk continues with
+//  the
+//    one that would have followed it.
+//  - shouldYield() is asked after every printed row and only then: skipped rows never end a slice.
+//  - A slice whose last printed row was the last row of the table ends the walk at once.
+//  - The walk ends, even if entries are added ahead of it faster than it prints: once it has
+//  printed
+//    as many rows as the collection held when the walk began, it passes over entries younger than
+//    the walk. What remains is finite, for nothing can join it.
+//  - A collection that is found corrupted is told so, and the walk ends as if it were exhausted.
+//
+// Threading: the agent's event-loop thread only.
+#pragma once
+
+#include <cstdint>
+#include <utility>
+
+#include "KorvoL2/Trace.h"
+#include "platform/base/Exceptions.h"
+#include "platform/collections/KeyedCollection.h"
+#include "platform/command/AgentAsyncCommandRequestSm.h"
+
+namespace KorvoL2 {
+
+/** How a slice of a walk ended. */
+enum class WalkEnd : std::uint8_t {
+  yielded,    ///< rows remain; the bookmark is the key of the next one
+  exhausted,  ///< no row is left
+};
+
+/** What became of one entry of a walked table. */
+enum class RowOutcome : std::uint8_t { printed, skipped };
+
+template <class Collection>
+class ResumableWalk {
+ public:
+  using Key = typename Collection::Key;
+  using Entry = typename Collection::Entry;
+
+  /** The key of the next row, as the last slice left it; all zero before. */
+  const Key& bookmark() const noexcept { return bookmark_; }
+  void bookmarkIs(const Key& key) { bookmark_ = key; }
+  /** Whether the first slice has begun. */
+  bool started() const noexcept { return started_; }
+  /** Back to the state of a new walk, for the next pass over the collection. */
+  void restart() { *this = ResumableWalk(); }
+
+  /**
+   * Walks on from where the last slice stopped. `row` prints one entry, RowOutcome(const Entry&);
+   * what it throws passes on.
+   */
+  template <class PrintRow>
+  WalkEnd runSlice(const Collection& collection, AgentCommand::AgentAsyncCommandRequestSm& sm,
+                   PrintRow&& row) {
+    try {
+      auto it = position(collection);
+      for (; it != collection.end(); ++it) {
+        if (printed_ >= rowsAtStart_ && collection.born(it) > insertionsAtStart_) [[unlikely]] {
+          continue;
+        }
+        if (row(*it) == RowOutcome::skipped) continue;
+        ++printed_;
+        if (sm.shouldYield()) {
+          QEL_TRACE(trace(), 8, "Yielding Cpu");
+          ++it;
+          if (it == collection.end()) break;
+          bookmark_ = it->key;
+          return WalkEnd::yielded;
+        }
+      }
+    } catch (const Qel::CorruptionException& e) {
+      collection.corruptionDetected(e.what());
+    }
+    return WalkEnd::exhausted;
+  }
+
+ private:
+  typename Collection::const_iterator position(const Collection& collection) {
+    if (started_) return collection.lowerBound(bookmark_);
+    started_ = true;
+    rowsAtStart_ = collection.size();
+    insertionsAtStart_ = collection.insertions();
+    return collection.begin();
+  }
+
+  Key bookmark_{};
+  std::uint64_t printed_ = 0;
+  std::uint64_t rowsAtStart_ = 0;
+  Qel::Insertions insertionsAtStart_ = 0;
+  bool started_ = false;
+};
+
+}  // namespace KorvoL2
