@@ -33,6 +33,8 @@ class L2Agent : public Qel::Entity {
   virtual KorvoL2MacAddrSmHelper* macAddrSmHelper() const = 0;
   /** The platform attributes table. */
   virtual const ChipAttrDir& chipAttrDir() const = 0;
+  /** What the layer-2 tables of the chip that the agent runs on can do; null when not known. */
+  virtual Qel::Ptr<const ChipL2TableFeature> chipL2TableFeature() const { return nullptr; }
   /** Set when the layer-2 table has another owner, so that commands do without the MAC helper. */
   virtual bool l2TableMode() const { return false; }
   /** The clock of the agent's activity manager; slices are measured on it. Never null. */
