@@ -32,6 +32,9 @@ include_directories("${CMAKE_SOURCE_DIR}")
 file(RELATIVE_PATH sourceFromBuild "${CMAKE_BINARY_DIR}" "${CMAKE_SOURCE_DIR}")
 add_compile_options("-fmacro-prefix-map=${CMAKE_SOURCE_DIR}/=" "-fmacro-prefix-map=${sourceFromBuild}=")
 
+# gcc's default; older clang has to be told that operator delete may be given the size.
+add_compile_options(-fsized-deallocation)
+
 if(KORVO_LTO)
   set(CMAKE_INTERPROCEDURAL_OPTIMIZATION ON)
 endif()
