@@ -42,10 +42,10 @@ inline constexpr unsigned kNumFlags = 5;
 /** The value behind a (VLAN, MAC address) key; a plain value. */
 struct MacEntry {
   /** Where the address is; the default interface for none (dropped, multicast). */
-  Bridging::IntfId intf;
+  Bridging::IntfId intf{};
   /** The modules (chips 0 to 63) that hold the entry in hardware; bit n for module n. */
   std::uint64_t modBitmap = 0;
-  Bridging::ModPort modPort;
+  Bridging::ModPort modPort{};
   /** Multicast group; 0 for none. */
   std::uint16_t mcastId = 0;
   std::uint16_t flags = 0;

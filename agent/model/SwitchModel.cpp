@@ -1,0 +1,141 @@
+#include "agent/model/SwitchModel.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "platform/base/Exceptions.h"
+
+namespace KorvoAgent {
+
+class SwitchModel::MacAddrSmHelper final : public KorvoL2::KorvoL2MacAddrSmHelper {
+ public:
+  explicit MacAddrSmHelper(Qel::Ptr<SwMacTable> table) : table_(std::move(table)) {}
+  KorvoL2::MacTblShadow* macTblShadow() const override {
+    return shadowPresent_ ? table_.get() : nullptr;
+  }
+  void macTblShadowPresentIs(bool present) {
+    attributeIs(shadowPresent_, present, "macTblShadowPresent");
+  }
+
+ private:
+  Qel::Ptr<SwMacTable> table_;
+  bool shadowPresent_ = true;
+};
+
+// The simulated chips keep no multicast tables, so there is no helper to print them.
+class SwitchModel::Mcast final : public KorvoL2::McastObject {
+ public:
+  KorvoL2::McastHelper* mcastHelper() const override { return nullptr; }
+};
+
+SwitchModel::SwitchModel(Qel::Ptr<const Qel::Clock> clock)
+    : clock_(std::move(clock)),
+      swMacTable_(Qel::makePtr<SwMacTable>()),
+      unicast_(Qel::makePtr<UnicastAgentModel>()),
+      macAddrSmHelper_(Qel::makePtr<MacAddrSmHelper>(swMacTable_)),
+      mcast_(Qel::makePtr<Mcast>()) {
+  QEL_ASSERT(clock_ != nullptr);
+  chipsIs(1);
+  unicast_->chipIdentityIs(kDefaultChipIdentity);
+  chipAttrIs(kDefaultChipIdentity, true, true);
+}
+
+SwitchModel::~SwitchModel() = default;
+
+KorvoL2::UnicastAgent* SwitchModel::unicastAgent() const {
+  return unicastAgentPresent_ ? unicast_.get() : nullptr;
+}
+
+KorvoL2::KorvoL2MacAddrSmHelper* SwitchModel::macAddrSmHelper() const {
+  return macAddrSmHelperPresent_ ? macAddrSmHelper_.get() : nullptr;
+}
+
+KorvoL2::McastObject* SwitchModel::mcast() const { return mcastPresent_ ? mcast_.get() : nullptr; }
+
+const Qel::TypeData& SwitchModel::typeData() const noexcept {
+  static constexpr Qel::TypeData kType{"KorvoAgent::SwitchModel"};
+  return kType;
+}
+
+bool SwitchModel::isModulePresent(Tessar::FapId chip) const {
+  return std::ranges::binary_search(chips_, chip, {}, &Chip::id);
+}
+
+void SwitchModel::chipsIs(unsigned count) {
+  if (count < 1 || count > kMaxChips) {
+    throw Qel::RangeException("a switch has 1 to " + std::to_string(kMaxChips) + " chips, not " +
+                              std::to_string(count));
+  }
+  constexpr unsigned kChipsPerCard = 4;
+  constexpr unsigned kFirstCard = 3;  // the slots before it hold the supervisors
+  chips_.clear();
+  for (unsigned i = 0; i < count; ++i) {
+    chips_.push_back({Tessar::FapId(i), "Linecard" +
+                                            std::to_string(kFirstCard + i / kChipsPerCard) + "/" +
+                                            std::to_string(i % kChipsPerCard)});
+  }
+  changed("chips");
+}
+
+void SwitchModel::chipIs(Tessar::FapId id, std::string name) {
+  if (id.isNull()) throw Qel::RangeException("the null id names no chip");
+  const auto at = std::ranges::lower_bound(chips_, id, {}, &Chip::id);
+  if (at != chips_.end() && at->id == id) {
+    at->name = std::move(name);
+  } else {
+    chips_.insert(at, Chip{id, std::move(name)});
+  }
+  changed("chips");
+}
+
+void SwitchModel::chipDelAll() {
+  chips_.clear();
+  changed("chips");
+}
+
+std::uint64_t SwitchModel::moduleBitmap() const noexcept {
+  std::uint64_t bitmap = 0;
+  for (const Chip& chip : chips_) {
+    if (chip.id.value() < 64) bitmap |= std::uint64_t{1} << chip.id.value();
+  }
+  return bitmap;
+}
+
+void SwitchModel::configReadyIs(bool ready) {
+  attributeIs(status_.configReady, ready, "configReady");
+}
+
+void SwitchModel::hardwareReadyIs(bool ready) {
+  attributeIs(status_.hardwareReady, ready, "hardwareReady");
+}
+
+void SwitchModel::unicastAgentPresentIs(bool present) {
+  attributeIs(unicastAgentPresent_, present, "unicastAgentPresent");
+}
+
+void SwitchModel::macAddrSmHelperPresentIs(bool present) {
+  attributeIs(macAddrSmHelperPresent_, present, "macAddrSmHelperPresent");
+}
+
+void SwitchModel::macTblShadowPresentIs(bool present) {
+  macAddrSmHelper_->macTblShadowPresentIs(present);
+}
+
+void SwitchModel::mcastPresentIs(bool present) {
+  attributeIs(mcastPresent_, present, "mcastPresent");
+}
+
+void SwitchModel::chipAttrIs(const std::string& identity, bool ingVlanXlate, bool egrVlanXlate) {
+  auto attributes = Qel::makePtr<KorvoL2::ChipAttr>();
+  attributes->ingVlanXlate = ingVlanXlate;
+  attributes->egrVlanXlate = egrVlanXlate;
+  chipAttrDir_.put(identity, std::move(attributes));
+  changed("chipAttr");
+}
+
+void SwitchModel::chipAttrDelAll() {
+  chipAttrDir_.clear();
+  changed("chipAttr");
+}
+
+}  // namespace KorvoAgent
