@@ -24,6 +24,18 @@ step() {
 
 tracked() { git ls-files -z --cached --others --exclude-standard -- "$@"; }
 
+# Formatter and linters see differently from version to version. The tree keeps to those of Debian 12;
+# what later ones find is shown, and does not fail.
+judge=step
+advised() {
+  local name=$1
+  shift
+  step "$name" "$@"
+  [[ ${failed[-1]:-} == "$name" ]] && unset 'failed[-1]' && printf '   (advice only: not the version that the tree keeps to)\n'
+  return 0
+}
+[[ $(clang-tidy --version) =~ version\ 14\. ]] || judge=advised
+
 formatted() { tracked '*.h' '*.cpp' | xargs -0 -r clang-format --dry-run -Werror; }
 
 # The documents are published for other machines: they name no archive host and no folder of the
@@ -74,16 +86,17 @@ cppcheckSources() {
   mkdir -p "$buildDir/cppcheck"
   cppcheck --quiet --error-exitcode=1 --inline-suppr --std=c++20 --language=c++ -I . \
     --enable=warning,performance,portability --suppress=missingIncludeSystem \
+    --suppress=normalCheckLevelMaxBranches \
     --cppcheck-build-dir="$buildDir/cppcheck" -j "${KORVO_JOBS:-$(nproc)}" "${roots[@]}"
 }
 
-step 'formatting (clang-format)' formatted
+"$judge" 'formatting (clang-format)' formatted
 step 'text files' tidyText
 step 'no hosts, no local folders' portable
 step 'scripts (bash -n, shellcheck)' scripts
 step 'headers compile alone' headersAlone
-step 'cppcheck' cppcheckSources
-step 'clang-tidy' /usr/bin/python3 scripts/tidy.py "$buildDir"
+"$judge" 'cppcheck' cppcheckSources
+"$judge" 'clang-tidy' /usr/bin/python3 scripts/tidy.py "$buildDir"
 
 if [[ ${#failed[@]} -gt 0 ]]; then
   printf '\ncheck: failed: %s\n' "$(IFS=';' && printf '%s' "${failed[*]}")"
