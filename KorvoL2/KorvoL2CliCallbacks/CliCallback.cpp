@@ -1,0 +1,112 @@
+#include "KorvoL2/KorvoL2CliCallbacks/CliCallback.h"
+
+#include <algorithm>
+
+#include "KorvoL2/KorvoL2CliCallbacks/CommandContext.h"
+#include "KorvoL2/KorvoL2CliCallbacks/PlainHandlerChain.h"
+#include "platform/base/Exceptions.h"
+
+namespace KorvoL2 {
+
+CliCallback::CliCallback(std::string name) : CliCallbackBase(std::move(name), "KorvoL2") {}
+
+Qel::Ptr<CliCallback> CliCallback::CliCallbackIs(const std::string& name) {
+  auto callback = Qel::makePtr<CliCallback>(name);
+  callback->hasNotificationActiveIs(true);
+  return callback;
+}
+
+Qel::Ptr<CliCallback> cliCallbackFactory(const std::string& name) {
+  return CliCallback::CliCallbackIs(name);
+}
+
+const Qel::TypeData& CliCallback::typeData() const noexcept {
+  static constexpr Qel::TypeData kType{"KorvoL2::CliCallback"};
+  return kType;
+}
+
+void CliCallback::handleCommand(std::uint32_t socket, std::string command) {
+  // Whatever a handler or a reactor lets go of, the agent stays until the command is answered.
+  const Qel::Ptr<const L2Agent> agent(l2Agent());
+  outcomeIs({});
+  commandIs(std::move(command));
+  socketIs(socket);
+  enlargeSendBuffer(socket);
+  outcomeIs(refreshContext(agent.get()));
+  if (isNotReady(outcome())) return;
+  detailIs(asksForDetail(command_));
+  tokenise();
+  dispatch(plainHandlerChain(), Qel::Ptr<CliCallback>(this), [this](const Handler& tested) {
+    argIs(argumentText(command_, tested.cmdName().size()));
+  });
+}
+
+AgentCommand::CommandOutcome CliCallback::refreshContext(const L2Agent* agent) {
+  if (auto readiness = agentReadiness(agent); isNotReady(readiness)) return readiness;
+  macAddrSmHelperIs(agent->macAddrSmHelper());
+  chipAttrIs(chipAttrOf(*agent));
+  vlanXlateFeaturesIs(*this, chipAttr_.get());
+  l2ModFifoMonitorSmIs(agent->l2ModFifoMonitorSm());
+  if (!agent->l2TableMode()) {
+    const Qel::Ptr<const KorvoL2MacAddrSmHelper> helper(macAddrSmHelper_);
+    if (helper == nullptr) return notReady("no macAddrSmHelper");
+    if (helper->macTblShadow() == nullptr) return notReady("no macTblShadow");
+  }
+  if (agent->mcast() == nullptr) return notReady("no mcastHelper");
+  mcastHelperIs(mcastHelperOf(*agent));
+  return {};
+}
+
+void CliCallback::tokenise() {
+  cmdTokensDelAll();
+  // The counter wraps at 256 tokens. No command has that many; one that does gets what fits.
+  std::uint8_t position = 0;
+  std::string_view rest = command_;
+  // Nothing follows a '+' at the end: a field begins only where a character does.
+  while (!rest.empty()) {
+    const std::size_t end = std::min(rest.find('+'), rest.size());
+    cmdTokensIs(++position, std::string(rest.substr(0, end)));
+    rest.remove_prefix(std::min(end + 1, rest.size()));
+  }
+}
+
+std::string CliCallback::cmdTokens(std::uint8_t position) const {
+  const auto it = cmdTokens_.find(position);
+  return it == cmdTokens_.end() ? std::string() : it->second->text();
+}
+
+void CliCallback::cmdTokensIs(std::uint8_t position, std::string text) {
+  const auto it = cmdTokens_.entries_.find(position);
+  if (it == cmdTokens_.entries_.end()) {
+    auto entry = Qel::makePtr<QelCmdTokens::Entry>(position, std::move(text));
+    cmdTokens_.entries_.emplace(position, std::move(entry));
+  } else if (it->second->text_ != text) {
+    it->second->text_ = std::move(text);
+  } else {
+    return;
+  }
+  changed("cmdTokens");
+}
+
+void CliCallback::cmdTokensDel(std::uint8_t position) {
+  if (const auto it = cmdTokens_.find(position); it != cmdTokens_.end()) cmdTokensDel(it);
+}
+
+void CliCallback::cmdTokensDel(QelCmdTokens::const_iterator token) {
+  QEL_ASSERT(token != cmdTokens_.end());
+  cmdTokens_.entries_.erase(token);
+  changed("cmdTokens");
+}
+
+void CliCallback::cmdTokensDelAll() {
+  while (!cmdTokens_.empty()) cmdTokensDel(cmdTokens_.begin());
+}
+
+std::uint8_t CliCallback::findSubArg(std::string_view text) const {
+  for (const auto& [position, entry] : cmdTokens_) {
+    if (entry->text() == text) return position;
+  }
+  return 0;
+}
+
+}  // namespace KorvoL2

@@ -1,0 +1,195 @@
+// Answers plain-text commands: the callback that the agent calls, and the context that its handlers
+// read.
+//
+// A command is checked against the agent's readiness, split at '+' into numbered tokens, and
+// offered to a fixed chain of handlers (PlainHandlerChain.h). The first one whose condition holds
+// acts. One callback serves all commands, one after the other; each command overwrites the context
+// of the one before.
+//
+// Threading: the agent's event-loop thread only.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "KorvoL2/Export.h"
+#include "platform/base/Tracked.h"
+#include "platform/command/CliCallbackBase.h"
+#include "platform/l2/L2Agent.h"
+
+namespace KorvoL2 {
+
+class CliCallback final : public AgentCommand::CliCallbackBase {
+  QEL_TRACKED_ALLOCATION(CliCallback)
+ public:
+  /** The tokens of a command by position, ascending. Positions count from 1. */
+  class QelCmdTokens {
+   public:
+    /** One token. */
+    class Entry final : public Qel::RefCounted {
+      QEL_TRACKED_ALLOCATION(CliCallback::QelCmdTokens::Entry)
+     public:
+      Entry(std::uint8_t position, std::string text)
+          : position_(position), text_(std::move(text)) {}
+      std::uint8_t position() const noexcept { return position_; }
+      const std::string& text() const noexcept { return text_; }
+
+     private:
+      friend class CliCallback;
+      std::uint8_t position_;
+      std::string text_;
+    };
+
+   private:
+    using Entries = std::map<std::uint8_t, Qel::Ptr<Entry>>;
+
+   public:
+    using const_iterator = Entries::const_iterator;
+
+    const_iterator begin() const noexcept { return entries_.begin(); }
+    const_iterator end() const noexcept { return entries_.end(); }
+    const_iterator find(std::uint8_t position) const { return entries_.find(position); }
+    std::size_t size() const noexcept { return entries_.size(); }
+    bool empty() const noexcept { return entries_.empty(); }
+
+   private:
+    friend class CliCallback;
+    Entries entries_;
+  };
+
+  class Handler;
+  class DefaultH;
+  class EcmpOutputIntfTunnelIdH;
+  class EgrMaskStatusH;
+  class EgrVlanXlateStatus2H;
+  class FcvdsH;
+  class FcvdvH;
+  class HwFiforegH;
+  class HwMcastAllH;
+  class HwMcastClearH;
+  class HwMcastDiffH;
+  class HwMcastMcidxH;
+  class McastAllH;
+  class PerVlanEntryH;
+  class ShadowShowH;
+  class VlanVfiMapH;
+  class VlanXlateStatus2H;
+  class VniEgressFlexCountersSummaryH;
+  class VniEgressFlexCountersValuesH;
+  class VniIngressFlexCountersSummaryH;
+  class VniIngressFlexCountersValuesH;
+  class VxlanDebugStateH;
+  class VxlanSvpUsageH;
+
+  explicit CliCallback(std::string name);
+  /** A new callback with its notifications switched on. */
+  KORVO_L2_API static Qel::Ptr<CliCallback> CliCallbackIs(const std::string& name);
+
+  /**
+   * Answers `command` on `socket`; everything that it prints goes there. A command for which the
+   * agent is not ready leaves the socket as it is; see outcome(). What a handler throws passes on.
+   */
+  void handleCommand(std::uint32_t socket, std::string command) override;
+
+  /** The command text after the keyword of the handler being tested. */
+  const std::string& arg() const noexcept { return arg_; }
+  void argIs(std::string arg) { attributeIs(arg_, std::move(arg), "arg"); }
+
+  /** Attributes of the chip that the agent runs on; null when the chip is not known. */
+  const Qel::Ptr<const ChipAttr>& chipAttr() const noexcept { return chipAttr_; }
+  void chipAttrIs(Qel::Ptr<const ChipAttr> chipAttr) {
+    attributeIs(chipAttr_, std::move(chipAttr), "chipAttr");
+  }
+
+  const QelCmdTokens& cmdTokens() const noexcept { return cmdTokens_; }
+  /** The token at `position`, empty when there is none. */
+  std::string cmdTokens(std::uint8_t position) const;
+  std::string cmdTokensGet(std::uint8_t position) const { return cmdTokens(position); }
+  /** Inserts or replaces the token at `position`. */
+  void cmdTokensIs(std::uint8_t position, std::string text);
+  void cmdTokensDel(std::uint8_t position);
+  /** Removes what `token` points at; throws AssertionException for the end. */
+  void cmdTokensDel(QelCmdTokens::const_iterator token);
+  void cmdTokensDelAll();
+  /**
+   * The position of the first token that equals `text`, 0 when there is none. The 256th token of a
+   * command stands at position 0 and so cannot be found.
+   */
+  std::uint8_t findSubArg(std::string_view text) const;
+
+  /** The command text as received. */
+  const std::string& command() const noexcept { return command_; }
+  void commandIs(std::string command) { attributeIs(command_, std::move(command), "command"); }
+
+  // Objects of the agent, not owned, as they were when the command came; null where the agent has
+  // none.
+
+  KorvoL2MacAddrSmHelper* macAddrSmHelper() const noexcept { return macAddrSmHelper_; }
+  void macAddrSmHelperIs(KorvoL2MacAddrSmHelper* helper) {
+    attributeIs(macAddrSmHelper_, helper, "macAddrSmHelper");
+  }
+  KorvoL2ModFifoMonitorSm* l2ModFifoMonitorSm() const noexcept { return l2ModFifoMonitorSm_; }
+  void l2ModFifoMonitorSmIs(KorvoL2ModFifoMonitorSm* monitor) {
+    attributeIs(l2ModFifoMonitorSm_, monitor, "l2ModFifoMonitorSm");
+  }
+  KorvoL2McastHelper* mcastHelper() const noexcept { return mcastHelper_; }
+  void mcastHelperIs(KorvoL2McastHelper* helper) {
+    attributeIs(mcastHelper_, helper, "mcastHelper");
+  }
+
+  /** What a ShadowShow command selects; null until the first such command or until it is set. */
+  const Qel::Ptr<ShadowShow>& shw() const noexcept { return shw_; }
+  void shwIs(Qel::Ptr<ShadowShow> shw) { attributeIs(shw_, std::move(shw), "shw"); }
+
+  /** Descriptor of the socket that takes the answer. */
+  std::uint32_t socket() const noexcept { return socket_; }
+  void socketIs(std::uint32_t socket) { attributeIs(socket_, socket, "socket"); }
+
+  /** The command contains "detail". */
+  bool detail() const noexcept { return detail_; }
+  void detailIs(bool detail) { attributeIs(detail_, detail, "detail"); }
+
+  /** Position of the token that a handler is looking at; 0 for none. */
+  std::uint8_t subArgPos() const noexcept { return subArgPos_; }
+  void subArgPosIs(std::uint8_t position) { attributeIs(subArgPos_, position, "subArgPos"); }
+
+  /** The chip translates VLANs at ingress. */
+  bool vlanXlateFeature() const noexcept { return vlanXlateFeature_; }
+  void vlanXlateFeatureIs(bool feature) {
+    attributeIs(vlanXlateFeature_, feature, "vlanXlateFeature");
+  }
+  /** The chip translates VLANs at egress. */
+  bool egrVlanXlateFeature() const noexcept { return egrVlanXlateFeature_; }
+  void egrVlanXlateFeatureIs(bool feature) {
+    attributeIs(egrVlanXlateFeature_, feature, "egrVlanXlateFeature");
+  }
+
+  const Qel::TypeData& typeData() const noexcept override;
+
+ private:
+  /** Refreshes the context from the agent; the outcome says what is missing, if anything is. */
+  AgentCommand::CommandOutcome refreshContext(const L2Agent* agent);
+  void tokenise();
+
+  std::string arg_;
+  Qel::Ptr<const ChipAttr> chipAttr_;
+  QelCmdTokens cmdTokens_;
+  std::string command_;
+  KorvoL2MacAddrSmHelper* macAddrSmHelper_ = nullptr;
+  KorvoL2ModFifoMonitorSm* l2ModFifoMonitorSm_ = nullptr;
+  KorvoL2McastHelper* mcastHelper_ = nullptr;
+  Qel::Ptr<ShadowShow> shw_;
+  std::uint32_t socket_ = 0;
+  bool detail_ = false;
+  std::uint8_t subArgPos_ = 0;
+  bool vlanXlateFeature_ = false;
+  bool egrVlanXlateFeature_ = false;
+};
+
+/** The same as CliCallback::CliCallbackIs. */
+KORVO_L2_API Qel::Ptr<CliCallback> cliCallbackFactory(const std::string& name);
+
+}  // namespace KorvoL2

@@ -1,0 +1,146 @@
+#include "KorvoL2/KorvoL2CliCallbacks/ShadowShowHandlers.h"
+
+#include <array>
+
+#include "KorvoL2/KorvoL2CliCallbacks/CommandContext.h"
+#include "KorvoL2/Trace.h"
+
+namespace KorvoL2 {
+
+namespace {
+
+using ShadowShowH = CliCallback::ShadowShowH;
+
+template <class Class>
+constexpr ChainRow<ShadowShowH::ShadowShowHandler> row(std::string_view keyword) {
+  return chainRow<ShadowShowH::ShadowShowHandler, Class>(keyword);
+}
+
+// Each longer keyword stands before the one that is its prefix, so that the tables of the second
+// stage stay reachable however keywords are compared.
+constexpr std::array kTables{
+    row<ShadowShowH::EgrVfiH>("EGR_VFI"),
+    row<ShadowShowH::EgrXlate2H>("EGR_XLATE_2"),
+    row<ShadowShowH::EgrXlateH>("EGR_XLATE"),
+    row<ShadowShowH::EvTapH>("EVTAP"),
+    row<ShadowShowH::IvTapH>("IVTAP"),
+    row<ShadowShowH::SourceVpH>("SOURCE_VP"),
+    row<ShadowShowH::VfiH>("VFI"),
+    row<ShadowShowH::VlanXlate2H>("VLAN_XLATE_2"),
+    row<ShadowShowH::VlanXlateH>("VLAN_XLATE"),
+};
+
+// The number in the token after the one at `position`.
+std::uint32_t numberAfter(const CliCallback& callback, std::uint8_t position) {
+  return decimalNumber(callback.cmdTokens(static_cast<std::uint8_t>(position + 1)));
+}
+
+}  // namespace
+
+std::span<const ChainRow<ShadowShowH::ShadowShowHandler>> CliCallback::ShadowShowH::tables() {
+  return kTables;
+}
+
+void CliCallback::ShadowShowH::action(const Qel::Ptr<CliCallback>& callback) {
+  // The record is one per callback: an agent that wants to look at it sets its own, for others it
+  // is made when it is first needed.
+  if (callback->shw() == nullptr) callback->shwIs(Qel::makePtr<ShadowShow>());
+  readOptions(*callback);
+  const HandlerList<ShadowShowHandler> handlers(tables());
+  ShadowShowHandler* const handler =
+      handlers.firstWilling(callback, [&](const ShadowShowHandler& tested) {
+        callback->subArgPosIs(callback->findSubArg(tested.cmdName()));
+      });
+  if (handler == nullptr) {
+    QEL_TRACE(trace(), 8, "Unknown command!");
+    return notHandled(callback);
+  }
+  handler->action(callback);
+}
+
+void CliCallback::ShadowShowH::readOptions(CliCallback& callback) {
+  ShadowShow& options = *callback.shw();
+  options.raw = callback.findSubArg("RAW") != 0;
+  QEL_TRACE(trace(), 8, "Raw: {}", options.raw);
+  options.allEntries = callback.findSubArg("ALLENTRIES") != 0;
+  QEL_TRACE(trace(), 8, "All: {}", options.allEntries);
+
+  callback.subArgPosIs(callback.findSubArg("VAL"));
+  options.entryIdSet = callback.subArgPos() != 0;
+  // Without "VAL" back to 0: the record outlives the command, the number must not.
+  options.entryId = options.entryIdSet ? numberAfter(callback, callback.subArgPos()) : 0;
+  options.entryValue = options.entryId;
+  QEL_TRACE(trace(), 8, "EntryId set: {}, value: {}", options.entryIdSet, options.entryId);
+
+  callback.subArgPosIs(callback.findSubArg("CHIP"));
+  options.chip = callback.subArgPos() != 0 ? numberAfter(callback, callback.subArgPos())
+                                           : std::uint32_t{Tessar::FapId::null};
+  QEL_TRACE(trace(), 8, "Fap: {}", options.chip);
+}
+
+bool CliCallback::ShadowShowH::ShadowShowHandler::condition(
+    const Qel::Ptr<CliCallback>& callback) const {
+  return callback->subArgPos() != 0 && callback->l2Agent()->hwTableStateAvailable();
+}
+
+void CliCallback::ShadowShowH::ShadowShowHandler::print(const Qel::Ptr<CliCallback>& callback,
+                                                        Printer printer) {
+  const Qel::Ptr<ShadowShow> parameters = callback->shw();
+  forward(callback, callback->l2Agent()->l2CmdRingManager(), "no l2CmdRingManager", printer,
+          callback->socket(), parameters);
+}
+
+void CliCallback::ShadowShowH::ShadowShowHandler::print(const Qel::Ptr<CliCallback>& callback,
+                                                        Table table, const char* absent) {
+  const Qel::Ptr<L2CmdRingManager> manager(callback->l2Agent()->l2CmdRingManager());
+  if (manager == nullptr) return lacks(callback, "no l2CmdRingManager");
+  const Qel::Ptr<ShadowShow> parameters = callback->shw();
+  const Qel::Ptr<ShadowTable> shown = (manager.get()->*table)();
+  forward(callback, shown.get(), absent, &ShadowTable::show, callback->socket(), parameters);
+}
+
+void CliCallback::ShadowShowH::EgrVfiH::action(const Qel::Ptr<CliCallback>& callback) {
+  print(callback, &L2CmdRingManager::showEgrVfiTable);
+}
+
+void CliCallback::ShadowShowH::EgrXlate2H::action(const Qel::Ptr<CliCallback>& callback) {
+  print(callback, &L2CmdRingManager::showEgrVlanXlate2Entries);
+}
+
+bool CliCallback::ShadowShowH::EgrXlateH::condition(const Qel::Ptr<CliCallback>& callback) const {
+  // The keyword first: a chip number that is none is refused by its type, and only a command that
+  // asks for this table may fail on it.
+  return callback->subArgPos() != 0 && callback->egrVlanXlateFeature() &&
+         callback->l2Agent()->isModulePresent(Tessar::FapId(callback->shw()->chip));
+}
+
+void CliCallback::ShadowShowH::EgrXlateH::action(const Qel::Ptr<CliCallback>& callback) {
+  QEL_TRACE(trace(), 8, "fapId : {}", callback->shw()->chip);
+  print(callback, &L2CmdRingManager::showEgrVlanXlateEntries);
+}
+
+void CliCallback::ShadowShowH::EvTapH::action(const Qel::Ptr<CliCallback>& callback) {
+  print(callback, &L2CmdRingManager::evtapTable, "no evtapTable");
+}
+
+void CliCallback::ShadowShowH::IvTapH::action(const Qel::Ptr<CliCallback>& callback) {
+  print(callback, &L2CmdRingManager::ivtapTable, "no ivtapTable");
+}
+
+void CliCallback::ShadowShowH::SourceVpH::action(const Qel::Ptr<CliCallback>& callback) {
+  print(callback, &L2CmdRingManager::sourceVpTable, "no sourceVpTable");
+}
+
+void CliCallback::ShadowShowH::VfiH::action(const Qel::Ptr<CliCallback>& callback) {
+  print(callback, &L2CmdRingManager::showVfiTable);
+}
+
+void CliCallback::ShadowShowH::VlanXlate2H::action(const Qel::Ptr<CliCallback>& callback) {
+  print(callback, &L2CmdRingManager::showVlanXlate2Entries);
+}
+
+void CliCallback::ShadowShowH::VlanXlateH::action(const Qel::Ptr<CliCallback>& callback) {
+  print(callback, &L2CmdRingManager::showVlanXlateEntries);
+}
+
+}  // namespace KorvoL2
