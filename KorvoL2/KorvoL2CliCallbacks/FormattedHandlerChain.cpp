@@ -1,0 +1,40 @@
+#include "KorvoL2/KorvoL2CliCallbacks/FormattedHandlerChain.h"
+
+#include <array>
+
+#include "KorvoL2/KorvoL2CliCallbacks/MacTableHandlers.h"
+
+namespace KorvoL2 {
+
+namespace {
+
+template <class Class>
+constexpr ChainRow<CliCallbackWithFormat::Handler> row(std::string_view keyword) {
+  return chainRow<CliCallbackWithFormat::Handler, Class>(keyword);
+}
+template <class Class>
+constexpr ChainRow<CliCallbackWithFormat::AsyncHandler> asyncRow(std::string_view keyword) {
+  return chainRow<CliCallbackWithFormat::AsyncHandler, Class>(keyword);
+}
+
+constexpr std::array kChain{
+    row<CliCallbackWithFormat::DefaultH>(""),
+};
+static_assert(firstFaultyRow<CliCallbackWithFormat::Handler>(kChain) == kChain.size());
+
+constexpr std::array kAsyncChain{
+    asyncRow<CliCallbackWithFormat::MactAllH>("MACT_ALL"),
+    asyncRow<CliCallbackWithFormat::DefaultAsyncH>(""),
+};
+static_assert(firstFaultyRow<CliCallbackWithFormat::AsyncHandler>(kAsyncChain) ==
+              kAsyncChain.size());
+
+}  // namespace
+
+std::span<const ChainRow<CliCallbackWithFormat::Handler>> formattedHandlerChain() { return kChain; }
+
+std::span<const ChainRow<CliCallbackWithFormat::AsyncHandler>> asyncHandlerChain() {
+  return kAsyncChain;
+}
+
+}  // namespace KorvoL2
