@@ -1,0 +1,212 @@
+#include "agent/model/DemoSwitch.h"
+
+#include <array>
+#include <string>
+
+#include "platform/types/VlanId.h"
+
+namespace KorvoAgent {
+
+using Bridging::EthAddr;
+using Bridging::IntfId;
+using Bridging::MacVlanPair;
+using Bridging::VlanId;
+using KorvoL2::MacEntry;
+using KorvoL2::MacEntrySource;
+using KorvoL2::MacEntryType;
+using KorvoL2::MacKeyType;
+namespace Flag = KorvoL2::MacEntryFlag;
+
+namespace {
+
+constexpr std::uint64_t kAllChips = 0b111;
+
+// Locally administered addresses: 02:00, the kind, and a number.
+EthAddr address(std::uint8_t kind, std::uint32_t number) {
+  return EthAddr(0x0200'0000'0000ULL | std::uint64_t{kind} << 24 | number);
+}
+constexpr std::uint8_t kHost = 0x01;
+constexpr std::uint8_t kRemoteHost = 0x02;
+constexpr std::uint8_t kPeerHost = 0x03;
+constexpr std::uint8_t kServer = 0x04;
+constexpr std::uint8_t kRouter = 0x0f;
+
+IntfId ethernet(unsigned card, unsigned port) {
+  return IntfId("Ethernet" + std::to_string(card) + "/" + std::to_string(port));
+}
+
+class Demo {
+ public:
+  explicit Demo(SwitchModel& model) : model_(model), table_(model.swMacTable()) {}
+
+  void fill() {
+    model_.nameIs("demo");
+    model_.chipDelAll();
+    model_.chipIs(Tessar::FapId(0), "Linecard3/0");
+    model_.chipIs(Tessar::FapId(1), "Linecard3/1");
+    model_.chipIs(Tessar::FapId(2), "Linecard4/0");
+    ports();
+    localHosts();
+    remoteHosts();
+    peerHosts();
+    configured();
+    routers();
+    groups();
+    oddities();
+  }
+
+ private:
+  static MacVlanPair key(std::uint16_t vlan, EthAddr mac) { return {VlanId(vlan), mac}; }
+  void put(std::uint16_t vlan, EthAddr mac, const MacEntry& entry) {
+    table_.put(key(vlan, mac), entry);
+  }
+
+  void ports() {
+    for (unsigned card = 3; card <= 4; ++card) {
+      for (unsigned port = 1; port <= 24; ++port) {
+        model_.unicast().switchportConfigIs(ethernet(card, port), {.nativeVlan = accessVlan(port)});
+      }
+      // The uplinks are in port-channels, across the line cards.
+      model_.unicast().lagMembershipIs(ethernet(card, 47), IntfId("Port-Channel10"));
+      model_.unicast().lagMembershipIs(ethernet(card, 48), peerLink_);
+    }
+    for (const IntfId lag : {IntfId("Port-Channel10"), peerLink_}) {
+      model_.unicast().switchportConfigIs(lag, {.nativeVlan = 1});
+    }
+  }
+
+  static std::uint16_t accessVlan(unsigned port) {
+    constexpr std::array<std::uint16_t, 3> kVlans{10, 20, 30};
+    return kVlans[port % kVlans.size()];
+  }
+
+  void localHosts() {
+    std::uint32_t host = 0;
+    for (unsigned card = 3; card <= 4; ++card) {
+      for (unsigned port = 1; port <= 24; ++port) {
+        for (int onPort = 0; onPort < 2; ++onPort) {
+          ++host;
+          MacEntry entry{.intf = ethernet(card, port), .modBitmap = kAllChips};
+          if (host % 17 == 0) entry.flags |= Flag::kMoved;
+          if (host % 29 == 0) {  // one chip is still behind
+            entry.flags |= Flag::kPending;
+            entry.modBitmap = 0b011;
+          }
+          put(accessVlan(port), address(kHost, host), entry);
+        }
+      }
+    }
+    for (std::uint32_t i = 0; i < 20; ++i) {
+      put(i % 2 == 0 ? 10 : 100, address(kServer, 0x100 + i),
+          {.intf = IntfId("Port-Channel10"), .modBitmap = kAllChips});
+    }
+    for (std::uint32_t i = 0; i < 4; ++i) {
+      put(30, address(kServer, 0x200 + i),
+          {.intf = ethernet(4, 20 + i),
+           .modBitmap = kAllChips,
+           .type = MacEntryType::learnedSecure,
+           .source = MacEntrySource::software});
+    }
+  }
+
+  void remoteHosts() {
+    for (std::uint32_t i = 1; i <= 40; ++i) {
+      const EthAddr mac = address(kRemoteHost, i);
+      const std::uint16_t vlan = i % 2 == 0 ? 10 : 20;
+      put(vlan, mac,
+          {.intf = vxlan_,
+           .modBitmap = kAllChips,
+           .type = MacEntryType::remoteDynamic,
+           .source = MacEntrySource::vxlan,
+           .keyType = MacKeyType::vfi});
+      model_.unicast().remoteMacIs(key(vlan, mac), {.tunnelId = 1 + i % 4});
+    }
+  }
+
+  void peerHosts() {
+    for (std::uint32_t i = 1; i <= 16; ++i) {
+      const bool configured = i > 12;
+      put(30, address(kPeerHost, i),
+          {.intf = peerLink_,
+           .modBitmap = kAllChips,
+           .type = configured ? MacEntryType::peerStatic : MacEntryType::peerDynamic,
+           .source = MacEntrySource::mlagPeer});
+    }
+  }
+
+  void configured() {
+    for (std::uint32_t i = 1; i <= 6; ++i) {
+      put(100, address(kServer, i),
+          {.intf = ethernet(3, 30 + i),
+           .modBitmap = kAllChips,
+           .type = MacEntryType::configuredStatic,
+           .source = MacEntrySource::config});
+    }
+    for (std::uint32_t i = 1; i <= 3; ++i) {
+      put(20, address(kServer, 0x300 + i),
+          {.modBitmap = kAllChips,
+           .flags = Flag::kDiscard,
+           .type = MacEntryType::configuredDrop,
+           .source = MacEntrySource::config});
+    }
+  }
+
+  void routers() {
+    for (const std::uint16_t vlan : std::to_array<std::uint16_t>({1, 10, 20, 30, 100})) {
+      const IntfId routed("Vlan" + std::to_string(vlan));
+      put(vlan, address(kRouter, 1),
+          {.intf = routed,
+           .modBitmap = kAllChips,
+           .flags = Flag::kRouted,
+           .type = MacEntryType::router,
+           .source = MacEntrySource::system});
+      put(vlan, address(kRouter, 2),
+          {.intf = routed,
+           .modBitmap = kAllChips,
+           .flags = Flag::kRouted | Flag::kVirtualRouted,
+           .type = MacEntryType::router,
+           .source = MacEntrySource::system});
+    }
+  }
+
+  void groups() {
+    std::uint16_t group = 0;
+    for (const std::uint16_t vlan : std::to_array<std::uint16_t>({10, 20, 100})) {
+      for (const std::uint64_t mac :
+           {0x0100'5e01'0101ULL, 0x0100'5e01'0102ULL, 0x3333'0001'0001ULL}) {
+        put(vlan, EthAddr(mac),
+            {.modBitmap = kAllChips,
+             .mcastId = ++group,
+             .type = MacEntryType::multicast,
+             .source = MacEntrySource::software});
+      }
+    }
+  }
+
+  void oddities() {
+    // Names that no form of fits the column.
+    put(1, address(kServer, 0x400),
+        {.intf = IntfId("uplink-to-spine-east-1"), .modBitmap = kAllChips});
+    put(1, address(kServer, 0x401),
+        {.intf = IntfId("management-sensor"), .modBitmap = kAllChips, .flags = Flag::kMoved});
+    // The switch's own addresses on its inner VLAN: the agent keeps them for itself.
+    for (std::uint32_t i = 1; i <= 3; ++i) {
+      put(4094, address(kRouter, 0x100 + i),
+          {.modBitmap = std::uint64_t{1} << (i - 1),
+           .type = MacEntryType::router,
+           .source = MacEntrySource::system,
+           .printable = false});
+    }
+  }
+
+  SwitchModel& model_;
+  SwMacTable& table_;
+  const IntfId vxlan_{"Vxlan1"};
+  const IntfId peerLink_{"Port-Channel999"};
+};
+
+}  // namespace
+
+void fillDemo(SwitchModel& model) { Demo(model).fill(); }
+
+}  // namespace KorvoAgent

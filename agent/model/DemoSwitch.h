@@ -1,0 +1,15 @@
+// A small switch to try commands on.
+#pragma once
+
+#include "agent/model/SwitchModel.h"
+
+namespace KorvoAgent {
+
+/**
+ * Makes `model` a switch of three chips with a few VLANs, port-channels and a VXLAN tunnel, and
+ * about two hundred MAC entries of every type, among them names too wide for their column and
+ * entries that dumps skip. Always the same.
+ */
+void fillDemo(SwitchModel& model);
+
+}  // namespace KorvoAgent
