@@ -34,9 +34,10 @@ void Publisher::publish(const Entity& entity, std::string_view attribute) {
     }
   };
   const Guard guard(*this);
-  // By index, and only those present now: a reactor may subscribe others or cancel itself.
+  // By index, and only those present now: a reactor may subscribe others, cancel itself or drop
+  // them all.
   const std::size_t present = entries_.size();
-  for (std::size_t i = 0; i < present; ++i) {
+  for (std::size_t i = 0; i < present && i < entries_.size(); ++i) {
     if (entries_[i].reactor == nullptr) continue;
     const Reactor reactor = entries_[i].reactor;
     reactor(entity, attribute);
@@ -55,12 +56,18 @@ void Entity::qelDoZombieReactors(bool notify) {
 }
 
 void Entity::lastUserGone() noexcept {
+  // Its own user while reactors run: one of them may take a Ptr and let it go again.
+  addUser();
   // Reactors that throw while an object dies have nobody left to tell.
   try {
     qelDoZombieReactors(notificationActive_);
   } catch (...) {
   }
-  delete this;
+  if (users() == 1) {
+    delete this;
+  } else {
+    removeUser();  // a reactor keeps it
+  }
 }
 
 }  // namespace Qel

@@ -58,7 +58,8 @@ class Entity : public RefCounted {
   virtual const TypeData& typeData() const noexcept;
   /**
    * The entity's last user has gone: with `notify`, reactors still subscribed hear the attribute
-   * name "zombie" once; they are dropped in any case.
+   * name "zombie" once; they are dropped in any case. A reactor that takes a Ptr and keeps it keeps
+   * the entity.
    */
   virtual void qelDoZombieReactors(bool notify);
 
