@@ -15,7 +15,7 @@ namespace {
 std::atomic<std::thread::id> countingThread{};
 }  // namespace
 
-#ifndef NDEBUG
+// Always there, called or not: who includes Ptr.h need not be built as this library is.
 void checkCountingThread() noexcept {
   const auto self = std::this_thread::get_id();
   std::thread::id none{};
@@ -24,7 +24,6 @@ void checkCountingThread() noexcept {
   // exception into an abort with this message.
   assertionFailed("plain reference counts are taken by one thread only", __FILE__, __LINE__);
 }
-#endif
 
 }  // namespace Detail
 

@@ -19,9 +19,7 @@ namespace Qel {
 
 namespace Detail {
 extern bool threadSafePtr;
-#ifndef NDEBUG
 void checkCountingThread() noexcept;
-#endif
 }  // namespace Detail
 
 /** Whether reference counts are changed with atomic operations. */
