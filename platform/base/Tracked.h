@@ -57,6 +57,7 @@ std::int64_t liveInstances(std::string_view className);
 #define QEL_TRACKED_ALLOCATION(Class)                                                \
  public:                                                                             \
   static ::Qel::FixedAllocator& allocator() {                                        \
+    static_assert(alignof(Class) <= __STDCPP_DEFAULT_NEW_ALIGNMENT__);               \
     /* Never destroyed: objects may be released during static destruction. */        \
     static auto* const instance = new ::Qel::FixedAllocator(#Class, sizeof(Class));  \
     return *instance;                                                                \
