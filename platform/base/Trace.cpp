@@ -27,16 +27,18 @@ Tracing& tracing() {
   return *instance;
 }
 
-bool writeAll(int fd, std::string_view text) noexcept {
-  while (!text.empty()) {
-    const ssize_t n = ::write(fd, text.data(), text.size());
-    if (n < 0) {
-      if (errno == EINTR) continue;
-      return false;
+// How many bytes were written; fewer than all when the file takes no more.
+std::size_t writeAll(int fd, std::string_view text) noexcept {
+  std::size_t written = 0;
+  while (written < text.size()) {
+    const ssize_t n = ::write(fd, text.data() + written, text.size() - written);
+    if (n > 0) {
+      written += static_cast<std::size_t>(n);
+    } else if (n == 0 || errno != EINTR) {
+      break;
     }
-    text.remove_prefix(static_cast<std::size_t>(n));
   }
-  return true;
+  return written;
 }
 
 }  // namespace
@@ -92,16 +94,25 @@ FileTraceSink::~FileTraceSink() { ::close(fd_); }
 void FileTraceSink::write(const TraceRecord& record) noexcept {
   try {
     if (lost_ != 0) {
-      if (!writeAll(fd_, fmt::format("({} trace lines lost: the file took none)\n", lost_))) {
+      if (!writeLine(fmt::format("({} trace lines lost: the file took none)", lost_))) {
         ++lost_;
         return;
       }
       lost_ = 0;
     }
-    if (!writeAll(fd_, record.text() + "\n")) ++lost_;
+    if (!writeLine(record.text())) ++lost_;
   } catch (...) {
     ++lost_;
   }
+}
+
+bool FileTraceSink::writeLine(std::string line) {
+  line += '\n';
+  if (torn_) line.insert(line.begin(), '\n');
+  const std::size_t written = writeAll(fd_, line);
+  // A filling disk takes a part of a line; what comes next starts on a line of its own.
+  if (written != 0) torn_ = written != line.size() && !(torn_ && written == 1);
+  return written == line.size();
 }
 
 void CapturingTraceSink::write(const TraceRecord& record) noexcept {

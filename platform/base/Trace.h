@@ -10,7 +10,7 @@
 #include <fmt/format.h>
 
 #include <atomic>
-#include <cstdio>
+#include <cstdint>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -83,8 +83,11 @@ class FileTraceSink final : public TraceSink {
   void write(const TraceRecord& record) noexcept override;
 
  private:
+  bool writeLine(std::string line);
+
   int fd_;
   std::uint64_t lost_ = 0;
+  bool torn_ = false;  // the file ends within a line
 };
 
 /** Keeps lines in memory, for tests. */
