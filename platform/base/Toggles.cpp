@@ -3,6 +3,8 @@
 #include <rapidjson/document.h>
 #include <rapidjson/error/en.h>
 
+#include <cerrno>
+#include <cstring>
 #include <fstream>
 #include <map>
 #include <sstream>
@@ -26,13 +28,21 @@ Toggles& toggles() {
 }
 
 bool readToggle(const std::string& path, const std::string& name, bool defaultState) {
+  TraceHandle& trace = traceHandle("Toggles");
+  errno = 0;
   std::ifstream file(path);
-  if (!file) return defaultState;
+  if (!file) {
+    if (errno != ENOENT) {
+      QEL_TRACE(trace, 1, "toggle file {}: {}; {} keeps its default", path, std::strerror(errno),
+                name);
+    }
+    return defaultState;
+  }
   std::ostringstream text;
   text << file.rdbuf();
   rapidjson::Document document;
-  document.Parse(text.str().c_str());
-  TraceHandle& trace = traceHandle("Toggles");
+  // Iterative: a file of nothing but brackets must not use up the stack.
+  document.Parse<rapidjson::kParseIterativeFlag>(text.str().c_str());
   if (document.HasParseError()) {
     QEL_TRACE(trace, 1, "toggle file {}: {} at byte {}; {} keeps its default", path,
               rapidjson::GetParseError_En(document.GetParseError()), document.GetErrorOffset(),
