@@ -10,7 +10,8 @@
 //  the
 //    one that would have followed it.
 //  - shouldYield() is asked after every printed row and only then: skipped rows never end a slice.
-//  - A slice whose last printed row was the last row of the table ends the walk at once.
+//  - A slice that runs out right after the last row of the table says so; what follows then is the
+//    dump's to choose, most of them are done.
 //  - The walk ends, even if entries are added ahead of it faster than it prints: once it has
 //  printed
 //    as many rows as the collection held when the walk began, it passes over entries younger than
@@ -32,8 +33,9 @@ namespace KorvoL2 {
 
 /** How a slice of a walk ended. */
 enum class WalkEnd : std::uint8_t {
-  yielded,    ///< rows remain; the bookmark is the key of the next one
-  exhausted,  ///< no row is left
+  yielded,       ///< rows remain; the bookmark is the key of the next one
+  exhausted,     ///< no row is left
+  yieldedAtEnd,  ///< the slice ran out right after the last row; the bookmark is where it was
 };
 
 /** What became of one entry of a walked table. */
@@ -71,7 +73,7 @@ class ResumableWalk {
         if (sm.shouldYield()) {
           QEL_TRACE(trace(), 8, "Yielding Cpu");
           ++it;
-          if (it == collection.end()) break;
+          if (it == collection.end()) return WalkEnd::yieldedAtEnd;
           bookmark_ = it->key;
           return WalkEnd::yielded;
         }

@@ -2,10 +2,18 @@
 #pragma once
 
 #include "platform/base/Entity.h"
+#include "platform/base/Exceptions.h"
 #include "platform/l2/MacEntry.h"
 #include "platform/rendering/RendererV2.h"
+#include "platform/types/FapId.h"
+
+namespace Rendering {
+class TableRenderer;
+}
 
 namespace KorvoL2 {
+
+class KorvoL2McastHelper;
 
 /**
  * Holds what the agent believes every chip's MAC table should hold, and prints its rows: a dump
@@ -26,6 +34,26 @@ class MacTblShadow : public Qel::Entity {
    */
   virtual void printMacEntry(Rendering::RendererV2& renderer, const Bridging::MacVlanPair& key,
                              const MacEntry& entry) const = 0;
+
+  /**
+   * Prints what chip `fapId` holds for one entry; the shadow decides what that is and may print
+   * nothing. In text, a row of seven cells into `table` when `detail` is set, else one line in the
+   * format "%4s %-17s %-8s %-12s %-7s %-17s\n" (VLAN, MAC address, type, multicast group, class,
+   * port). In JSON, the members of an object that the caller has opened and closes. `table` is null
+   * without `detail`; `mcastHelper` may be null.
+   */
+  virtual void printMacEntryHw(Rendering::RendererV2& renderer, Rendering::TableRenderer* table,
+                               Tessar::FapId fapId, bool detail, const Bridging::MacVlanPair& key,
+                               const MacEntry& entry, KorvoL2McastHelper* mcastHelper) const {
+    static_cast<void>(renderer);
+    static_cast<void>(table);
+    static_cast<void>(fapId);
+    static_cast<void>(detail);
+    static_cast<void>(key);
+    static_cast<void>(entry);
+    static_cast<void>(mcastHelper);
+    throw Qel::NoImplementationException("not implemented in base-class");
+  }
 };
 
 }  // namespace KorvoL2

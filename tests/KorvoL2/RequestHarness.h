@@ -10,11 +10,15 @@
 #include <memory>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "platform/base/Clock.h"
 #include "platform/base/Trace.h"
 #include "platform/command/AgentAsyncCommandRequestSm.h"
 #include "platform/l2/KorvoL2MacAddrSmHelper.h"
+#include "platform/l2/L2TableReadSm.h"
+#include "platform/l2/McastHelper.h"
+#include "platform/rendering/TableRenderer.h"
 
 namespace KorvoL2::Testing {
 
@@ -52,16 +56,66 @@ class FakeMacTblShadow final : public MacTblShadow {
     out.member("interface", entry.intf.stringValue());
   }
 
+  void printMacEntryHw(Rendering::RendererV2& out, Rendering::TableRenderer* table,
+                       Tessar::FapId fapId, bool detail, const Bridging::MacVlanPair& key,
+                       const MacEntry& entry, KorvoL2McastHelper* mcastHelper) const override {
+    if (onPrint != nullptr) onPrint(key);
+    lastMcastHelper = mcastHelper;
+    const std::string vlan = std::to_string(key.vlan());
+    const std::string mac = key.mac().stringValue();
+    const std::string index = std::to_string(1000U * fapId.value() + key.vlan());
+    if (detail) {
+      table->addRow({vlan, mac, "dynamic", "-", "0", entry.intf.stringValue(), index});
+    } else {
+      out.addFrills("%4s %-17s %-8s %-12s %-7s %-17s\n", vlan, mac, "dynamic", "-", "0",
+                    entry.intf.stringValue());
+    }
+    out.member("vlan", key.vlan());
+    out.member("mac", mac);
+  }
+
   MacEntryCollection entries;
   bool hasCollection = true;
+  mutable KorvoL2McastHelper* lastMcastHelper = nullptr;
   std::function<void(const Bridging::MacVlanPair&)> onPrint;
+};
+
+/** A reader that keeps what it is asked; a test fills the result tables and completes them. */
+class FakeL2TableReadSm final : public L2TableReadSm {
+ public:
+  std::uint64_t createTransactionId() override { return ++lastTransactionId; }
+  void mcastHelperIs(KorvoL2McastHelper* helper) override { mcastHelpers.push_back(helper); }
+  void newReqIs(const L2TableReadReq& request) override { requests.push_back(request); }
+
+  std::uint64_t lastTransactionId = 100;
+  std::vector<KorvoL2McastHelper*> mcastHelpers;
+  std::vector<L2TableReadReq> requests;
+};
+
+class FakeMcastHelper final : public KorvoL2McastHelper {
+ public:
+  void showHwMcastGroupTable(std::uint32_t, bool, bool, std::uint32_t) override {}
+  void showMcastGroupTable(std::uint32_t) override {}
+  void clearShadowMcastGroupTable() override {}
 };
 
 class FakeMacAddrSmHelper final : public KorvoL2MacAddrSmHelper {
  public:
   MacTblShadow* macTblShadow() const override { return shadow.get(); }
+  const FapChipCollection* fapChip() const override { return &chips; }
+  bool readUnknownChips() const override { return readUnknown; }
+  L2TableReadSm* l2TableReadSm() const override { return reader.get(); }
+
   Qel::Ptr<FakeMacTblShadow> shadow = Qel::makePtr<FakeMacTblShadow>();
+  FapChipCollection chips;
+  bool readUnknown = false;
+  Qel::Ptr<FakeL2TableReadSm> reader = Qel::makePtr<FakeL2TableReadSm>();
 };
+
+inline void addChip(FakeMacAddrSmHelper& helper, unsigned id, const char* name) {
+  const Tessar::FapId fapId(id);
+  helper.chips.put(fapId, {.fapChipName = name, .chipData = fapId});
+}
 
 inline Bridging::MacVlanPair macKey(unsigned vlan, std::uint64_t mac) {
   return {static_cast<std::uint16_t>(vlan), Bridging::EthAddr(mac)};
@@ -122,6 +176,7 @@ class RequestHarness : public ::testing::Test {
 
   std::shared_ptr<SimulatedPort::Reader> reader;
   Qel::Ptr<FakeMacAddrSmHelper> helper = Qel::makePtr<FakeMacAddrSmHelper>();
+  Qel::Ptr<FakeMcastHelper> mcastHelper = Qel::makePtr<FakeMcastHelper>();
   Qel::Ptr<Qel::ManualClock> clock = Qel::makePtr<Qel::ManualClock>();
   std::shared_ptr<Qel::CapturingTraceSink> traces = std::make_shared<Qel::CapturingTraceSink>();
 

@@ -1,0 +1,134 @@
+// What the two consistency checks of the MAC table share: asking for the hardware reads, waiting
+// for them, and beginning and ending the report.
+//
+// A check cannot walk the hardware itself. It posts one read request for each chip of its list to
+// the agent's table reader, and a closing request; the reader compares each chip's table with the
+// software shadow and fills the check's result table. Each slice looks at that table's completion
+// flag; when it is set, the report is printed from the result table, which rests from then on.
+//
+// Reports and their slices: a slice that runs out right after the last entry leaves its bookmark
+// where it was, so that the next slice prints the entries from there again, and counts them again.
+// Tools that read these reports know it. It happens once for a report: the second time the end is
+// the end, or a slice too short for what it repeats would never get done.
+//
+// Threading: the agent's event-loop thread only.
+#pragma once
+
+#include <absl/container/btree_set.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "KorvoL2/KorvoL2CliAsyncRequestSmBase/ResumableWalk.h"
+#include "platform/command/AgentAsyncCommandRequestSm.h"
+#include "platform/l2/KorvoL2MacAddrSmHelper.h"
+#include "platform/l2/L2TableReadSm.h"
+#include "platform/l2/McastHelper.h"
+#include "platform/rendering/TableRenderer.h"
+
+namespace KorvoL2 {
+
+class L2MacCheckRequestSmBase : public AgentCommand::AgentAsyncCommandRequestSm {
+ public:
+  using Fap = absl::btree_set<std::uint32_t>;
+
+  void handleAsyncCommand(std::uint32_t socket, std::uint32_t format) override;
+
+  /**
+   * Posts the read requests and takes the machine into service. Throws RangeException on a chip
+   * number whose low byte is above 128, AssertionException when a chip is to be read without a
+   * multicast helper.
+   */
+  void handleInitialized();
+
+  /** Chip numbers as the command gave them, decimal, separated by ",". */
+  const std::string& fapIdList() const noexcept { return fapIdList_; }
+  bool detail() const noexcept { return detail_; }
+  /** Read requests posted, the closing one not counted. */
+  std::uint32_t numReq() const noexcept { return numReq_; }
+  void numReqInc(std::uint32_t by) { attributeIs(numReq_, numReq_ + by, "numReq"); }
+  /** The report has begun. */
+  bool inProgress() const noexcept { return inProgress_; }
+  void inProgressIs(bool value) { attributeIs(inProgress_, value, "inProgress"); }
+  /** All hardware reads have finished. */
+  bool l2TableReadDone() const noexcept { return l2TableReadDone_; }
+  void l2TableReadDoneIs(bool value) { attributeIs(l2TableReadDone_, value, "l2TableReadDone"); }
+
+  /** Every chip number of the list, in full width, though a chip is asked for by its low byte. */
+  const Fap& fap() const noexcept { return fap_; }
+  void fapIs(std::uint32_t id);
+  void fapDel(std::uint32_t id);
+  void fapDel(Fap::const_iterator position);
+  void fapDelAll();
+  bool fapHas(std::uint32_t id) const { return fap_.contains(id); }
+
+ protected:
+  L2MacCheckRequestSmBase(std::string name,
+                          Qel::Ptr<const AgentCommand::AgentCommandRequest> request,
+                          Qel::Duration maxRunTime, Qel::Ptr<const Qel::Clock> clock,
+                          KorvoL2MacAddrSmHelper* macAddrSmHelper, KorvoL2McastHelper* mcastHelper,
+                          std::string fapIdList, bool detail);
+  ~L2MacCheckRequestSmBase() override;
+
+  // What a check supplies.
+
+  /** Makes a new, empty result table; returns a request that names it and the type of the check. */
+  virtual L2TableReadReq resultTableIs() = 0;
+  virtual bool resultTableComplete() const = 0;
+  /** The key of the list of entries in JSON. */
+  virtual std::string_view listKey() const = 0;
+  /** Heads and formats of the report's text table, in order. */
+  struct ReportColumn {
+    std::string_view heading;
+    Rendering::ColumnFormatter format;
+  };
+  virtual std::vector<ReportColumn> reportColumns() const = 0;
+  /** One slice of the report. */
+  virtual void printReport() = 0;
+  virtual void printTotals() = 0;
+
+  void initializeTableRenderer();
+  void tableRendererIs(std::unique_ptr<Rendering::TableRenderer> table);
+  Rendering::TableRenderer& tableRenderer() const noexcept { return *tableRenderer_; }
+  void executionComplete();
+
+  /** One slice of a walk over a result table, with the end that this file's head tells of. */
+  template <class Collection, class PrintEntry>
+  void runReportSlice(ResumableWalk<Collection>& walk, const Collection& entries,
+                      PrintEntry&& printEntry) {
+    inProgressIs(true);
+    const WalkEnd end = walk.runSlice(entries, *this, [&](const auto& entry) {
+      printEntry(entry);
+      return RowOutcome::printed;
+    });
+    if (end == WalkEnd::yielded) return;
+    if (end == WalkEnd::yieldedAtEnd && !endRepeated_) {
+      endRepeated_ = true;
+      return;
+    }
+    reportExhausted();
+  }
+
+ private:
+  void issueReads();
+  bool shallRead(Tessar::FapId fapId) const;
+  void post(L2TableReadReq request, Tessar::FapId fapId);
+  void reportExhausted();
+
+  KorvoL2MacAddrSmHelper* macAddrSmHelper_;
+  KorvoL2McastHelper* mcastHelper_;
+  std::string fapIdList_;
+  bool detail_;
+  bool readsIssued_ = false;
+  bool inProgress_ = false;
+  bool l2TableReadDone_ = false;
+  bool endRepeated_ = false;
+  std::uint32_t numReq_ = 0;
+  Fap fap_;
+  std::unique_ptr<Rendering::TableRenderer> tableRenderer_;
+};
+
+}  // namespace KorvoL2
