@@ -32,7 +32,11 @@ class CliCallbackWithFormat final : public AgentCommand::CliCallbackBaseWithForm
   class AsyncHandler;
   class DefaultH;
   class DefaultAsyncH;
+  class MacTableHandler;
   class MactAllH;
+  class MactDiffH;
+  class MactHwAllH;
+  class MactMissingH;
 
   explicit CliCallbackWithFormat(std::string name);
   /** A new callback with its notifications switched on. */

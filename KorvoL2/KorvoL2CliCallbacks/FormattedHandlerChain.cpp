@@ -23,6 +23,9 @@ constexpr std::array kChain{
 static_assert(firstFaultyRow<CliCallbackWithFormat::Handler>(kChain) == kChain.size());
 
 constexpr std::array kAsyncChain{
+    asyncRow<CliCallbackWithFormat::MactDiffH>("MACT_DIFF"),
+    asyncRow<CliCallbackWithFormat::MactHwAllH>("MACT_HW_ALL"),
+    asyncRow<CliCallbackWithFormat::MactMissingH>("MACT_MISSING"),
     asyncRow<CliCallbackWithFormat::MactAllH>("MACT_ALL"),
     asyncRow<CliCallbackWithFormat::DefaultAsyncH>(""),
 };
