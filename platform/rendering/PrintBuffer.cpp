@@ -14,6 +14,9 @@ namespace {
 // Small answers should cost little; large ones double up to the buffer's size in a few steps.
 constexpr std::size_t kFirstCapacity = 4096;
 
+int heldSocket = -1;
+std::uint64_t bytesSent = 0;
+
 void waitAndSend(std::uint32_t socket, const std::string& text) {
   constexpr int kPatienceMs = 5000;
   SocketPort port(socket);
@@ -36,10 +39,18 @@ PrintBuffer::UndeliveredHandler& undeliveredHandler() {
 
 }  // namespace
 
+void SocketPort::heldIs(std::uint32_t socket) noexcept { heldSocket = static_cast<int>(socket); }
+
+std::uint64_t SocketPort::sentTotal() noexcept { return bytesSent; }
+
 std::ptrdiff_t SocketPort::send(const char* data, std::size_t size) {
+  if (socket_ == heldSocket) return 0;
   for (;;) {
     const ssize_t n = ::send(socket_, data, size, MSG_DONTWAIT | MSG_NOSIGNAL);
-    if (n >= 0) return n;
+    if (n >= 0) {
+      bytesSent += static_cast<std::uint64_t>(n);
+      return n;
+    }
     if (errno == EINTR) continue;
     // No buffers is the kernel's memory pressure, not the peer's end.
     if (errno == EAGAIN || errno == EWOULDBLOCK || errno == ENOBUFS) return 0;

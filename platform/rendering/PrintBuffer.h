@@ -37,8 +37,20 @@ class OutputPort {
 /** A stream socket, not owned; whether it is in non-blocking mode does not matter. */
 class SocketPort final : public OutputPort {
  public:
+  /** No socket has this number. */
+  static constexpr std::uint32_t kNoSocket = ~std::uint32_t{0};
+
   explicit SocketPort(std::uint32_t socket) : socket_(static_cast<int>(socket)) {}
   std::ptrdiff_t send(const char* data, std::size_t size) override;
+
+  /**
+   * Makes the ports of `socket` take nothing until another socket, or kNoSocket, is held. A host
+   * that keeps undelivered text of a socket holds it for the rest of the command: what is printed
+   * later queues up behind that text even if the peer reads meanwhile.
+   */
+  static void heldIs(std::uint32_t socket) noexcept;
+  /** Bytes sent by all socket ports of the process so far; a host counts an answer with it. */
+  static std::uint64_t sentTotal() noexcept;
 
  private:
   int socket_;
