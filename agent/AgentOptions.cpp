@@ -1,0 +1,136 @@
+#include "agent/AgentOptions.h"
+
+#include <CLI/CLI.hpp>
+#include <limits>
+#include <ostream>
+
+namespace KorvoAgent {
+
+namespace {
+
+constexpr const char* kDescription =
+    "A layer-2 agent of a simulated switch, which answers diagnostic commands on a Unix socket.\n"
+    "Prints \"ready SOCKET\" when it serves; ends on SIGTERM or SIGINT.";
+
+constexpr const char* kFooter =
+    "\nThe tables are filled in this order, each adding to what is there: --chips, --demo, "
+    "--state,\n"
+    "--bridge-json, --macs. What --state says of a table or of the chips replaces what they were.\n"
+    "Exit status: 0 after SIGTERM or SIGINT, 1 when the agent cannot serve, 2 for a wrong option "
+    "or\n"
+    "a document that cannot be read.";
+
+Qel::Duration fromSeconds(double seconds) {
+  return std::chrono::duration_cast<Qel::Duration>(std::chrono::duration<double>(seconds));
+}
+
+}  // namespace
+
+std::optional<int> readAgentOptions(int argc, const char* const* argv, AgentOptions& options,
+                                    std::ostream& out, std::ostream& err) {
+  CLI::App app(kDescription, "korvo-l2-agent");
+  app.footer(kFooter);
+  app.set_version_flag("--version", std::string("korvo-l2-agent " KORVO_VERSION));
+
+  options.socket = "/run/korvo/l2-agent.sock";
+  app.add_option("--socket", options.socket, "Where to serve")
+      ->envname("KORVO_L2_SOCKET")
+      ->type_name("PATH")
+      ->capture_default_str();
+
+  const char* const kSwitch = "Switch";
+  app.add_option("--state", options.state, "Switch state document to read (JSON)")
+      ->type_name("FILE")
+      ->group(kSwitch);
+  app.add_option("--bridge-json", options.bridgeJson,
+                 "Output of \"bridge -j fdb show\" to read; - is standard input")
+      ->type_name("FILE")
+      ->group(kSwitch);
+  app.add_flag("--demo", options.demo, "Fill every table with a little of everything")
+      ->group(kSwitch);
+  app.add_option("--macs", options.macs, "Add this many made-up MAC entries")
+      ->type_name("N")
+      ->check(CLI::Range(std::uint64_t{0}, std::uint64_t{10'000'000}))
+      ->group(kSwitch);
+  app.add_option("--chips", options.chips, "Number of chips")
+      ->type_name("N")
+      ->check(CLI::Range(1, 128))
+      ->group(kSwitch);
+  app.add_option("--churn", options.churn, "Learn, move and age this many entries a second")
+      ->type_name("RATE")
+      ->check(CLI::Range(0.0, 1e6))
+      ->group(kSwitch);
+  app.add_option("--seed", options.seed, "Seed of what is made up")
+      ->type_name("N")
+      ->capture_default_str()
+      ->group(kSwitch);
+
+  const char* const kAgent = "Agent";
+  app.add_option("--plugin", options.plugin, "Command plug-in to load instead of the installed one")
+      ->type_name("FILE")
+      ->group(kAgent);
+  app.add_option("--trace", options.trace,
+                 "Trace level 0 to 9 of a handle, for example KorvoL2CliCallbacks=8; repeatable")
+      ->type_name("HANDLE=LEVEL")
+      ->expected(1)
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+      ->group(kAgent);
+  app.add_option("--trace-file", options.traceFile, "Append trace lines to a file")
+      ->type_name("FILE")
+      ->group(kAgent);
+
+  const char* const kLimits = "Limits";
+  constexpr double kLongestTimeout = 24.0 * 60 * 60;
+  double clientTimeout = 60;
+  double lineTimeout = 10;
+  options.maxConnections = 1024;
+  options.maxRequestsPerUser = 512;
+  app.add_option("--client-timeout", clientTimeout,
+                 "End a request whose client reads nothing for so long")
+      ->type_name("SECONDS")
+      ->check(CLI::Range(0.001, kLongestTimeout))
+      ->capture_default_str()
+      ->group(kLimits);
+  app.add_option("--line-timeout", lineTimeout, "How long a client may take to send its request")
+      ->type_name("SECONDS")
+      ->check(CLI::Range(0.001, kLongestTimeout))
+      ->capture_default_str()
+      ->group(kLimits);
+  app.add_option("--max-connections", options.maxConnections, "Connections at a time")
+      ->type_name("N")
+      ->check(CLI::Range(1, 1'000'000))
+      ->capture_default_str()
+      ->group(kLimits);
+  app.add_option("--max-requests-per-user", options.maxRequestsPerUser,
+                 "Requests of one user at a time")
+      ->type_name("N")
+      ->check(CLI::Range(1, 1'000'000))
+      ->capture_default_str()
+      ->group(kLimits);
+
+  const char* const kDiagnostics = "Diagnostics";
+  app.add_option("--slice-rows", options.sliceRows,
+                 "Most rows that a slice prints before others get their turn (for tests)")
+      ->type_name("N")
+      ->check(CLI::Range(std::uint32_t{1}, std::numeric_limits<std::uint32_t>::max()))
+      ->group(kDiagnostics);
+  app.add_option("--slice-bytes", options.sliceBytes,
+                 "Most bytes, about, that a slice prints before others get their turn (for tests)")
+      ->type_name("N")
+      ->check(CLI::Range(std::size_t{1}, std::size_t{1} << 30))
+      ->group(kDiagnostics);
+
+  try {
+    app.parse(argc, argv);
+    if (options.socket.empty()) {
+      throw CLI::ValidationError("--socket", "the path is empty");
+    }
+  } catch (const CLI::ParseError& e) {
+    return app.exit(e, out, err) == 0 ? kExitOk : kExitUsage;
+  }
+  options.clientTimeout = fromSeconds(clientTimeout);
+  options.lineTimeout = fromSeconds(lineTimeout);
+  return std::nullopt;
+}
+
+}  // namespace KorvoAgent

@@ -1,0 +1,125 @@
+// korvo-l2-agent: puts the parts of the agent together and serves.
+
+#include <sys/resource.h>
+
+#include <csignal>
+#include <cstdio>
+#include <exception>
+#include <iostream>
+#include <memory>
+#include <optional>
+
+#include "agent/AgentOptions.h"
+#include "agent/model/Churn.h"
+#include "agent/model/DemoSwitch.h"
+#include "agent/model/MacGenerator.h"
+#include "agent/model/SwitchModel.h"
+#include "agent/plugin/PluginLoader.h"
+#include "agent/server/ChurnDriver.h"
+#include "agent/server/CommandServer.h"
+#include "platform/base/Exceptions.h"
+#include "platform/base/Trace.h"
+
+namespace {
+
+using namespace KorvoAgent;  // NOLINT(google-build-using-namespace): this file is the agent's main
+
+// Each request takes up to three descriptors while it is answered.
+void raiseDescriptorLimit() {
+  rlimit limit{};
+  if (::getrlimit(RLIMIT_NOFILE, &limit) != 0) return;
+  limit.rlim_cur = limit.rlim_max;
+  ::setrlimit(RLIMIT_NOFILE, &limit);
+}
+
+void fillModel(const AgentOptions& options, SwitchModel& model) {
+  if (options.chips) model.chipsIs(*options.chips);
+  if (options.demo) fillDemo(model);
+  if (options.macs != 0) generateMacs(model, options.macs, options.seed);
+}
+
+CommandCallbacks makeCallbacks(const AgentOptions& options, SwitchModel& model) {
+  const AgentCommand::PluginEntry& plugin =
+      loadPlugin(options.plugin.empty() ? findDefaultPlugin() : options.plugin);
+  CommandCallbacks callbacks{plugin.cliCallback("agent"), plugin.cliCallbackWithFormat("agent")};
+  callbacks.plain->l2AgentIs(&model);
+  callbacks.formatted->l2AgentIs(&model);
+  return callbacks;
+}
+
+AgentFacts factsOf(SwitchModel& model) {
+  AgentFacts facts;
+  facts.chips = [&model] {
+    std::vector<AgentFacts::Chip> chips;
+    for (const Chip& chip : model.chips()) chips.push_back({chip.id.value(), chip.name});
+    return chips;
+  };
+  facts.tables = [&model] {
+    return std::vector<AgentFacts::Table>{{"swMacTable", model.swMacTable().size()}};
+  };
+  return facts;
+}
+
+ServerPolicy policyOf(const AgentOptions& options) {
+  ServerPolicy policy;
+  policy.scheduler.clientTimeout = options.clientTimeout;
+  if (options.sliceRows) policy.scheduler.slice.rowBudget = *options.sliceRows;
+  if (options.sliceBytes) policy.scheduler.slice.outputWindow = *options.sliceBytes;
+  policy.connection.closingTimeout = options.clientTimeout;
+  policy.connection.lineTimeout = options.lineTimeout;
+  policy.connection.requestsPerUser = options.maxRequestsPerUser;
+  policy.maxConnections = options.maxConnections;
+  return policy;
+}
+
+void serve(const AgentOptions& options) {
+  const auto clock = Qel::makePtr<const Qel::SteadyClock>();
+  const auto model = Qel::makePtr<SwitchModel>(clock);
+  EventLoop loop(clock);
+  // Before anything that takes long: a signal that comes early ends the agent cleanly too.
+  loop.onSignals({SIGTERM, SIGINT}, [&loop] { loop.stop(); });
+  CommandServer server(loop, clock, policyOf(options), makeCallbacks(options, *model),
+                       factsOf(*model));
+  fillModel(options, *model);
+  std::optional<Churn> churn;
+  std::optional<ChurnDriver> churnDriver;
+  if (options.churn > 0) {
+    churn.emplace(*model, options.churn, options.seed);
+    churnDriver.emplace(clock, options.churn, [&churn](Qel::Duration now, std::size_t maxEvents) {
+      return churn->advance(now, maxEvents);
+    });
+    loop.add(*churnDriver);
+  }
+  server.listen(options.socket);
+  std::printf("ready %s\n", options.socket.c_str());
+  std::fflush(stdout);
+  loop.run();
+  server.shutDown("the agent ends");
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  AgentOptions options;
+  if (const auto status = readAgentOptions(argc, argv, options, std::cout, std::cerr)) {
+    return *status;
+  }
+  std::signal(SIGPIPE, SIG_IGN);
+  raiseDescriptorLimit();
+  try {
+    for (const std::string& setting : options.trace) Qel::traceSettingIs(setting);
+  } catch (const Qel::ParseException& e) {
+    std::fprintf(stderr, "korvo-l2-agent: --trace: %s\n", e.what());
+    return kExitUsage;
+  }
+  try {
+    if (!options.traceFile.empty()) {
+      Qel::traceSinkIs(std::make_shared<Qel::FileTraceSink>(options.traceFile));
+    }
+    serve(options);
+    return kExitOk;
+  } catch (const std::exception& e) {
+    std::fprintf(stderr, "korvo-l2-agent: %s\n", e.what());
+    return kExitFailed;
+  }
+}

@@ -1,0 +1,314 @@
+#include "agent/server/Connection.h"
+
+#include <fmt/format.h>
+#include <sys/socket.h>
+
+#include <array>
+#include <cerrno>
+#include <optional>
+#include <utility>
+#include <variant>
+
+#include "agent/server/AgentTrace.h"
+#include "agent/server/Events.h"
+#include "agent/server/PrintableText.h"
+
+namespace KorvoAgent {
+
+namespace {
+
+// How long and how far a client is heard out that sends more than is read. Closing at once would
+// break its connection before it has read why.
+constexpr Qel::Duration kLingerTime = std::chrono::seconds(2);
+constexpr int kDiscardsPerTurn = 16;
+constexpr std::size_t kDiscardPiece = 16 * 1024;
+
+double seconds(Qel::Duration duration) { return std::chrono::duration<double>(duration).count(); }
+
+/** Throws away what has arrived. Whether more may come. */
+bool discardFrom(int socket) noexcept {
+  std::array<char, kDiscardPiece> piece;
+  for (int i = 0; i < kDiscardsPerTurn; ++i) {
+    const ssize_t n = ::recv(socket, piece.data(), piece.size(), MSG_DONTWAIT);
+    if (n < 0) return errno == EAGAIN || errno == EINTR;
+    if (n == 0) return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+Connection::Connection(ConnectionHost& host, std::uint64_t id, FileDescriptor control, uid_t user)
+    : host_(host),
+      id_(id),
+      user_(user),
+      control_(std::make_shared<AnswerSocket>(std::move(control))),
+      answer_(control_),
+      said_(answerBuffer(control_, Rendering::PrintBuffer::kHold)),
+      controlWatch_(std::make_unique<DescriptorWatch>(host.loop(), control_->get())) {}
+
+Connection::~Connection() = default;
+
+/** A callback for a watch: an exception costs this connection and nothing else. */
+template <class Function>
+std::function<void()> Connection::guarded(Function function) {
+  return [this, function] {
+    try {
+      function();
+    } catch (const std::exception& e) {
+      QEL_TRACE(agentTrace(), 1, "connection {}: {}", id_, e.what());
+      close();
+    }
+  };
+}
+
+void Connection::serve() {
+  host_.timeoutIs(*this, host_.limits().lineTimeout);
+  controlWatch_->onReadable(guarded([this] { read(); }));
+}
+
+void Connection::turnAway(std::string_view reason) {
+  lingers_ = true;
+  say(fmt::format("refused: {}\n", reason));
+  finish();
+}
+
+void Connection::timedOut() {
+  if (state_ == State::reading) {
+    refuse(fmt::format("no request line came within {} s", seconds(host_.limits().lineTimeout)));
+  } else {
+    close();
+  }
+}
+
+void Connection::close() noexcept {
+  if (state_ == State::closed) return;
+  // What a client sent beyond its line would turn its end of file into a broken connection.
+  if (state_ == State::closing) discardFrom(control_->get());
+  state_ = State::closed;
+  answerWatch_.reset();
+  controlWatch_.reset();
+  answer_->close();
+  control_->close();
+  if (job_ != 0) host_.scheduler().end(job_, {RequestStatus::error, "the connection failed"});
+  host_.closed(*this);
+}
+
+void Connection::read() {
+  switch (reader_.read(control_->get())) {
+    case ControlReader::State::incomplete:
+      controlWatch_->onReadable(guarded([this] { read(); }));
+      return;
+    case ControlReader::State::complete:
+      takeLine();
+      return;
+    case ControlReader::State::tooLong:
+      lingers_ = true;
+      refuse(lineTooLong().text);
+      return;
+    case ControlReader::State::ended:
+      if (reader_.line().empty()) {
+        close();
+      } else {
+        refuse(lineNotEnded().text);
+      }
+      return;
+    case ControlReader::State::failed:
+      close();
+      return;
+  }
+}
+
+void Connection::takeLine() {
+  auto parsed = parseRequestLine(reader_.line());
+  if (const LineProblem* const problem = std::get_if<LineProblem>(&parsed)) {
+    return refuse(problem->text);
+  }
+  auto& request = std::get<RequestLine>(parsed);
+  if (request.entry == Entry::plain && request.format == Rendering::kJson) {
+    return refuse("plain commands answer in text only; write \"plain text COMMAND\"");
+  }
+  if (reader_.numDescriptors() > 1) {
+    return refuse("more than one descriptor came; an answer goes to one");
+  }
+  if (reader_.descriptorLost()) {
+    return refuse("the descriptor could not be taken: too many came, or the agent has none left");
+  }
+  FileDescriptor descriptor = reader_.takeDescriptor();
+  if (descriptor.isOpen()) {
+    if (const std::optional<std::string> problem = unfitForAnswer(descriptor.get())) {
+      return refuse(fmt::format("{}; an answer goes to a connected stream socket", *problem));
+    }
+    answer_ = std::make_shared<AnswerSocket>(std::move(descriptor));
+    answerWatch_ = std::make_unique<DescriptorWatch>(host_.loop(), answer_->get());
+  }
+  if (host_.scheduler().numJobsOf(user_) >= host_.limits().requestsPerUser) {
+    return refuse(fmt::format("user {} has {} requests under way, which is the limit", user_,
+                              host_.limits().requestsPerUser));
+  }
+  work(std::move(request));
+}
+
+void Connection::refuse(std::string message) {
+  QEL_TRACE(agentTrace(), 3, "connection {} refused: {}", id_, message);
+  if (reader_.numDescriptors() != 0 || reader_.descriptorLost()) {
+    say(doneEvent({RequestStatus::refused, std::move(message)}, {}));
+  } else {
+    say(fmt::format("refused: {}\n", message));
+  }
+  finish();
+}
+
+void Connection::work(RequestLine request) {
+  host_.timeoutDel(*this);
+  state_ = State::working;
+  watchHangups();
+  job_ = host_.scheduler().begin(request, user_, *this);
+  QEL_TRACE(agentTrace(), 5, "request {} of user {}: {} {} {}", job_, user_,
+            entryName(request.entry), formatName(request.format), printable(request.command));
+  if (hasEvents()) say(acceptedEvent(job_));
+  switch (request.entry) {
+    case Entry::plain:
+    case Entry::sync:
+      return answerAtOnce(request);
+    case Entry::async:
+      return startInSlices(request);
+    case Entry::agent:
+      return answerQuestion(request);
+  }
+}
+
+void Connection::answerAtOnce(const RequestLine& request) {
+  SliceScheduler& scheduler = host_.scheduler();
+  const Qel::Duration start = scheduler.clock().now();
+  CommandEntries::Answered answered = host_.entries().answer(request, answer_->get());
+  const Qel::Duration took = scheduler.clock().now() - start;
+  if (answered.end.status == RequestStatus::ok && answer_->peerGone()) {
+    answered.end = {RequestStatus::clientGone, "the answer's reader has gone"};
+  }
+  const auto output = answerBuffer(answer_, Rendering::PrintBuffer::kHold);
+  output->append(answered.left);
+  scheduler.drain(job_, output, std::move(answered.end), answered.sent, took);
+}
+
+void Connection::answerQuestion(const RequestLine& request) {
+  SliceScheduler& scheduler = host_.scheduler();
+  const Qel::Duration start = scheduler.clock().now();
+  const auto output = answerBuffer(answer_, Rendering::PrintBuffer::kHold);
+  const auto renderer = Qel::makePtr<Rendering::RendererV2>(request.format, output, false);
+  RequestEnd end;
+  try {
+    end = host_.questions().answer(request.command, user_, *renderer);
+  } catch (const std::exception& e) {
+    end = {RequestStatus::error, e.what()};
+  }
+  scheduler.drain(job_, output, std::move(end), 0, scheduler.clock().now() - start);
+}
+
+void Connection::startInSlices(const RequestLine& request) {
+  CommandEntries::Started started = host_.entries().start(job_, request, answer_);
+  if (started.machine != nullptr) {
+    host_.scheduler().run(job_, std::move(started.machine), std::move(started.output));
+  } else {
+    host_.scheduler().end(job_, started.end);
+  }
+}
+
+void Connection::watchHangups() {
+  controlWatch_->onHangup(guarded([this] { controlHungUp(); }));
+  if (hasEvents()) answerWatch_->onHangup(guarded([this] { answerHungUp(); }));
+}
+
+void Connection::controlHungUp() {
+  if (!control_->peerGone()) {
+    controlWatch_->onHangup(guarded([this] { controlHungUp(); }));
+    return;
+  }
+  if (hasEvents() && job_ != 0) {
+    host_.scheduler().end(job_, {RequestStatus::cancelled, "the control connection was closed"});
+  } else if (job_ != 0) {
+    host_.scheduler().end(job_, {RequestStatus::clientGone, "the answer's reader has gone"});
+  }
+  close();
+}
+
+void Connection::answerHungUp() {
+  if (!answer_->peerGone()) {
+    answerWatch_->onHangup(guarded([this] { answerHungUp(); }));
+    return;
+  }
+  host_.scheduler().end(job_, {RequestStatus::clientGone, "the answer's reader has gone"});
+}
+
+void Connection::awaitWritable() {
+  DescriptorWatch& watch = hasEvents() ? *answerWatch_ : *controlWatch_;
+  watch.onWritable(guarded([this] { host_.scheduler().writable(job_); }));
+}
+
+void Connection::jobProgress(const RequestFigures& figures) noexcept {
+  // A client that does not read its events misses some; they must not pile up.
+  if (!hasEvents() || said_->pending() != 0) return;
+  try {
+    say(progressEvent(figures));
+  } catch (const std::exception& e) {
+    QEL_TRACE(agentTrace(), 1, "connection {}: {}", id_, e.what());
+  }
+}
+
+void Connection::jobEnded(const RequestEnd& end, const RequestFigures& figures) noexcept {
+  QEL_TRACE(agentTrace(), 5, "request {} ended: {} {}", job_, statusName(end.status), end.message);
+  job_ = 0;
+  if (state_ == State::closed) return;
+  try {
+    if (hasEvents()) {
+      // The end of the answer is to be seen before its verdict is read.
+      answerWatch_.reset();
+      answer_->close();
+      say(doneEvent(end, figures));
+    } else if (end.status == RequestStatus::refused) {
+      say(fmt::format("refused: {}\n", end.message));
+    }
+    finish();
+  } catch (const std::exception& e) {
+    QEL_TRACE(agentTrace(), 1, "connection {}: {}", id_, e.what());
+    close();
+  }
+}
+
+void Connection::say(std::string_view text) {
+  said_->append(text);
+  said_->flush();
+}
+
+// Closes as soon as all has been said.
+void Connection::finish() {
+  if (state_ != State::closing) {
+    state_ = State::closing;
+    host_.timeoutIs(*this, host_.limits().closingTimeout);
+  }
+  said_->flush();
+  if (said_->pending() != 0) {
+    controlWatch_->onWritable(guarded([this] { finish(); }));
+  } else if (lingers_ && !said_->failed()) {
+    linger();
+  } else {
+    close();
+  }
+}
+
+void Connection::linger() {
+  state_ = State::lingering;
+  host_.timeoutIs(*this, kLingerTime);
+  ::shutdown(control_->get(), SHUT_WR);
+  discardInput();
+}
+
+void Connection::discardInput() {
+  if (discardFrom(control_->get())) {
+    controlWatch_->onReadable(guarded([this] { discardInput(); }));
+  } else {
+    close();
+  }
+}
+
+}  // namespace KorvoAgent

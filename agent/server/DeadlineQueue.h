@@ -1,0 +1,44 @@
+// Points in time on an injected clock, each of which belongs to one key.
+#pragma once
+
+#include <map>
+#include <optional>
+#include <set>
+#include <utility>
+
+#include "platform/base/Clock.h"
+
+namespace KorvoAgent {
+
+template <class Key>
+class DeadlineQueue {
+ public:
+  /** Sets the key's one deadline, in place of one that it had. */
+  void set(const Key& key, Qel::Duration at) {
+    erase(key);
+    byTime_.emplace(at, key);
+    byKey_.emplace(key, at);
+  }
+  void erase(const Key& key) {
+    const auto it = byKey_.find(key);
+    if (it == byKey_.end()) return;
+    byTime_.erase({it->second, key});
+    byKey_.erase(it);
+  }
+  std::optional<Qel::Duration> next() const {
+    return byTime_.empty() ? std::nullopt : std::optional(byTime_.begin()->first);
+  }
+  /** Takes out one key whose deadline is `now` or earlier, the earliest first. */
+  std::optional<Key> takePassed(Qel::Duration now) {
+    if (byTime_.empty() || byTime_.begin()->first > now) return std::nullopt;
+    Key key = byTime_.begin()->second;
+    erase(key);
+    return key;
+  }
+
+ private:
+  std::set<std::pair<Qel::Duration, Key>> byTime_;
+  std::map<Key, Qel::Duration> byKey_;
+};
+
+}  // namespace KorvoAgent

@@ -1,0 +1,39 @@
+#include "agent/server/Events.h"
+
+#include <fmt/format.h>
+
+#include "platform/rendering/JsonText.h"
+
+namespace KorvoAgent {
+
+namespace {
+
+// An exception's message may quote a whole document; a status line stays a line.
+constexpr std::size_t kMaxMessage = 4096;
+
+double milliseconds(Qel::Duration duration) {
+  return std::chrono::duration<double, std::milli>(duration).count();
+}
+
+}  // namespace
+
+std::string acceptedEvent(std::uint64_t id) {
+  return fmt::format("{{\"event\":\"accepted\",\"id\":{}}}\n", id);
+}
+
+std::string progressEvent(const RequestFigures& figures) {
+  return fmt::format("{{\"event\":\"progress\",\"rows\":{},\"bytes\":{},\"slices\":{}}}\n",
+                     figures.rows, figures.bytes, figures.slices);
+}
+
+std::string doneEvent(const RequestEnd& end, const RequestFigures& figures) {
+  std::string message;
+  Rendering::appendJsonString(message, std::string_view(end.message).substr(0, kMaxMessage));
+  return fmt::format(
+      "{{\"event\":\"done\",\"status\":\"{}\",\"message\":{},\"rows\":{},\"bytes\":{},"
+      "\"slices\":{},\"worstSliceMs\":{:.3f},\"elapsedMs\":{:.3f}}}\n",
+      statusName(end.status), message, figures.rows, figures.bytes, figures.slices,
+      milliseconds(figures.worstSlice), milliseconds(figures.elapsed));
+}
+
+}  // namespace KorvoAgent

@@ -1,0 +1,131 @@
+#include "agent/server/ListeningSocket.h"
+
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <sys/file.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+#include <filesystem>
+#include <optional>
+#include <thread>
+#include <utility>
+
+namespace KorvoAgent {
+
+namespace {
+
+constexpr mode_t kMode = 0660;
+
+[[noreturn]] void fail(const std::string& path, std::string_view what) {
+  throw ListenError(fmt::format("cannot serve at {}: {}", path, what));
+}
+
+[[noreturn]] void failWithErrno(const std::string& path, std::string_view what) {
+  const int error = errno;
+  fail(path, fmt::format("{}: {}", what, std::strerror(error)));
+}
+
+sockaddr_un addressOf(const std::string& path) {
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  if (path.empty()) throw ListenError("the path of the socket is empty");
+  if (path.size() >= sizeof(address.sun_path)) {
+    fail(path, fmt::format("the path has {} bytes, a socket's path at most {}", path.size(),
+                           sizeof(address.sun_path) - 1));
+  }
+  std::memcpy(address.sun_path, path.data(), path.size());
+  return address;
+}
+
+FileDescriptor unixSocket(const std::string& path) {
+  FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+  if (!socket.isOpen()) failWithErrno(path, "no socket");
+  return socket;
+}
+
+/**
+ * Keeps a second agent that starts at the same moment from finding the path free too. The lock is
+ * on the folder, so it leaves no file behind.
+ */
+FileDescriptor lockFolder(const std::string& path) {
+  constexpr int kTries = 100;
+  constexpr std::chrono::milliseconds kPause{20};
+  const std::string parent = std::filesystem::path(path).parent_path().string();
+  const std::string folder = parent.empty() ? "." : parent;
+  FileDescriptor lock(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (!lock.isOpen()) {
+    // A folder that may be written but not listed is served all the same.
+    if (errno == EACCES) return lock;
+    failWithErrno(path, fmt::format("folder {}", folder));
+  }
+  for (int i = 0; i < kTries; ++i) {
+    if (::flock(lock.get(), LOCK_EX | LOCK_NB) == 0) return lock;
+    if (errno != EWOULDBLOCK && errno != EINTR) return lock;  // a file system without locks
+    std::this_thread::sleep_for(kPause);
+  }
+  fail(path, fmt::format("somebody keeps folder {} locked", folder));
+}
+
+void removeLeftOver(const std::string& path, const sockaddr_un& address) {
+  struct stat file {};
+  if (::lstat(path.c_str(), &file) != 0) {
+    if (errno == ENOENT) return;
+    failWithErrno(path, "cannot look at it");
+  }
+  if (!S_ISSOCK(file.st_mode)) fail(path, "there is something else that is no socket");
+  const FileDescriptor probe = unixSocket(path);
+  if (::connect(probe.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0 ||
+      errno == EAGAIN) {
+    fail(path, "another agent is serving there");
+  }
+  if (errno == EPROTOTYPE) fail(path, "a socket of another type is in use there");
+  if (errno != ECONNREFUSED && errno != ENOENT) {
+    failWithErrno(path, "cannot tell whether another agent is serving there");
+  }
+  if (::unlink(path.c_str()) != 0 && errno != ENOENT) {
+    failWithErrno(path, "cannot remove the socket of an agent that is gone");
+  }
+}
+
+}  // namespace
+
+ListeningSocket::ListeningSocket(std::string path) : path_(std::move(path)) {
+  const sockaddr_un address = addressOf(path_);
+  const FileDescriptor lock = lockFolder(path_);
+  removeLeftOver(path_, address);
+  FileDescriptor socket = unixSocket(path_);
+  // The file is made by bind() with its final mode: at no time can anybody else connect.
+  const mode_t before = ::umask(static_cast<mode_t>(~kMode) & 0777);
+  const int bound =
+      ::bind(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address));
+  const int bindError = errno;
+  ::umask(before);
+  errno = bindError;
+  if (bound != 0) failWithErrno(path_, "bind");
+  struct stat file {};
+  if (::lstat(path_.c_str(), &file) != 0) failWithErrno(path_, "cannot look at it");
+  device_ = file.st_dev;
+  inode_ = file.st_ino;
+  if (::listen(socket.get(), SOMAXCONN) != 0) {
+    const int error = errno;
+    ::unlink(path_.c_str());
+    errno = error;
+    failWithErrno(path_, "listen");
+  }
+  socket_ = std::move(socket);
+}
+
+ListeningSocket::~ListeningSocket() {
+  struct stat file {};
+  if (::lstat(path_.c_str(), &file) == 0 && file.st_dev == device_ && file.st_ino == inode_) {
+    ::unlink(path_.c_str());
+  }
+}
+
+}  // namespace KorvoAgent

@@ -1,0 +1,203 @@
+#include "agent/server/SliceScheduler.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <exception>
+#include <utility>
+
+namespace KorvoAgent {
+
+namespace {
+
+constexpr std::string_view kPeerGone = "the answer's reader has gone";
+
+std::string currentExceptionText() {
+  try {
+    throw;
+  } catch (const std::exception& e) {
+    return e.what();
+  } catch (...) {
+    return "unknown exception";
+  }
+}
+
+}  // namespace
+
+RequestFigures Job::figures(Qel::Duration now) const {
+  return {.rows = machine_ == nullptr ? rows_ : machine_->rows(),
+          .bytes = bytes(),
+          .slices = slices_,
+          .worstSlice = worstSlice_,
+          .elapsed = std::max(now - started_, Qel::Duration::zero())};
+}
+
+JobId SliceScheduler::begin(RequestLine request, uid_t user, JobOwner& owner) {
+  const JobId id = lastId_ + 1;
+  const Qel::Duration now = clock_->now();
+  Job& job = jobs_.try_emplace(id, id, std::move(request), user, owner, now).first->second;
+  lastId_ = id;
+  job.lastProgress_ = now;
+  return id;
+}
+
+void SliceScheduler::run(JobId id, Qel::Ptr<AgentCommand::AgentAsyncCommandRequestSm> machine,
+                         Qel::Ptr<Rendering::PrintBuffer> output) {
+  Job* const job = find(id);
+  if (job == nullptr) return;
+  machine->slicePolicyIs(policy_.slice);
+  job->machine_ = std::move(machine);
+  job->output_ = std::move(output);
+  queue_.push_back(id);
+  stateIs(*job, Job::State::runnable);
+}
+
+void SliceScheduler::drain(JobId id, Qel::Ptr<Rendering::PrintBuffer> output, RequestEnd end,
+                           std::uint64_t directBytes, Qel::Duration took) {
+  Job* const job = find(id);
+  if (job == nullptr) return;
+  job->output_ = std::move(output);
+  job->end_ = std::move(end);
+  job->directBytes_ = directBytes;
+  job->slices_ = 1;
+  job->worstSlice_ = std::max(took, Qel::Duration::zero());
+  job->output_->flush();
+  settle(*job);
+}
+
+void SliceScheduler::end(JobId id, const RequestEnd& end) {
+  const auto it = jobs_.find(id);
+  if (it == jobs_.end()) return;
+  stateIs(it->second, Job::State::starting);
+  deadlines_.erase(id);
+  const RequestFigures figures = it->second.figures(clock_->now());
+  // Out of the table first: the owner may look at the other jobs or end them.
+  const auto ended = jobs_.extract(it);
+  ended.mapped().owner_->jobEnded(end, figures);
+}
+
+void SliceScheduler::endAll(const RequestEnd& end) {
+  while (!jobs_.empty()) this->end(jobs_.begin()->first, end);
+}
+
+void SliceScheduler::writable(JobId id) {
+  Job* const job = find(id);
+  if (job == nullptr || job->state() != Job::State::blocked) return;
+  job->output_->flush();
+  settle(*job);
+}
+
+std::size_t SliceScheduler::numJobsOf(uid_t user) const {
+  return static_cast<std::size_t>(std::ranges::count_if(
+      jobs_, [user](const auto& item) { return item.second.user() == user; }));
+}
+
+void SliceScheduler::runPiece() {
+  if (Job* const job = takeRunnable()) runSlice(*job);
+}
+
+void SliceScheduler::deadlinesPassed(Qel::Duration now) {
+  while (const std::optional<JobId> id = deadlines_.takePassed(now)) {
+    Job* const job = find(*id);
+    if (job == nullptr) continue;
+    // A slow reader empties the kernel's buffers long before they take more.
+    const std::size_t unread = job->owner_->unread();
+    if (unread < job->unreadWhenBlocked_) {
+      job->unreadWhenBlocked_ = unread;
+      deadlines_.set(*id, now + policy_.clientTimeout);
+      continue;
+    }
+    end(*id, {RequestStatus::clientGone,
+              fmt::format("nothing of the answer was read for {} s",
+                          std::chrono::duration<double>(policy_.clientTimeout).count())});
+  }
+}
+
+Job* SliceScheduler::find(JobId id) {
+  const auto it = jobs_.find(id);
+  return it == jobs_.end() ? nullptr : &it->second;
+}
+
+Job* SliceScheduler::takeRunnable() {
+  while (!queue_.empty()) {
+    Job* const job = find(queue_.front());
+    queue_.pop_front();
+    if (job != nullptr && job->state() == Job::State::runnable) return job;
+  }
+  return nullptr;
+}
+
+void SliceScheduler::stateIs(Job& job, Job::State state) {
+  if (job.state_ == Job::State::runnable) --numRunnable_;
+  job.state_ = state;
+  if (job.state_ == Job::State::runnable) ++numRunnable_;
+}
+
+void SliceScheduler::runSlice(Job& job) {
+  const Qel::Duration start = clock_->now();
+  bool ended = false;
+  try {
+    job.machine_->runCommand();
+    ended = job.machine_->executionCompleteFlag();
+  } catch (...) {
+    ended = true;
+    job.end_ = {RequestStatus::error, currentExceptionText()};
+    // The rows up to here may be of use, and nothing says that they are all: the status does.
+    job.output_->flush();
+  }
+  ++job.slices_;
+  job.worstSlice_ = std::max(job.worstSlice_, clock_->now() - start);
+  if (ended) releaseMachine(job);
+  try {
+    settle(job);
+  } catch (...) {
+    end(job.id(), {RequestStatus::error, currentExceptionText()});
+  }
+}
+
+void SliceScheduler::releaseMachine(Job& job) {
+  job.rows_ = job.machine_->rows();
+  job.machine_.reset();
+}
+
+// Where a job goes after it wrote something: on, into waiting, or to its end.
+void SliceScheduler::settle(Job& job) {
+  if (job.output_->failed()) {
+    end(job.id(), {RequestStatus::clientGone, std::string(kPeerGone)});
+    return;
+  }
+  if (job.output_->pending() == 0 && job.machine_ == nullptr) {
+    end(job.id(), RequestEnd(job.end_));
+    return;
+  }
+  progress(job);
+  if (job.output_->pending() != 0) {
+    block(job);
+    return;
+  }
+  deadlines_.erase(job.id());
+  queue_.push_back(job.id());
+  stateIs(job, Job::State::runnable);
+}
+
+void SliceScheduler::block(Job& job) {
+  const bool readSince = job.state() != Job::State::blocked || job.bytes() != job.bytesWhenBlocked_;
+  stateIs(job, Job::State::blocked);
+  if (readSince) {
+    job.bytesWhenBlocked_ = job.bytes();
+    job.unreadWhenBlocked_ = job.owner_->unread();
+    deadlines_.set(job.id(), clock_->now() + policy_.clientTimeout);
+  }
+  job.owner_->awaitWritable();
+}
+
+void SliceScheduler::progress(Job& job) {
+  const Qel::Duration now = clock_->now();
+  const Qel::Duration since = now - job.lastProgress_;
+  if (since >= Qel::Duration::zero() && since < policy_.progressInterval) return;
+  job.lastProgress_ = now;
+  // A clock that was set back starts a new interval and says nothing.
+  if (since >= Qel::Duration::zero()) job.owner_->jobProgress(job.figures(now));
+}
+
+}  // namespace KorvoAgent

@@ -1,0 +1,93 @@
+// Decides which request runs next, and when one waits or ends.
+//
+// A policy without sockets: output goes to print buffers, readiness comes in through writable(),
+// time through the injected clock. The event loop calls runPiece() at most once per turn, so that
+// sockets and timers are looked at between any two slices.
+//
+//   starting --run()--> runnable --slice--> runnable         (to the back of the queue)
+//                           |                  |
+//                           |             output left over
+//                           v                  v
+//      drain() ---------> blocked --writable(), all sent--> runnable, or the end
+//
+// A blocked job is never polled: it moves on when its socket says so. While nothing of its output
+// is read for the client timeout, it is ended with client-gone.
+//
+// Threading: the agent's event-loop thread only. Owners are called from within these functions and
+// may end other jobs, but not the one that they are being called for.
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <map>
+#include <optional>
+#include <string>
+
+#include "agent/server/DeadlineQueue.h"
+#include "agent/server/Job.h"
+#include "agent/server/LoopClient.h"
+#include "platform/base/Clock.h"
+
+namespace KorvoAgent {
+
+struct SchedulerPolicy {
+  AgentCommand::SlicePolicy slice;
+  /** How long a client may read nothing of what waits for it. */
+  Qel::Duration clientTimeout = std::chrono::seconds(60);
+  /** The least time between two progress events of a job. */
+  Qel::Duration progressInterval = std::chrono::milliseconds(100);
+};
+
+class SliceScheduler final : public LoopClient {
+ public:
+  SliceScheduler(Qel::Ptr<const Qel::Clock> clock, const SchedulerPolicy& policy)
+      : clock_(std::move(clock)), policy_(policy) {}
+
+  /** Takes a request in; it counts as active until it ends. `owner` must outlive the job. */
+  JobId begin(RequestLine request, uid_t user, JobOwner& owner);
+  /** Runs `machine` in slices; all its output goes to `output`. */
+  void run(JobId id, Qel::Ptr<AgentCommand::AgentAsyncCommandRequestSm> machine,
+           Qel::Ptr<Rendering::PrintBuffer> output);
+  /**
+   * A callback has answered at once: it sent `directBytes` itself in `took`, and the rest is in
+   * `output`. The job ends with `end` when that is sent.
+   */
+  void drain(JobId id, Qel::Ptr<Rendering::PrintBuffer> output, RequestEnd end,
+             std::uint64_t directBytes, Qel::Duration took);
+  /** Ends a job now; what it has not sent is dropped. Nothing happens if it has ended already. */
+  void end(JobId id, const RequestEnd& end);
+  void endAll(const RequestEnd& end);
+  /** The answer socket of a job that waits for it takes more, or reports an error. */
+  void writable(JobId id);
+
+  const std::map<JobId, Job>& jobs() const noexcept { return jobs_; }
+  /** Requests taken in since the agent started. */
+  std::uint64_t numBegun() const noexcept { return lastId_; }
+  std::size_t numJobsOf(uid_t user) const;
+  const Qel::Clock& clock() const noexcept { return *clock_; }
+
+  bool runnable() const override { return numRunnable_ != 0; }
+  void runPiece() override;
+  std::optional<Qel::Duration> nextDeadline() const override { return deadlines_.next(); }
+  void deadlinesPassed(Qel::Duration now) override;
+
+ private:
+  Job* find(JobId id);
+  Job* takeRunnable();
+  void stateIs(Job& job, Job::State state);
+  void runSlice(Job& job);
+  void releaseMachine(Job& job);
+  void settle(Job& job);
+  void block(Job& job);
+  void progress(Job& job);
+
+  Qel::Ptr<const Qel::Clock> clock_;
+  SchedulerPolicy policy_;
+  std::map<JobId, Job> jobs_;
+  std::deque<JobId> queue_;  // may name jobs that have ended or are blocked; they are passed over
+  std::size_t numRunnable_ = 0;
+  DeadlineQueue<JobId> deadlines_;
+  JobId lastId_ = 0;
+};
+
+}  // namespace KorvoAgent

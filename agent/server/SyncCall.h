@@ -1,0 +1,40 @@
+// One call of a callback that answers at once, on a socket that it may close.
+//
+// The callback gets a descriptor of its own. What it prints goes to the socket directly as far as
+// the socket takes it; the rest is collected, in order, to be sent by the event loop afterwards.
+//
+// Threading: the agent's event-loop thread only; one call at a time.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "agent/server/FileDescriptor.h"
+#include "platform/rendering/PrintBuffer.h"
+
+namespace KorvoAgent {
+
+class SyncCall {
+ public:
+  /** `answer` stays the caller's. Throws std::system_error when no descriptor is to be had. */
+  explicit SyncCall(int answer);
+  SyncCall(const SyncCall&) = delete;
+  SyncCall& operator=(const SyncCall&) = delete;
+  ~SyncCall();
+
+  /** The descriptor for the callback. */
+  std::uint32_t socket() const noexcept { return static_cast<std::uint32_t>(socket_.get()); }
+  /** Bytes that the callback handed over to the socket. */
+  std::uint64_t sent() const noexcept;
+  /** What the socket did not take. */
+  const std::string& left() const noexcept { return left_; }
+
+ private:
+  int answer_;
+  FileDescriptor socket_;
+  std::uint64_t sentBefore_;
+  std::string left_;
+  Rendering::PrintBuffer::UndeliveredHandler handlerBefore_;
+};
+
+}  // namespace KorvoAgent
