@@ -38,7 +38,9 @@
 #include <iterator>
 #include <memory>
 #include <optional>
+#include <string>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -267,58 +269,81 @@ class KeyedCollection {
   }
   Value* findMutable(const Key& key) { return const_cast<Value*>(std::as_const(*this).find(key)); }
 
+  // Everything that may throw (copies of the key, memory) comes before the change that it is for,
+  // so that a failed insertion leaves the collection as it was.
   void insert(const Key& key, Value value) {
-    if (index_.empty()) index_.emplace(key, std::make_unique<Chunk>());
+    static_assert(std::is_nothrow_move_constructible_v<Entry>);
+    Entry entry{key, std::move(value)};
+    if (index_.empty()) {
+      auto chunk = std::make_unique<Chunk>();
+      Chunk& only = *index_.emplace(key, std::move(chunk)).first->second;
+      add(only, 0, std::move(entry));
+      return;
+    }
     auto at = chunkFor(key);
     if (key < at->first) {
       // Below everything: the first chunk's fence moves down, for fences never exceed their keys.
-      auto chunk = std::move(at->second);
-      index_.erase(at);
-      at = index_.emplace(key, std::move(chunk)).first;
+      at = index_.emplace(key, nullptr).first;
+      const auto old = std::next(at);
+      at->second = std::move(old->second);
+      at = std::prev(index_.erase(old));
     }
-    if (at->second->entries.size() == kChunkEntries) at = split(at, key);
+    if (at->second->entries.size() == kChunkEntries) {
+      if (at->second->entries.back().key < key && std::next(at) == index_.end()) {
+        // Keys that arrive in order leave full chunks behind instead of half-full ones.
+        auto chunk = std::make_unique<Chunk>();
+        add(*index_.emplace(key, std::move(chunk)).first->second, 0, std::move(entry));
+        return;
+      }
+      split(*at->second);
+      at = chunkFor(key);
+    }
     Chunk& chunk = *at->second;
-    const auto offset = static_cast<std::ptrdiff_t>(positionIn(chunk, key));
-    chunk.entries.insert(chunk.entries.begin() + offset, Entry{key, std::move(value)});
+    add(chunk, positionIn(chunk, key), std::move(entry));
+  }
+
+  // Within the chunk's reserved room.
+  void add(Chunk& chunk, std::size_t position, Entry&& entry) noexcept {
+    const auto offset = static_cast<std::ptrdiff_t>(position);
+    chunk.entries.insert(chunk.entries.begin() + offset, std::move(entry));
     chunk.births.insert(chunk.births.begin() + offset, ++insertions_);
     ++size_;
   }
 
-  // Makes room in a full chunk; returns the chunk in which `key` now belongs.
-  typename Index::iterator split(typename Index::iterator at, const Key& key) {
-    Chunk& full = *at->second;
-    auto upper = std::make_unique<Chunk>();
-    if (full.entries.back().key < key && std::next(at) == index_.end()) {
-      // Keys that arrive in order leave full chunks behind instead of half-full ones.
-      return index_.emplace(key, std::move(upper)).first;
-    }
+  // Makes room in a full chunk: its upper half goes to a chunk of its own.
+  void split(Chunk& full) {
     constexpr auto kHalf = static_cast<std::ptrdiff_t>(kChunkEntries / 2);
-    upper->entries.assign(std::make_move_iterator(full.entries.begin() + kHalf),
-                          std::make_move_iterator(full.entries.end()));
-    upper->births.assign(full.births.begin() + kHalf, full.births.end());
+    auto chunk = std::make_unique<Chunk>();
+    Chunk& upper = *chunk;
+    index_.emplace(full.entries[kHalf].key, std::move(chunk));
+    upper.entries.assign(std::make_move_iterator(full.entries.begin() + kHalf),
+                         std::make_move_iterator(full.entries.end()));
+    upper.births.assign(full.births.begin() + kHalf, full.births.end());
     full.entries.erase(full.entries.begin() + kHalf, full.entries.end());
     full.births.erase(full.births.begin() + kHalf, full.births.end());
-    upper->entries.reserve(kChunkEntries);
-    upper->births.reserve(kChunkEntries);
-    const Key fence = upper->entries.front().key;
-    index_.emplace(fence, std::move(upper));
-    return chunkFor(key);
   }
 
-  // Keeps a shrunken table from becoming a long chain of nearly empty chunks.
+  // Keeps a shrunken table from becoming a long chain of nearly empty chunks: of two neighbours,
+  // one is always more than a quarter full.
   void mergeIfSparse(typename Index::iterator at) {
     if (at->second->entries.size() > kChunkEntries / 4) return;
-    auto next = std::next(at);
-    if (next == index_.end()) {
-      if (at == index_.begin()) return;
-      next = at--;
+    if (const auto next = std::next(at); next != index_.end() && fitTogether(at, next)) {
+      at = std::prev(mergeInto(at, next));
     }
-    Chunk& lower = *at->second;
-    Chunk& upper = *next->second;
-    if (lower.entries.size() + upper.entries.size() > kChunkEntries / 2) return;
-    std::ranges::move(upper.entries, std::back_inserter(lower.entries));
-    std::ranges::copy(upper.births, std::back_inserter(lower.births));
-    index_.erase(next);
+    if (at != index_.begin()) {
+      if (const auto lower = std::prev(at); fitTogether(lower, at)) mergeInto(lower, at);
+    }
+  }
+  static bool fitTogether(typename Index::iterator lower, typename Index::iterator upper) {
+    // Half full at most, so that the next few insertions do not split it again.
+    return lower->second->entries.size() + upper->second->entries.size() <= kChunkEntries / 2;
+  }
+  // Moves the entries of `upper` behind those of `lower`; returns what follows both.
+  typename Index::iterator mergeInto(typename Index::iterator lower,
+                                     typename Index::iterator upper) {
+    std::ranges::move(upper->second->entries, std::back_inserter(lower->second->entries));
+    std::ranges::copy(upper->second->births, std::back_inserter(lower->second->births));
+    return index_.erase(upper);
   }
 
   Index index_;
