@@ -62,6 +62,9 @@ class SwitchModel final : public KorvoL2::L2Agent {
 
   // What commands check before they run.
 
+  /** The agent as commands see it: this object, or null while it counts as absent. */
+  KorvoL2::L2Agent* l2Agent() noexcept { return l2AgentPresent_ ? this : nullptr; }
+  void l2AgentPresentIs(bool present) { attributeIs(l2AgentPresent_, present, "l2AgentPresent"); }
   void configReadyIs(bool ready);
   void hardwareReadyIs(bool ready);
   void l2TableModeIs(bool mode) { attributeIs(l2TableMode_, mode, "l2TableMode"); }
@@ -96,6 +99,7 @@ class SwitchModel final : public KorvoL2::L2Agent {
   std::string name_ = "switch";
   std::vector<Chip> chips_;
   KorvoL2::L2AgentStatus status_{.configReady = true, .hardwareReady = true};
+  bool l2AgentPresent_ = true;
   bool l2TableMode_ = false;
   bool unicastAgentPresent_ = true;
   bool macAddrSmHelperPresent_ = true;

@@ -57,6 +57,10 @@ TEST(SwitchModelTest, EveryReadinessCheckCanBeMadeToFailAndToPassAgain) {
     model->l2TableModeIs(state);
     EXPECT_EQ(model->l2TableMode(), state);
   }
+  model->l2AgentPresentIs(false);
+  EXPECT_EQ(model->l2Agent(), nullptr);
+  model->l2AgentPresentIs(true);
+  EXPECT_EQ(model->l2Agent(), model.get());
   model->unicastAgentPresentIs(false);
   EXPECT_EQ(model->unicastAgent(), nullptr);
   model->macAddrSmHelperPresentIs(false);

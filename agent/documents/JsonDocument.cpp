@@ -1,0 +1,118 @@
+#include "agent/documents/JsonDocument.h"
+
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <utility>
+
+#include "agent/documents/DocumentError.h"
+
+namespace KorvoAgent {
+
+namespace {
+
+// Closes what it opened; standard input stays open.
+class InputFile {
+ public:
+  InputFile(const std::string& path, const std::string& name) : name_(name) {
+    if (path == "-") {
+      fd_ = STDIN_FILENO;
+      return;
+    }
+    fd_ = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd_ < 0) unreadable(errno);
+  }
+  ~InputFile() {
+    if (fd_ > STDIN_FILENO) ::close(fd_);
+  }
+  InputFile(const InputFile&) = delete;
+  InputFile& operator=(const InputFile&) = delete;
+
+  /** The size of a regular file in bytes; 0 for a pipe, whose size nobody knows. */
+  std::size_t size() const {
+    struct stat status {};
+    if (::fstat(fd_, &status) != 0 || !S_ISREG(status.st_mode)) return 0;
+    return static_cast<std::size_t>(status.st_size);
+  }
+  /** Up to `room` bytes; 0 at the end. */
+  std::size_t read(char* out, std::size_t room) const {
+    for (;;) {
+      const ssize_t n = ::read(fd_, out, room);
+      if (n >= 0) return static_cast<std::size_t>(n);
+      if (errno != EINTR) unreadable(errno);
+    }
+  }
+
+ private:
+  [[noreturn]] void unreadable(int error) const {
+    const char* const todo = error == EISDIR ? "name a file" : "check the path and its permissions";
+    throw DocumentError(
+        fmt::format("{}: cannot be read: {}; {}", name_, std::strerror(error), todo));
+  }
+
+  const std::string& name_;
+  int fd_ = -1;
+};
+
+// The text, followed by the bytes that simdjson may read beyond its end.
+struct Text {
+  std::unique_ptr<char[]> bytes;
+  std::size_t size = 0;
+  std::string_view view() const { return {bytes.get(), size}; }
+};
+
+Text readAll(const std::string& path, const std::string& name) {
+  // Document offsets are 32-bit numbers in the parser.
+  constexpr std::size_t kMaxSize = 4'000'000'000;
+  const InputFile file(path, name);
+  // One byte more than a file's size, so that its end is seen without growing.
+  std::size_t capacity = std::max<std::size_t>(std::min(file.size(), kMaxSize) + 1, 1U << 16);
+  Text text;
+  text.bytes.reset(new char[capacity + simdjson::SIMDJSON_PADDING]);
+  while (const std::size_t n = file.read(text.bytes.get() + text.size, capacity - text.size)) {
+    text.size += n;
+    if (text.size < capacity) continue;
+    if (capacity > kMaxSize) {
+      throw DocumentError(
+          fmt::format("{}: is larger than {} bytes; split it", name, std::to_string(kMaxSize)));
+    }
+    std::unique_ptr<char[]> larger(new char[capacity * 2 + simdjson::SIMDJSON_PADDING]);
+    std::memcpy(larger.get(), text.bytes.get(), text.size);
+    text.bytes = std::move(larger);
+    capacity *= 2;
+  }
+  std::memset(text.bytes.get() + text.size, 0, simdjson::SIMDJSON_PADDING);
+  return text;
+}
+
+bool isBlank(std::string_view text) {
+  return text.find_first_not_of(" \t\r\n") == std::string_view::npos;
+}
+
+}  // namespace
+
+JsonDocument::JsonDocument(const std::string& path) : name_(path == "-" ? "standard input" : path) {
+  const Text text = readAll(path, name_);
+  if (isBlank(text.view())) {
+    throw DocumentError(fmt::format(
+        "{}: is empty; write a JSON document, or see why the program that should have did not",
+        name_));
+  }
+  const auto code = parser_.parse(text.bytes.get(), text.size, false).get(root_);
+  if (code == simdjson::SUCCESS) return;
+  if (code == simdjson::MEMALLOC) {
+    throw DocumentError(fmt::format("{}: is too large for the memory of this machine", name_));
+  }
+  const JsonSyntaxError error = locateJsonSyntaxError(text.view(), code);
+  const std::string place =
+      error.line == 0 ? std::string() : fmt::format(":{}:{}", error.line, error.column);
+  throw DocumentError(
+      fmt::format("{}{}: is no JSON here: {}; mend the document", name_, place, error.what));
+}
+
+}  // namespace KorvoAgent

@@ -1,0 +1,19 @@
+// Which of several names somebody may have meant.
+#pragma once
+
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace KorvoAgent {
+
+/** The name closest to `given`, if it is close enough to be meant; else empty. */
+std::string_view nearName(std::string_view given, std::span<const std::string_view> names);
+
+/**
+ * What to say about a `given` name that is none of `names`: "did you mean "vlan"?" or, when nothing
+ * is near, all of them.
+ */
+std::string nearNameHint(std::string_view given, std::span<const std::string_view> names);
+
+}  // namespace KorvoAgent

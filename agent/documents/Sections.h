@@ -1,0 +1,21 @@
+// The sections of a state document, each read by one function into the model.
+//
+// A new section is a reader of its own here, a row in the table in StateDocument.cpp and an entry
+// in docs/state.schema.json.
+#pragma once
+
+#include "agent/documents/JsonNode.h"
+#include "agent/model/SwitchModel.h"
+
+namespace KorvoAgent {
+
+void readSwitch(const JsonNode& section, SwitchModel& model);
+void readReadiness(const JsonNode& section, SwitchModel& model);
+void readToggles(const JsonNode& section, SwitchModel& model);
+void readChipAttributes(const JsonNode& section, SwitchModel& model);
+void readLagMembership(const JsonNode& section, SwitchModel& model);
+void readSwitchportConfig(const JsonNode& section, SwitchModel& model);
+void readRemoteMac(const JsonNode& section, SwitchModel& model);
+void readMacTable(const JsonNode& section, SwitchModel& model);
+
+}  // namespace KorvoAgent

@@ -1,0 +1,37 @@
+#include "agent/documents/StateDocument.h"
+
+#include <cstdint>
+
+#include "agent/documents/Sections.h"
+
+namespace KorvoAgent {
+
+namespace {
+
+// A document of a later version may mean other things by the same members.
+constexpr std::uint64_t kVersion = 1;
+
+void readVersion(const JsonNode& version, SwitchModel&) { version.integer(kVersion, kVersion); }
+
+// In the order in which they are read, wherever they stand in the document: what the MAC table
+// leaves out depends on the chips.
+constexpr JsonMember<SwitchModel> kSections[]{
+    {"version", readVersion, true},
+    {"switch", readSwitch},
+    {"readiness", readReadiness},
+    {"toggles", readToggles},
+    {"chipAttributes", readChipAttributes},
+    {"lagMembership", readLagMembership},
+    {"switchportConfig", readSwitchportConfig},
+    {"remoteMac", readRemoteMac},
+    {"macTable", readMacTable},
+};
+
+}  // namespace
+
+void loadStateDocument(const std::string& path, SwitchModel& model) {
+  const JsonDocument document(path);
+  readMembers(JsonNode(document), kSections, model);
+}
+
+}  // namespace KorvoAgent

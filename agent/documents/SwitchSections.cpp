@@ -1,0 +1,134 @@
+// The sections about the switch as a whole: switch, readiness, toggles, chipAttributes.
+
+#include <algorithm>
+#include <array>
+#include <string>
+
+#include "agent/documents/Sections.h"
+#include "platform/base/Toggles.h"
+
+namespace KorvoAgent {
+
+using Tessar::FapId;
+
+namespace {
+
+// The section "switch".
+
+constexpr JsonMember<Chip> kChipMembers[]{
+    {"id",
+     [](const JsonNode& node, Chip& chip) {
+       // The null id is a number too, but of no chip.
+       chip.id = FapId(static_cast<std::uint32_t>(node.integer(FapId::min, FapId::max)));
+     },
+     true},
+    {"name", [](const JsonNode& node, Chip& chip) { chip.name = node.string(); }, true},
+};
+
+void readChips(const JsonNode& chips, SwitchModel& model) {
+  if (!chips.isList()) {
+    model.chipsIs(static_cast<unsigned>(chips.integer(1, SwitchModel::kMaxChips)));
+    return;
+  }
+  model.chipDelAll();
+  readList(chips, [&model](const JsonNode& node) {
+    Chip chip;
+    readMembers(node, kChipMembers, chip);
+    if (model.isModulePresent(chip.id)) {
+      node.refuse("another chip has the id " + chip.id.stringValue() + "; give each its own");
+    }
+    model.chipIs(chip.id, std::move(chip.name));
+  });
+  if (model.chips().empty()) chips.refuse("a switch has at least one chip; add one");
+}
+
+constexpr JsonMember<SwitchModel> kSwitchMembers[]{
+    {"name", [](const JsonNode& node, SwitchModel& m) { m.nameIs(std::string(node.string())); }},
+    {"chips", readChips},
+    {"chipIdentity",
+     [](const JsonNode& node, SwitchModel& m) {
+       m.unicast().chipIdentityIs(std::string(node.string()));
+     }},
+    {"maxL2MulticastGroups",
+     [](const JsonNode& node, SwitchModel& m) {
+       m.maxL2MulticastGroupsAllIs(static_cast<std::uint32_t>(node.integer(0, 0xffff'ffff)));
+     }},
+    {"hwTableStateAvailable",
+     [](const JsonNode& node, SwitchModel& m) { m.hwTableStateAvailableIs(node.boolean()); }},
+};
+
+// The section "readiness".
+
+void readUnicastAgent(const JsonNode& node, SwitchModel& model) {
+  enum State : std::size_t { absent, uninitialized, notReady, ready };
+  constexpr std::array<std::string_view, 4> kWords{"absent", "uninitialized", "notReady", "ready"};
+  const std::size_t state = readWord(node, "state of the unicast agent", kWords);
+  model.unicastAgentPresentIs(state != absent);
+  model.unicast().initializedIs(state >= notReady);
+  model.unicast().readyIs(state == ready);
+}
+
+template <void (SwitchModel::*kSet)(bool)>
+void readFlag(const JsonNode& node, SwitchModel& model) {
+  (model.*kSet)(node.boolean());
+}
+
+constexpr JsonMember<SwitchModel> kReadinessMembers[]{
+    {"l2Agent", readFlag<&SwitchModel::l2AgentPresentIs>},
+    {"unicastAgent", readUnicastAgent},
+    {"configReady", readFlag<&SwitchModel::configReadyIs>},
+    {"hardwareReady", readFlag<&SwitchModel::hardwareReadyIs>},
+    {"l2TableMode", readFlag<&SwitchModel::l2TableModeIs>},
+    {"macAddrSmHelper", readFlag<&SwitchModel::macAddrSmHelperPresentIs>},
+    {"macTblShadow", readFlag<&SwitchModel::macTblShadowPresentIs>},
+    {"macEntryCollection",
+     [](const JsonNode& node, SwitchModel& m) {
+       m.swMacTable().collectionPresentIs(node.boolean());
+     }},
+    {"mcast", readFlag<&SwitchModel::mcastPresentIs>},
+};
+
+// The section "chipAttributes".
+
+struct ChipAttributes {
+  bool ingVlanXlate = false;
+  bool egrVlanXlate = false;
+};
+
+constexpr JsonMember<ChipAttributes> kChipAttributeMembers[]{
+    {"ingVlanXlate",
+     [](const JsonNode& node, ChipAttributes& a) { a.ingVlanXlate = node.boolean(); }},
+    {"egrVlanXlate",
+     [](const JsonNode& node, ChipAttributes& a) { a.egrVlanXlate = node.boolean(); }},
+};
+
+}  // namespace
+
+void readSwitch(const JsonNode& section, SwitchModel& model) {
+  readMembers(section, kSwitchMembers, model);
+}
+
+void readReadiness(const JsonNode& section, SwitchModel& model) {
+  readMembers(section, kReadinessMembers, model);
+}
+
+void readToggles(const JsonNode& section, SwitchModel&) {
+  readMap(section, [](const JsonNode& file, std::string_view fileName) {
+    readMap(file, [fileName](const JsonNode& toggle, std::string_view name) {
+      const bool state = toggle.boolean();
+      toggle.checked([&] { Qel::toggleStateIs(name, fileName, state); },
+                     "the agent has read this toggle with the other state already");
+    });
+  });
+}
+
+void readChipAttributes(const JsonNode& section, SwitchModel& model) {
+  model.chipAttrDelAll();
+  readMap(section, [&model](const JsonNode& node, std::string_view identity) {
+    ChipAttributes attributes;
+    readMembers(node, kChipAttributeMembers, attributes);
+    model.chipAttrIs(std::string(identity), attributes.ingVlanXlate, attributes.egrVlanXlate);
+  });
+}
+
+}  // namespace KorvoAgent
