@@ -44,7 +44,7 @@ void SocketPort::heldIs(std::uint32_t socket) noexcept { heldSocket = static_cas
 std::uint64_t SocketPort::sentTotal() noexcept { return bytesSent; }
 
 std::ptrdiff_t SocketPort::send(const char* data, std::size_t size) {
-  if (socket_ == heldSocket) return 0;
+  if (socket_ == heldSocket && socket_ >= 0) return 0;
   for (;;) {
     const ssize_t n = ::send(socket_, data, size, MSG_DONTWAIT | MSG_NOSIGNAL);
     if (n >= 0) {

@@ -88,6 +88,7 @@ class PrintBuffer final : public Qel::RefCounted {
     end_ = const_cast<char*>(end);
   }
   void append(std::string_view text) {
+    if (text.empty()) return;  // there may be no room, nor a text, to point at
     char* const out = reserve(text.size());
     std::memcpy(out, text.data(), text.size());
     commit(out + text.size());
@@ -108,7 +109,7 @@ class PrintBuffer final : public Qel::RefCounted {
 
   /** Starts a slice that may append about `window` bytes. */
   void sliceBegin(std::size_t window) noexcept {
-    sliceLimit_ = appended_ + window;
+    sliceLimit_ = window < kNoLimit - appended_ ? appended_ + window : kNoLimit;
     blocked_ = false;
   }
   /** Whether the slice should end: its window is full, or the port takes no more. */
@@ -135,6 +136,8 @@ class PrintBuffer final : public Qel::RefCounted {
   static UndeliveredHandler undeliveredHandlerIs(UndeliveredHandler handler);
 
  private:
+  static constexpr std::uint64_t kNoLimit = ~std::uint64_t{0};
+
   void makeRoom(std::size_t size);
   void gathered();
 
@@ -148,7 +151,7 @@ class PrintBuffer final : public Qel::RefCounted {
   char* limit_ = nullptr;
   std::uint64_t appended_ = 0;
   std::uint64_t sent_ = 0;
-  std::uint64_t sliceLimit_ = ~std::uint64_t{0};
+  std::uint64_t sliceLimit_ = kNoLimit;
   bool blocked_ = false;
   bool failed_ = false;
 };
