@@ -1,0 +1,105 @@
+// A scheduler with a clock that the test moves and sockets that the test scripts.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "agent/server/SliceScheduler.h"
+#include "tests/agent/server/RowsMachine.h"
+#include "tests/platform/rendering/ScriptedPort.h"
+
+namespace KorvoAgent {
+
+/** A connection as the scheduler sees it. */
+struct FakeOwner final : JobOwner {
+  int awaits = 0;  // calls of awaitWritable that writable() has not answered yet
+  std::size_t unreadBytes = 0;
+  std::vector<RequestFigures> progress;
+  std::vector<std::pair<RequestEnd, RequestFigures>> ends;
+  std::function<void()> onEnd;
+
+  void awaitWritable() override { ++awaits; }
+  std::size_t unread() const override { return unreadBytes; }
+  void jobProgress(const RequestFigures& figures) noexcept override { progress.push_back(figures); }
+  void jobEnded(const RequestEnd& end, const RequestFigures& figures) noexcept override {
+    ends.emplace_back(end, figures);
+    if (onEnd) onEnd();
+  }
+
+  bool ended() const { return !ends.empty(); }
+  RequestStatus status() const { return ends.at(0).first.status; }
+  const std::string& message() const { return ends.at(0).first.message; }
+  const RequestFigures& figures() const { return ends.at(0).second; }
+};
+
+class SchedulerHarness : public testing::Test {
+ protected:
+  /** One request: who owns it, what its socket takes, and its number. */
+  struct Client {
+    std::shared_ptr<Rendering::PortScript> port = std::make_shared<Rendering::PortScript>();
+    FakeOwner owner;
+    JobId id = 0;
+  };
+
+  SliceScheduler& scheduler() {
+    if (!scheduler_) scheduler_.emplace(clock, policy);
+    return *scheduler_;
+  }
+
+  Qel::Ptr<Rendering::PrintBuffer> buffer(const Client& client, std::size_t size = 64 * 1024) {
+    return Qel::makePtr<Rendering::PrintBuffer>(
+        std::make_unique<Rendering::ScriptedPort>(client.port), 0, size,
+        Rendering::PrintBuffer::kStream);
+  }
+
+  void begin(Client& client) {
+    client.id = scheduler().begin({Entry::async, Rendering::kText, "ROWS"}, 1000, client.owner);
+  }
+
+  /** Starts a dump of `rows` rows. */
+  void start(Client& client, std::uint64_t rows, RowsMachine::Hook beforeRow = {}) {
+    begin(client);
+    const auto output = buffer(client);
+    const auto request = Qel::makePtr<const AgentCommand::AgentCommandRequest>(
+        "request", "ROWS", 0, Rendering::kText,
+        Qel::makePtr<Rendering::RendererV2>(Rendering::kText, output, false));
+    scheduler().run(client.id,
+                    Qel::makePtr<RowsMachine>(request, std::chrono::milliseconds(50), clock, rows,
+                                              std::move(beforeRow)),
+                    output);
+  }
+
+  /** Runs slices until none is runnable; returns how many ran. */
+  int runAll() {
+    int slices = 0;
+    for (; scheduler().runnable(); ++slices) scheduler().runPiece();
+    return slices;
+  }
+
+  /** The socket of `client` drains. */
+  void drained(Client& client) {
+    ASSERT_EQ(client.owner.awaits, 1);
+    client.owner.awaits = 0;
+    scheduler().writable(client.id);
+  }
+
+  /** Time passes, and the deadlines with it. */
+  void pass(Qel::Duration time) {
+    clock->advance(time);
+    scheduler().deadlinesPassed(clock->now());
+  }
+
+  Qel::Ptr<Qel::ManualClock> clock = Qel::makePtr<Qel::ManualClock>();
+  SchedulerPolicy policy;
+
+ private:
+  std::optional<SliceScheduler> scheduler_;
+};
+
+}  // namespace KorvoAgent
