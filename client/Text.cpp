@@ -1,0 +1,30 @@
+#include "client/Text.h"
+
+#include <algorithm>
+#include <cstddef>
+
+namespace KorvoCtl {
+
+std::vector<std::string_view> split(std::string_view text, char separator) {
+  std::vector<std::string_view> pieces;
+  std::size_t end = text.find(separator);
+  while (end != std::string_view::npos) {
+    pieces.push_back(text.substr(0, end));
+    text.remove_prefix(end + 1);
+    end = text.find(separator);
+  }
+  pieces.push_back(text);
+  return pieces;
+}
+
+std::string shown(std::string_view text, std::size_t limit) {
+  std::string result(text.substr(0, limit));
+  std::replace_if(
+      result.begin(), result.end(), [](char c) { return (c >= 0 && c < ' ') || c == '\x7f'; }, '?');
+  if (text.size() > limit) {
+    result += "...";
+  }
+  return result;
+}
+
+}  // namespace KorvoCtl

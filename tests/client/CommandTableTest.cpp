@@ -1,0 +1,192 @@
+// The table's own rules, and what each kind of row sends.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <set>
+#include <string>
+#include <utility>
+#include <variant>
+
+#include "client/CommandTable.h"
+
+namespace KorvoCtl {
+namespace {
+
+const CommandRow& rowOf(std::string_view path) {
+  const auto rows = commandTable();
+  const auto found =
+      std::find_if(rows.begin(), rows.end(), [&](const auto& row) { return row.path == path; });
+  if (found == rows.end()) {
+    throw std::invalid_argument("no such row: " + std::string(path));
+  }
+  return *found;
+}
+
+// What goes over the wire for a row, without the newline.
+std::string wireOf(std::string_view path, const Arguments& arguments = {}) {
+  const CommandRow& row = rowOf(path);
+  const auto request = row.build(row, arguments);
+  if (const Problem* problem = problemOf(request)) {
+    return "problem: " + problem->message;
+  }
+  std::string line = std::get<std::string>(requestLine(std::get<Request>(request)));
+  line.pop_back();
+  return line;
+}
+
+TEST(CommandTableTest, NoTwoRowsHaveTheSamePath) {
+  std::set<std::string_view> paths;
+  for (const CommandRow& row : commandTable()) {
+    EXPECT_TRUE(paths.insert(row.path).second) << row.path;
+  }
+}
+
+TEST(CommandTableTest, NoTwoRowsAskTheSameOfTheAgent) {
+  std::set<std::pair<int, std::string_view>> asked;
+  for (const CommandRow& row : commandTable()) {
+    if (row.entry) {
+      EXPECT_TRUE(asked.emplace(static_cast<int>(*row.entry), row.keyword).second) << row.path;
+    }
+  }
+}
+
+TEST(CommandTableTest, PathsAreLowerCaseWordsBetweenSingleBlanks) {
+  for (const CommandRow& row : commandTable()) {
+    for (const std::string_view word : wordsOf(row.path)) {
+      EXPECT_FALSE(word.empty()) << row.path;
+      EXPECT_TRUE(std::all_of(word.begin(), word.end(), [](char c) {
+        return (c >= 'a' && c <= 'z') || c == '-';
+      })) << row.path;
+    }
+  }
+}
+
+TEST(CommandTableTest, EveryFirstWordsHaveOneSummaryAndNoOthersDo) {
+  std::set<std::string> needed;
+  for (const CommandRow& row : commandTable()) {
+    for (std::size_t blank = row.path.find(' '); blank != std::string_view::npos;
+         blank = row.path.find(' ', blank + 1)) {
+      const std::string group(row.path.substr(0, blank));
+      const auto rows = commandTable();
+      if (std::none_of(rows.begin(), rows.end(),
+                       [&](auto& other) { return other.path == group; })) {
+        needed.insert(group);
+      }
+    }
+  }
+  std::multiset<std::string> given;
+  for (const CommandGroup& group : commandGroups()) {
+    EXPECT_FALSE(group.summary.empty()) << group.path;
+    given.emplace(group.path);
+  }
+  EXPECT_EQ(given, std::multiset<std::string>(needed.begin(), needed.end()));
+}
+
+TEST(CommandTableTest, EveryRowCanBeExplained) {
+  for (const CommandRow& row : commandTable()) {
+    EXPECT_FALSE(row.summary.empty()) << row.path;
+    EXPECT_NE(row.summary.back(), '.') << row.path;
+    EXPECT_LE(row.summary.size(), 46U) << row.path;
+    EXPECT_FALSE(row.details.ends_with('\n')) << row.path;
+    EXPECT_TRUE(row.example.starts_with("korvoctl " + std::string(row.path))) << row.path;
+    for (const Positional& positional : row.positionals) {
+      EXPECT_FALSE(positional.name.empty() || positional.help.empty()) << row.path;
+    }
+  }
+}
+
+TEST(CommandTableTest, OnlyTheLastPositionalRepeats) {
+  for (const CommandRow& row : commandTable()) {
+    for (std::size_t i = 0; i + 1 < row.positionals.size(); ++i) {
+      EXPECT_FALSE(row.positionals[i].repeats) << row.path;
+    }
+  }
+}
+
+TEST(CommandTableTest, EveryRowButTheRawOneNamesEntryAndKeyword) {
+  for (const CommandRow& row : commandTable()) {
+    if (row.build == &rawRequest) {
+      EXPECT_EQ(row.path, "raw");
+      continue;
+    }
+    EXPECT_TRUE(row.entry.has_value()) << row.path;
+    EXPECT_FALSE(row.keyword.empty()) << row.path;
+    // The word is how the agent finds out that detail is wanted.
+    EXPECT_EQ(row.keyword.find("detail"), std::string_view::npos) << row.path;
+  }
+}
+
+TEST(CommandTableTest, EachDumpAsksForItsKeyword) {
+  EXPECT_EQ(wireOf("show mac address-table"), "async text MACT_ALL");
+  EXPECT_EQ(wireOf("show mac address-table", {.json = true}), "async json MACT_ALL");
+  EXPECT_EQ(wireOf("show vlan range ingress"), "async text ING_VLAN_RANGE");
+  EXPECT_EQ(wireOf("show vlan translation ingress"), "async text VLAN_XLATE_STATUS");
+  EXPECT_EQ(wireOf("show vlan translation egress"), "async text EGR_VLAN_XLATE_STATUS");
+  EXPECT_EQ(wireOf("show vxlan vlan"), "async text VXLAN_VLAN");
+  EXPECT_EQ(wireOf("show vxlan vlan", {.detail = true}), "async text VXLAN_VLAN detail");
+  EXPECT_EQ(wireOf("show vxlan vlan summary", {.json = true}), "sync json VXLAN_VLAN_SUMMARY");
+  EXPECT_EQ(wireOf("show vxlan routing"), "async text VXLAN_ROUTING_INFO");
+}
+
+TEST(CommandTableTest, AgentQuestionsGoToTheAgentEntry) {
+  EXPECT_EQ(wireOf("agent status"), "agent text status");
+  EXPECT_EQ(wireOf("agent chips", {.json = true}), "agent json chips");
+  EXPECT_EQ(wireOf("agent requests"), "agent text requests");
+  EXPECT_EQ(wireOf("agent schema", {.json = true}), "agent json schema");
+  EXPECT_EQ(wireOf("agent cancel", {.words = {"7"}}), "agent text cancel 7");
+}
+
+TEST(CommandTableTest, CancelTakesNothingButANumber) {
+  for (const char* word : {"x", "-1", "7x", "", "99999999999999999999"}) {
+    EXPECT_THAT(wireOf("agent cancel", {.words = {word}}), testing::StartsWith("problem: "))
+        << word;
+  }
+}
+
+// The agent takes as argument what follows the keyword, or with "detail" in the command what
+// follows the seventh character after the keyword.
+std::string argumentAsTheAgentSeesIt(std::string_view wire, std::string_view keyword) {
+  std::string_view command = wire.substr(wire.find(keyword));
+  const std::size_t skipped = command.find("detail") == std::string_view::npos ? 0 : 7;
+  return std::string(command.substr(keyword.size() + skipped));
+}
+
+TEST(CommandTableTest, ChipListReachesTheAgentWithNothingAroundIt) {
+  for (const auto& [path, keyword] :
+       {std::pair{"show mac hardware", "MACT_HW_ALL"}, std::pair{"check mac diff", "MACT_DIFF"},
+        std::pair{"check mac missing", "MACT_MISSING"}}) {
+    for (const bool detail : {false, true}) {
+      for (const char* chips : {"0,1", "127", ""}) {
+        const std::string wire = wireOf(path, {.detail = detail, .chips = chips});
+        EXPECT_EQ(argumentAsTheAgentSeesIt(wire, keyword), chips) << wire;
+      }
+    }
+  }
+  EXPECT_EQ(wireOf("show mac hardware", {.chips = "0,1"}), "async text MACT_HW_ALL0,1");
+  EXPECT_EQ(wireOf("show mac hardware", {.json = true, .detail = true, .chips = "0,1"}),
+            "async json MACT_HW_ALL detail0,1");
+}
+
+TEST(CommandTableTest, RawWordsAreSentJoinedWithBlanks) {
+  EXPECT_EQ(wireOf("raw", {.words = {"plain", "text", "HW_MCAST_ALL"}}), "plain text HW_MCAST_ALL");
+  EXPECT_EQ(wireOf("raw", {.words = {"async", "json", "MACT_HW_ALL", "detail0"}}),
+            "async json MACT_HW_ALL detail0");
+  EXPECT_EQ(wireOf("raw", {.words = {"sync", "text", " two  blanks "}}), "sync text  two  blanks ");
+}
+
+TEST(CommandTableTest, RawTakesKnownEntriesAndFormatsOnly) {
+  EXPECT_THAT(wireOf("raw", {.words = {"fast", "text", "X"}}), testing::HasSubstr("'fast'"));
+  EXPECT_THAT(wireOf("raw", {.words = {"sync", "xml", "X"}}), testing::HasSubstr("'xml'"));
+}
+
+TEST(CommandTableTest, PathLiesBelowItsFirstWholeWords) {
+  EXPECT_TRUE(liesBelow("show vxlan vlan", "show vxlan"));
+  EXPECT_TRUE(liesBelow("show vxlan vlan", "show vxlan vlan"));
+  EXPECT_TRUE(liesBelow("raw", ""));
+  EXPECT_FALSE(liesBelow("show vxlan", "show vx"));
+  EXPECT_FALSE(liesBelow("show", "show vxlan"));
+}
+
+}  // namespace
+}  // namespace KorvoCtl
