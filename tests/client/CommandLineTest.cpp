@@ -1,0 +1,253 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <sstream>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "client/CommandLine.h"
+
+namespace KorvoCtl {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::AllOf;
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+using testing::StartsWith;
+
+CommandLine parse(const std::vector<std::string>& words) {
+  return parseCommandLine(words, "/default.sock");
+}
+
+// Words between blanks.
+CommandLine parse(const std::string& line) {
+  std::istringstream stream(line);
+  std::vector<std::string> words;
+  for (std::string word; stream >> word;) {
+    words.push_back(word);
+  }
+  return parse(words);
+}
+
+Invocation invocationOf(const CommandLine& line) {
+  if (const auto* problem = std::get_if<Problem>(&line)) {
+    ADD_FAILURE() << problem->message;
+  }
+  return std::holds_alternative<Invocation>(line) ? std::get<Invocation>(line) : Invocation{};
+}
+
+std::string problemIn(const std::string& line) {
+  const CommandLine result = parse(line);
+  const auto* problem = std::get_if<Problem>(&result);
+  if (problem == nullptr) {
+    return "no problem";
+  }
+  EXPECT_EQ(problem->status, ExitStatus::kUsage);
+  return problem->message;
+}
+
+std::string answerTo(const std::string& line) {
+  const CommandLine result = parse(line);
+  const auto* answer = std::get_if<Answer>(&result);
+  return answer == nullptr ? "no answer" : answer->text;
+}
+
+TEST(CommandLineTest, EveryRowsExampleIsACommandLineThatRunsIt) {
+  for (const CommandRow& row : commandTable()) {
+    std::string words(row.example.substr(std::string_view("korvoctl ").size()));
+    words = words.substr(0, words.find(" &&"));
+    EXPECT_EQ(invocationOf(parse(words)).row, &row) << row.example;
+  }
+}
+
+TEST(CommandLineTest, EveryRowTakesWhatItSaysAndNothingElse) {
+  for (const CommandRow& row : commandTable()) {
+    if (row.build == &rawRequest) {
+      continue;
+    }
+    std::string words(row.path);
+    for (std::size_t i = 0; i < row.positionals.size(); ++i) {
+      words += " 7";
+    }
+    EXPECT_EQ(invocationOf(parse(words)).row, &row);
+    EXPECT_EQ(problemIn(words + " --json") == "no problem", row.json) << row.path;
+    EXPECT_EQ(problemIn(words + " --detail") == "no problem", row.detail) << row.path;
+    EXPECT_EQ(problemIn(words + " --chip 0") == "no problem", row.chips) << row.path;
+    EXPECT_THAT(problemIn(words + " --weather"), HasSubstr("--weather")) << row.path;
+    EXPECT_THAT(problemIn(words + " surplus"), HasSubstr("'surplus'")) << row.path;
+  }
+}
+
+TEST(CommandLineTest, OptionsReachTheArguments) {
+  const auto plain = invocationOf(parse("show mac hardware"));
+  EXPECT_FALSE(plain.arguments.json);
+  EXPECT_FALSE(plain.arguments.detail);
+  EXPECT_EQ(plain.arguments.chips, std::nullopt);
+  const auto full = invocationOf(parse("show mac hardware --json --chip 0,1 --detail"));
+  EXPECT_TRUE(full.arguments.json);
+  EXPECT_TRUE(full.arguments.detail);
+  EXPECT_EQ(full.arguments.chips, "0,1");
+}
+
+TEST(CommandLineTest, ChipsMayBeGivenOneByOne) {
+  EXPECT_EQ(invocationOf(parse("check mac diff --chip 0 --chip=Korvo1,2")).arguments.chips,
+            "0,Korvo1,2");
+}
+
+TEST(CommandLineTest, ChipOptionTakesOneWordOnly) {
+  EXPECT_THAT(problemIn("check mac diff --chip 0 1"), HasSubstr("'1'"));
+  EXPECT_THAT(problemIn("check mac diff --chip"), HasSubstr("--chip"));
+}
+
+TEST(CommandLineTest, FlagGivenTwiceIsGiven) {
+  EXPECT_TRUE(invocationOf(parse("agent status --json --json")).arguments.json);
+}
+
+TEST(CommandLineTest, SocketMayBeNamedBeforeAmongAndAfterTheWords) {
+  EXPECT_EQ(invocationOf(parse("agent status")).options.socketPath, "/default.sock");
+  for (const char* line : {"-s /x agent status", "agent -s /x status", "agent status -s /x",
+                           "agent status --socket=/x", "agent status -s /y -s /x"}) {
+    EXPECT_EQ(invocationOf(parse(line)).options.socketPath, "/x") << line;
+  }
+}
+
+TEST(CommandLineTest, TimeoutIsInSeconds) {
+  EXPECT_EQ(invocationOf(parse("agent status")).options.patience, 10s);
+  EXPECT_EQ(invocationOf(parse("agent status --timeout 0.25")).options.patience, 250ms);
+  EXPECT_EQ(invocationOf(parse("--timeout 0 agent status")).options.patience, 0ms);
+  for (const char* value : {"-1", "x", "1e9", "nan"}) {
+    EXPECT_THAT(problemIn(std::string("agent status --timeout ") + value), HasSubstr("--timeout"))
+        << value;
+  }
+}
+
+TEST(CommandLineTest, ProgressCanBeTurnedOff) {
+  EXPECT_TRUE(invocationOf(parse("agent status")).options.progress);
+  EXPECT_FALSE(invocationOf(parse("agent status --no-progress")).options.progress);
+}
+
+TEST(CommandLineTest, RawTakesTheRestAsWords) {
+  EXPECT_THAT(invocationOf(parse("raw plain text A B  C")).arguments.words,
+              ElementsAre("plain", "text", "A", "B", "C"));
+  EXPECT_THAT(invocationOf(parse({"raw", "sync", "json", "A  B"})).arguments.words,
+              ElementsAre("sync", "json", "A  B"));
+}
+
+TEST(CommandLineTest, RawWordsMayLookLikeCommands) {
+  EXPECT_THAT(invocationOf(parse("raw plain text show agent raw")).arguments.words,
+              ElementsAre("plain", "text", "show", "agent", "raw"));
+}
+
+TEST(CommandLineTest, RawWordsMayLookLikeOptionsBehindTheMark) {
+  const auto raw = invocationOf(parse("raw -s /x plain text -- --json -s"));
+  EXPECT_THAT(raw.arguments.words, ElementsAre("plain", "text", "--json", "-s"));
+  EXPECT_EQ(raw.options.socketPath, "/x");
+}
+
+TEST(CommandLineTest, RawNeedsAllItsWords) {
+  EXPECT_THAT(problemIn("raw"), HasSubstr("ENTRY"));
+  EXPECT_THAT(problemIn("raw plain"), HasSubstr("FORMAT"));
+  EXPECT_THAT(problemIn("raw plain text"), HasSubstr("COMMAND"));
+}
+
+TEST(CommandLineTest, CommandThatBeginsAnotherOneIsACommandItself) {
+  EXPECT_EQ(invocationOf(parse("show vxlan vlan")).row->path, "show vxlan vlan");
+  EXPECT_EQ(invocationOf(parse("show vxlan vlan summary")).row->path, "show vxlan vlan summary");
+  EXPECT_TRUE(invocationOf(parse("show vxlan vlan --json summary")).arguments.json);
+  // The summary has no detail; it must not get lost in silence.
+  EXPECT_THAT(problemIn("show vxlan vlan --detail summary"), HasSubstr("show vxlan vlan summary"));
+}
+
+TEST(CommandLineTest, NoCommandListsThemAll) {
+  EXPECT_THAT(problemIn(""), AllOf(HasSubstr("show mac address-table"), HasSubstr("raw ENTRY")));
+}
+
+TEST(CommandLineTest, BeginningOfACommandListsWhatFollows) {
+  EXPECT_THAT(problemIn("show mac"),
+              AllOf(StartsWith("'show mac' is not a whole command"),
+                    HasSubstr("show mac address-table"), Not(HasSubstr("vxlan"))));
+}
+
+TEST(CommandLineTest, UnknownCommandIsFollowedByWhatWasMeant) {
+  EXPECT_THAT(problemIn("shwo mac address-table"),
+              AllOf(HasSubstr("unknown command 'shwo'"),
+                    HasSubstr("did you mean:\n  korvoctl show mac address-table\n")));
+  EXPECT_THAT(problemIn("show mac diff --json"),
+              AllOf(HasSubstr("unknown command 'diff' after 'show mac'"),
+                    HasSubstr("korvoctl check mac diff\n")));
+  EXPECT_THAT(problemIn("weather"), Not(HasSubstr("did you mean")));
+}
+
+TEST(CommandLineTest, UnknownOptionIsFollowedByWhatWasMeant) {
+  EXPECT_THAT(problemIn("show mac hardware --chp=0"), HasSubstr("did you mean --chip?"));
+  EXPECT_THAT(problemIn("show mac hardware --detial"), HasSubstr("did you mean --detail?"));
+  EXPECT_THAT(problemIn("agent status --xyzzy"), Not(HasSubstr("did you mean")));
+}
+
+TEST(CommandLineTest, OptionInFrontOfItsCommandIsToldWhereItStands) {
+  EXPECT_THAT(problemIn("show --json mac address-table"),
+              HasSubstr("korvoctl show mac address-table --json"));
+}
+
+TEST(CommandLineTest, WrongUsagePointsToTheCommandsHelp) {
+  EXPECT_THAT(problemIn("agent cancel"), EndsWith("\nTry 'korvoctl agent cancel --help'.\n"));
+  EXPECT_THAT(problemIn("--weather"), EndsWith("\nTry 'korvoctl --help'.\n"));
+}
+
+TEST(CommandLineTest, HelpListsEveryCommandOnALineThatFits) {
+  const std::string help = answerTo("--help");
+  for (const CommandRow& row : commandTable()) {
+    EXPECT_THAT(help, AllOf(HasSubstr("  " + synopsis(row)), HasSubstr(row.summary)));
+  }
+  std::istringstream lines(help);
+  for (std::string line; std::getline(lines, line);) {
+    EXPECT_LE(line.size(), 81U) << line;
+  }
+}
+
+TEST(CommandLineTest, HelpNamesEveryExitStatusAndTheEnvironment) {
+  EXPECT_THAT(answerTo("--help"),
+              AllOf(HasSubstr("KORVO_L2_SOCKET"), HasSubstr("  0  ok\n"), HasSubstr("\n  1  "),
+                    HasSubstr("\n  2  "), HasSubstr("\n  3  "), HasSubstr("\n  4  "),
+                    HasSubstr("\n  5  ")));
+}
+
+TEST(CommandLineTest, HelpOfFirstWordsListsOnlyWhatIsBelow) {
+  for (const char* line : {"show --help", "show -h", "help show"}) {
+    EXPECT_THAT(answerTo(line), AllOf(StartsWith("Show tables."), HasSubstr("show vxlan routing"),
+                                      Not(HasSubstr("check mac diff"))))
+        << line;
+  }
+}
+
+TEST(CommandLineTest, HelpOfEveryCommandShowsItsOptionsAndExample) {
+  for (const CommandRow& row : commandTable()) {
+    const std::string help = answerTo(std::string(row.path) + " --help");
+    EXPECT_THAT(help, AllOf(StartsWith(std::string(row.summary) + ".\n"), HasSubstr(row.details),
+                            HasSubstr(row.example), HasSubstr("--socket")));
+    EXPECT_EQ(help.find("--chip LIST ") != std::string::npos, row.chips) << help;
+    EXPECT_EQ(help.find("  --json ") != std::string::npos, row.json) << help;
+    EXPECT_EQ(help.find("\n\n\n"), std::string::npos) << help;
+  }
+}
+
+TEST(CommandLineTest, VersionIsOneLine) {
+  EXPECT_THAT(answerTo("--version"), testing::MatchesRegex("korvoctl [0-9]+\\.[0-9]+\\.[0-9]+\n"));
+}
+
+TEST(CommandLineTest, ReferenceHoldsEveryCommand) {
+  const std::string reference = answerTo("--reference");
+  for (const CommandRow& row : commandTable()) {
+    EXPECT_THAT(reference, AllOf(HasSubstr("## " + std::string(row.path) + "\n"),
+                                 HasSubstr(row.summary), HasSubstr(row.example)));
+  }
+  EXPECT_EQ(reference, commandReference());
+}
+
+}  // namespace
+}  // namespace KorvoCtl
