@@ -1,0 +1,139 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <string>
+
+#include "agent/server/ListeningSocket.h"
+
+namespace KorvoAgent {
+namespace {
+
+using testing::AllOf;
+using testing::HasSubstr;
+
+class ListeningSocketTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    std::string name = (std::filesystem::temp_directory_path() / "korvo-XXXXXX").string();
+    ASSERT_NE(::mkdtemp(name.data()), nullptr);
+    folder = name;
+    path = folder + "/agent.sock";
+  }
+  void TearDown() override { std::filesystem::remove_all(folder); }
+
+  static std::string errorOf(const std::function<void()>& action) {
+    try {
+      action();
+    } catch (const ListenError& e) {
+      return e.what();
+    }
+    return "no error";
+  }
+  std::string errorAt(const std::string& place) {
+    return errorOf([&] { const ListeningSocket socket(place); });
+  }
+
+  static bool canConnect(const std::string& place) {
+    const FileDescriptor client(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::memcpy(address.sun_path, place.data(), place.size());
+    return ::connect(client.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) ==
+           0;
+  }
+
+  /** A socket file as an agent leaves it that was killed. */
+  void leaveDeadSocket() const {
+    const FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::memcpy(address.sun_path, path.data(), path.size());
+    ASSERT_EQ(::bind(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)),
+              0);
+  }
+
+  std::string folder;
+  std::string path;
+};
+
+TEST_F(ListeningSocketTest, TheFileIsForUserAndGroupOnlyWhateverTheUmask) {
+  for (const mode_t mask : {0U, 0077U, 0777U}) {
+    const mode_t before = ::umask(mask);
+    {
+      const ListeningSocket socket(path);
+      struct stat file {};
+      ASSERT_EQ(::lstat(path.c_str(), &file), 0);
+      EXPECT_EQ(file.st_mode & 07777U, 0660U);
+      EXPECT_TRUE(canConnect(path));
+      EXPECT_EQ(::umask(mask), mask) << "the process's umask was changed";
+    }
+    ::umask(before);
+    EXPECT_FALSE(std::filesystem::exists(path));
+  }
+}
+
+TEST_F(ListeningSocketTest, WhatADeadAgentLeftIsReplaced) {
+  leaveDeadSocket();
+  const ListeningSocket socket(path);
+  EXPECT_TRUE(canConnect(path));
+}
+
+TEST_F(ListeningSocketTest, ALivingAgentIsLeftAlone) {
+  const ListeningSocket living(path);
+  EXPECT_EQ(errorAt(path), "cannot serve at " + path + ": another agent is serving there");
+  EXPECT_TRUE(canConnect(path));
+}
+
+TEST_F(ListeningSocketTest, ALivingAgentOfAnotherSocketTypeIsLeftAlone) {
+  const FileDescriptor socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  std::memcpy(address.sun_path, path.data(), path.size());
+  ASSERT_EQ(::bind(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
+  EXPECT_THAT(errorAt(path), HasSubstr("a socket of another type is in use there"));
+  EXPECT_TRUE(std::filesystem::exists(path));
+}
+
+TEST_F(ListeningSocketTest, WhatIsNoSocketIsLeftAlone) {
+  std::ofstream(path) << "precious";
+  EXPECT_THAT(errorAt(path), HasSubstr("there is something else that is no socket"));
+  EXPECT_EQ(std::filesystem::file_size(path), 8U);
+  const std::string link = folder + "/link";
+  std::filesystem::create_symlink(path, link);
+  EXPECT_THAT(errorAt(link), HasSubstr("there is something else that is no socket"));
+}
+
+TEST_F(ListeningSocketTest, AnotherAgentsSocketIsNotRemovedAtTheEnd) {
+  {
+    const ListeningSocket first(path);
+    std::filesystem::remove(path);
+    leaveDeadSocket();
+  }
+  EXPECT_TRUE(std::filesystem::exists(path));
+}
+
+TEST_F(ListeningSocketTest, PathsThatCannotBeServedAreSaid) {
+  EXPECT_EQ(errorAt(""), "the path of the socket is empty");
+  const std::string longPath = folder + "/" + std::string(120, 'x');
+  EXPECT_THAT(errorAt(longPath),
+              AllOf(HasSubstr(longPath), HasSubstr("bytes, a socket's path at most 107")));
+  EXPECT_THAT(errorAt(folder + "/none/agent.sock"),
+              AllOf(HasSubstr("folder " + folder + "/none"), HasSubstr("No such file")));
+}
+
+TEST_F(ListeningSocketTest, TheLongestPathIsServed) {
+  const std::string longest = folder + "/" + std::string(107 - folder.size() - 1, 'x');
+  ASSERT_EQ(longest.size(), 107U);
+  const ListeningSocket socket(longest);
+  EXPECT_TRUE(canConnect(longest));
+}
+
+}  // namespace
+}  // namespace KorvoAgent

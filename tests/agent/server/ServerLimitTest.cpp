@@ -1,0 +1,228 @@
+// Limits, the agent's own questions, and the end of the agent.
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <filesystem>
+#include <memory>
+#include <string>
+
+#include "tests/agent/server/ServerHarness.h"
+
+namespace KorvoAgent {
+namespace {
+
+using std::chrono::seconds;
+using testing::AllOf;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+class ServerLimitTest : public ServerHarness {
+ protected:
+  FileDescriptor connectAt(const std::string& path) {
+    FileDescriptor client(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::memcpy(address.sun_path, path.data(), path.size());
+    EXPECT_EQ(::connect(client.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)),
+              0)
+        << std::strerror(errno);
+    return client;
+  }
+
+  std::string askAs(uid_t user, std::string_view line) {
+    const FileDescriptor client = connect(user);
+    EXPECT_TRUE(sendWith(client.get(), line));
+    settle();
+    return received(client.get());
+  }
+
+  /** A dump of user `user` that waits for its reader. */
+  FileDescriptor waitingDump(uid_t user = kUser) {
+    FileDescriptor client = connect(user);
+    EXPECT_TRUE(sendWith(client.get(), "async text ROWS 10000000\n"));
+    settle();
+    return client;
+  }
+};
+
+TEST_F(ServerLimitTest, ConnectionsOverTheLimitAreToldSo) {
+  policy.maxConnections = 3;
+  std::vector<FileDescriptor> clients;
+  for (int i = 0; i < 3; ++i) clients.push_back(connect());
+  const FileDescriptor fourth = connect();
+  ASSERT_TRUE(sendWith(fourth.get(), "plain text PRINT hello\n"));
+  settle();
+  EXPECT_EQ(received(fourth.get()), "refused: the agent has 3 connections, which is the limit\n");
+  EXPECT_TRUE(atEnd(fourth.get()));
+  clients.pop_back();
+  settle();
+  pass(seconds(2));  // as long as the fourth is heard out
+  EXPECT_EQ(ask("plain text PRINT hello\n"), "hello");
+}
+
+TEST_F(ServerLimitTest, ManyMoreConnectionsThanTheLimitCostNothing) {
+  policy.maxConnections = 1;
+  std::vector<FileDescriptor> clients;
+  clients.push_back(connect());
+  const std::size_t before = numOpenDescriptors();
+  for (int i = 0; i < 200; ++i) clients.push_back(connect());
+  for (std::size_t i = 1; i < clients.size(); ++i) {
+    EXPECT_THAT(received(clients[i].get()), StartsWith("refused: the agent has 1 connections"));
+  }
+  EXPECT_LE(numOpenDescriptors(), before + 200 + 40);
+}
+
+TEST_F(ServerLimitTest, RequestsOverAUsersLimitAreRefusedAndOthersAreNot) {
+  policy.connection.requestsPerUser = 2;
+  const FileDescriptor first = waitingDump();
+  const FileDescriptor second = waitingDump();
+  EXPECT_EQ(askAs(kUser, "plain text PRINT hello\n"),
+            "refused: user 1000 has 2 requests under way, which is the limit\n");
+  EXPECT_EQ(askAs(kUser + 1, "plain text PRINT hello\n"), "hello");
+  const Request third = request("async text ROWS 1\n");
+  settle();
+  EXPECT_THAT(received(third.control.get()),
+              HasSubstr("\"status\":\"refused\",\"message\":\"user 1000 has 2 requests under way"));
+}
+
+TEST_F(ServerLimitTest, TheAgentKnowsItsQuestions) {
+  facts.chips = [] { return std::vector<AgentFacts::Chip>{{0, "Linecard3/0"}, {5, "a\"b"}}; };
+  facts.tables = [] { return std::vector<AgentFacts::Table>{{"swMacTable", 7}}; };
+  facts.stateDocumentSchema = [] { return std::string_view("{\"type\":\"object\"}\n"); };
+  EXPECT_EQ(ask("agent json chips\n"),
+            "{\"chips\":[{\"id\":0,\"name\":\"Linecard3/0\"},{\"id\":5,\"name\":\"a\\\"b\"}]}\n");
+  EXPECT_EQ(ask("agent text chips\n"), "0 Linecard3/0\n5 a\"b\n");
+  EXPECT_EQ(ask("agent json schema\n"), "{\"type\":\"object\"}\n");
+  EXPECT_EQ(ask("agent text schema\n"), "{\"type\":\"object\"}\n");
+  clock->advance(seconds(5));
+  EXPECT_THAT(ask("agent json status\n"),
+              AllOf(StartsWith("{\"uptimeMs\":5000,\"connections\":1,\"activeRequests\":1,"
+                               "\"totalRequests\":5,\"residentBytes\":"),
+                    HasSubstr("\"tables\":{\"swMacTable\":7}"), HasSubstr("\"liveInstances\":{"),
+                    EndsWith("}\n")));
+  EXPECT_THAT(ask("agent text status\n"),
+              AllOf(StartsWith("uptime               5000 ms\n"), HasSubstr("swMacTable")));
+}
+
+TEST_F(ServerLimitTest, AnUnknownQuestionGetsTheList) {
+  EXPECT_EQ(ask("agent text uptime\n"),
+            "refused: unknown question \"uptime\"; the agent knows status, chips, requests, "
+            "cancel N, schema\n");
+  EXPECT_EQ(ask("agent text cancel\n").substr(0, 25), "refused: unknown question");
+  EXPECT_THAT(ask("agent text cancel x\n"), StartsWith("refused: \"x\" is no request number"));
+  EXPECT_THAT(ask("agent text cancel 1x\n"), StartsWith("refused: \"1x\" is no request number"));
+  EXPECT_THAT(ask("agent text cancel 99999999999999999999\n"), HasSubstr("is no request number"));
+  EXPECT_EQ(ask("agent text cancel 77\n"), "refused: there is no request 77\n");
+}
+
+TEST_F(ServerLimitTest, RequestsAreListedAndCanBeCancelled) {
+  const Request dump = request("async json ROWS 10000000\n");
+  settle();
+  const std::string list = ask("agent json requests\n");
+  EXPECT_THAT(list, HasSubstr("{\"id\":1,\"entry\":\"async\",\"format\":\"json\",\"user\":1000,"
+                              "\"state\":\"waiting for its reader\",\"rows\":"));
+  EXPECT_THAT(list, HasSubstr("\"command\":\"ROWS 10000000\"}"));
+  EXPECT_THAT(ask("agent text requests\n"), HasSubstr("ROWS 10000000"));
+  EXPECT_EQ(ask("agent text cancel 1\n"), "request 1 is cancelled\n");
+  EXPECT_THAT(received(dump.control.get()),
+              HasSubstr("\"status\":\"cancelled\",\"message\":\"cancelled by user 1000\""));
+  received(dump.answer.get());
+  EXPECT_TRUE(atEnd(dump.answer.get()));
+  EXPECT_EQ(ask("agent json cancel 1\n"), "refused: there is no request 1\n");
+}
+
+TEST_F(ServerLimitTest, ARequestCannotCancelItself) {
+  EXPECT_EQ(ask("agent text cancel 1\n"), "refused: request 1 is the one that asks\n");
+}
+
+TEST_F(ServerLimitTest, OnlyItsUserAndThePrivilegedCancelARequest) {
+  const FileDescriptor dump = waitingDump(1000);
+  EXPECT_EQ(askAs(1001, "agent text cancel 1\n"), "refused: request 1 belongs to another user\n");
+  EXPECT_EQ(askAs(0, "agent json cancel 1\n"), "{\"cancelled\":1}\n");
+}
+
+TEST_F(ServerLimitTest, ShuttingDownCancelsWhatRuns) {
+  const Request dump = request("async text ROWS 10000000\n");
+  const FileDescriptor silent = connect();
+  settle();
+  server().shutDown("the agent ends");
+  EXPECT_THAT(received(dump.control.get()),
+              HasSubstr("\"status\":\"cancelled\",\"message\":\"the agent ends\""));
+  EXPECT_TRUE(atEnd(dump.control.get()));
+  EXPECT_TRUE(atEnd(silent.get()));
+  EXPECT_EQ(server().numConnections(), 0U);
+}
+
+class ServerListenTest : public ServerLimitTest {
+ protected:
+  void SetUp() override {
+    std::string name = (std::filesystem::temp_directory_path() / "korvo-XXXXXX").string();
+    ASSERT_NE(::mkdtemp(name.data()), nullptr);
+    folder_ = name;
+    path = folder_ + "/agent.sock";
+  }
+  void TearDown() override { std::filesystem::remove_all(folder_); }
+  std::string path;
+
+ private:
+  std::string folder_;
+};
+
+TEST_F(ServerListenTest, ClientsConnectAtThePathAndAreKnownByTheirUser) {
+  server().listen(path);
+  const FileDescriptor client = connectAt(path);
+  settle();
+  ASSERT_TRUE(sendWith(client.get(), "agent json requests\n"));
+  settle();
+  EXPECT_THAT(received(client.get()), HasSubstr("\"user\":" + std::to_string(::geteuid()) + ","));
+  server().shutDown("");
+  EXPECT_FALSE(std::filesystem::exists(path));
+}
+
+TEST_F(ServerListenTest, ManyClientsAtOnceAreAllTakenIn) {
+  server().listen(path);
+  std::vector<FileDescriptor> clients;
+  for (int i = 0; i < 100; ++i) {
+    clients.push_back(connectAt(path));
+    ASSERT_TRUE(sendWith(clients.back().get(), "plain text PRINT hello\n"));
+  }
+  settle();
+  for (const FileDescriptor& client : clients) EXPECT_EQ(received(client.get()), "hello");
+}
+
+TEST_F(ServerListenTest, WithoutDescriptorsClientsAreTurnedAwayAndTheLoopRests) {
+  server().listen(path);
+  settle();
+  std::vector<FileDescriptor> clients;
+  for (int i = 0; i < 40; ++i) clients.push_back(connectAt(path));
+  rlimit before{};
+  ::getrlimit(RLIMIT_NOFILE, &before);
+  rlimit none = before;
+  {
+    const FileDescriptor probe(::open("/dev/null", O_RDONLY | O_CLOEXEC));
+    none.rlim_cur = static_cast<rlim_t>(probe.get());
+  }
+  ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
+  settle();
+  ::setrlimit(RLIMIT_NOFILE, &before);
+  for (const FileDescriptor& client : clients) {
+    EXPECT_EQ(received(client.get()), "refused: the agent has no file descriptor left\n");
+    EXPECT_TRUE(atEnd(client.get()));
+  }
+  const FileDescriptor later = connectAt(path);
+  ASSERT_TRUE(sendWith(later.get(), "plain text PRINT hello\n"));
+  settle();
+  EXPECT_EQ(received(later.get()), "hello");
+}
+
+}  // namespace
+}  // namespace KorvoAgent
