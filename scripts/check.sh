@@ -4,7 +4,7 @@
 #
 #   scripts/check.sh BUILD_DIR     BUILD_DIR is configured and built
 #
-# KORVO_TIDY_SECONDS caps clang-tidy's time (default 1200); see scripts/tidy.py.
+# KORVO_TIDY_SECONDS caps clang-tidy's time (default 900); see scripts/tidy.py.
 set -uo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.." || exit 2
 buildDir=$1

@@ -53,7 +53,7 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("build", type=pathlib.Path)
     parser.add_argument("files", nargs="*", type=pathlib.Path)
-    parser.add_argument("--seconds", type=float, default=float(os.environ.get("KORVO_TIDY_SECONDS", 1200)))
+    parser.add_argument("--seconds", type=float, default=float(os.environ.get("KORVO_TIDY_SECONDS", 900)))
     parser.add_argument("--jobs", type=int, default=int(os.environ.get("KORVO_JOBS", os.cpu_count())))
     arguments = parser.parse_args()
     build = arguments.build.resolve()
