@@ -17,6 +17,8 @@ namespace KorvoAgent {
 
 namespace {
 
+constexpr const char* kTooLarge = "a number too large for any machine";
+
 // Stops at what is JSON by the grammar but more than simdjson takes.
 class StricterThanTheGrammar
     : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, StricterThanTheGrammar> {
@@ -38,7 +40,7 @@ class StricterThanTheGrammar
       double asDouble;
       if (std::from_chars(digits, end, asDouble).ec != std::errc::result_out_of_range) return true;
     }
-    reason_ = "a number too large to be any machine's";
+    reason_ = kTooLarge;
     return false;
   }
   bool StartObject() { return enter(); }
@@ -72,15 +74,25 @@ JsonSyntaxError at(std::string_view text, std::size_t offset, std::string what) 
           1 + static_cast<std::size_t>(std::ranges::count_if(line, isCharacter)), std::move(what)};
 }
 
-std::string describe(rapidjson::ParseErrorCode error, simdjson::error_code code,
-                     const std::string& stricter) {
-  if (error == rapidjson::kParseErrorTermination) return stricter;
-  if (error == rapidjson::kParseErrorStringInvalidEncoding) {
-    return code == simdjson::UTF8_ERROR
-               ? "text that is not UTF-8"
-               : "a control character in a string, which has to be written as \\u00XX";
+std::string describe(const rapidjson::ParseResult& result, std::string_view text,
+                     simdjson::error_code code, const std::string& stricter) {
+  switch (result.Code()) {
+    case rapidjson::kParseErrorTermination:
+      return stricter;
+    case rapidjson::kParseErrorNumberTooBig:
+      return kTooLarge;
+    case rapidjson::kParseErrorStringInvalidEncoding:
+    case rapidjson::kParseErrorStringEscapeInvalid:
+      if (result.Offset() < text.size() &&
+          static_cast<std::uint8_t>(text[result.Offset()]) < 0x20) {
+        return "a control character in a string, which has to be written as \\u00XX";
+      }
+      if (code == simdjson::UTF8_ERROR) return "text that is not UTF-8";
+      break;
+    default:
+      break;
   }
-  std::string what = rapidjson::GetParseError_En(error);
+  std::string what = rapidjson::GetParseError_En(result.Code());
   if (!what.empty() && what.back() == '.') what.pop_back();
   return what;
 }
@@ -97,7 +109,7 @@ JsonSyntaxError locateJsonSyntaxError(std::string_view text, simdjson::error_cod
                               rapidjson::kParseNumbersAsStringsFlag;
   const rapidjson::ParseResult result = reader.Parse<kFlags>(stream, handler);
   if (result.IsError()) {
-    return at(text, result.Offset(), describe(result.Code(), code, handler.reason()));
+    return at(text, result.Offset(), describe(result, text, code, handler.reason()));
   }
   // RapidJSON takes a zero byte for the end of the text.
   if (const std::size_t zero = text.find('\0'); zero != std::string_view::npos) {
