@@ -205,6 +205,78 @@ TEST(KeyedCollectionTest, EmptiedCollectionKeepsNoChunks) {
   EXPECT_THAT(keysOf(numbers), ElementsAre(1));
 }
 
+// Costs, in comparisons and moves of keys.
+
+struct CountedKey {
+  static inline std::uint64_t comparisons = 0;
+  static inline std::uint64_t moves = 0;
+
+  CountedKey(int n) : number(n) {}  // NOLINT(google-explicit-constructor)
+  CountedKey(const CountedKey&) = default;
+  CountedKey(CountedKey&& other) noexcept : number(other.number) { ++moves; }
+  CountedKey& operator=(const CountedKey&) = default;
+  CountedKey& operator=(CountedKey&& other) noexcept {
+    number = other.number;
+    ++moves;
+    return *this;
+  }
+  ~CountedKey() = default;
+  friend bool operator<(const CountedKey& a, const CountedKey& b) {
+    ++comparisons;
+    return a.number < b.number;
+  }
+
+  int number;
+};
+
+class CostTest : public testing::Test {
+ protected:
+  using Counted = KeyedCollection<CountedKey, int>;
+  static constexpr int kEntries = 1 << 17;
+
+  void SetUp() override {
+    // In an order that leaves chunks of every fill.
+    for (std::uint32_t i = 0; i < kEntries; ++i) {
+      counted_.put(static_cast<int>(2 * (i * 40503 % kEntries)), 0);
+    }
+    ASSERT_EQ(counted_.size(), static_cast<std::size_t>(kEntries));
+  }
+
+  Counted counted_;
+};
+
+TEST_F(CostTest, PositioningComparesAsOftenAsALogarithmSays) {
+  constexpr std::uint64_t kLogarithm = 17;
+  for (int key = -1; key < 2 * kEntries; key += 997) {
+    CountedKey::comparisons = 0;
+    counted_.lowerBound(key);
+    // The B-tree compares twice and thrice where its own assertions are on.
+    ASSERT_LE(CountedKey::comparisons, 4 * kLogarithm);
+  }
+}
+
+TEST_F(CostTest, WalkingAndResumingComparesLittleMoreThanOncePerEntry) {
+  CountedKey::comparisons = 0;
+  int walked = 0;
+  for (auto it = counted_.begin(); it != counted_.end(); ++it) ++walked;
+  EXPECT_EQ(walked, kEntries);
+  EXPECT_LE(CountedKey::comparisons, static_cast<std::uint64_t>(kEntries) * 11 / 10);
+}
+
+TEST_F(CostTest, NoChangeMovesMoreThanAChunkOrTwo) {
+  const auto most = 4 * Access::kChunkEntries<Counted>;
+  for (int key = 1; key < 2 * kEntries; key += 2 * 499) {
+    CountedKey::moves = 0;
+    counted_.put(key, 0);
+    ASSERT_LE(CountedKey::moves, most);
+  }
+  for (int key = 0; key < 2 * kEntries; key += 2) {
+    CountedKey::moves = 0;
+    counted_.erase(key);
+    ASSERT_LE(CountedKey::moves, most);
+  }
+}
+
 // Failures.
 
 // Copies fail on demand; moves do not.
