@@ -1,6 +1,9 @@
 #include "agent/AgentOptions.h"
 
+#include <fmt/format.h>
+
 #include <CLI/CLI.hpp>
+#include <cstdlib>
 #include <limits>
 #include <ostream>
 
@@ -15,10 +18,24 @@ constexpr const char* kDescription =
 constexpr const char* kFooter =
     "\nThe tables are filled in this order, each adding to what is there: --chips, --demo, "
     "--state,\n"
-    "--bridge-json, --macs. What --state says of a table or of the chips replaces what they were.\n"
+    "--bridge-json, --macs. An entry that comes again replaces the one before; made-up ones do "
+    "not.\n"
     "Exit status: 0 after SIGTERM or SIGINT, 1 when the agent cannot serve, 2 for a wrong option "
     "or\n"
     "a document that cannot be read.";
+
+/** A number in a range. CLI11's own check lets "nan" pass. */
+CLI::Validator numberIn(double least, double most) {
+  const auto check = [least, most](const std::string& text) {
+    char* end = nullptr;
+    const double value = std::strtod(text.c_str(), &end);
+    const bool whole = !text.empty() && *end == '\0';
+    return whole && value >= least && value <= most
+               ? std::string()
+               : fmt::format("Value {} not in range {} to {}", text, least, most);
+  };
+  return CLI::Validator(check, "", "");
+}
 
 Qel::Duration fromSeconds(double seconds) {
   return std::chrono::duration_cast<Qel::Duration>(std::chrono::duration<double>(seconds));
@@ -58,7 +75,7 @@ std::optional<int> readAgentOptions(int argc, const char* const* argv, AgentOpti
       ->group(kSwitch);
   app.add_option("--churn", options.churn, "Learn, move and age this many entries a second")
       ->type_name("RATE")
-      ->check(CLI::Range(0.0, 1e6))
+      ->check(numberIn(0, 1e6))
       ->group(kSwitch);
   app.add_option("--seed", options.seed, "Seed of what is made up")
       ->type_name("N")
@@ -88,12 +105,12 @@ std::optional<int> readAgentOptions(int argc, const char* const* argv, AgentOpti
   app.add_option("--client-timeout", clientTimeout,
                  "End a request whose client reads nothing for so long")
       ->type_name("SECONDS")
-      ->check(CLI::Range(0.001, kLongestTimeout))
+      ->check(numberIn(0.001, kLongestTimeout))
       ->capture_default_str()
       ->group(kLimits);
   app.add_option("--line-timeout", lineTimeout, "How long a client may take to send its request")
       ->type_name("SECONDS")
-      ->check(CLI::Range(0.001, kLongestTimeout))
+      ->check(numberIn(0.001, kLongestTimeout))
       ->capture_default_str()
       ->group(kLimits);
   app.add_option("--max-connections", options.maxConnections, "Connections at a time")
@@ -120,6 +137,9 @@ std::optional<int> readAgentOptions(int argc, const char* const* argv, AgentOpti
       ->check(CLI::Range(std::size_t{1}, std::size_t{1} << 30))
       ->group(kDiagnostics);
 
+  app.failure_message([](const CLI::App*, const CLI::Error& error) {
+    return std::string("korvo-l2-agent: ") + error.what() + "\nSee korvo-l2-agent --help.\n";
+  });
   try {
     app.parse(argc, argv);
     if (options.socket.empty()) {

@@ -10,6 +10,9 @@
 #include <optional>
 
 #include "agent/AgentOptions.h"
+#include "agent/documents/BridgeJson.h"
+#include "agent/documents/DocumentError.h"
+#include "agent/documents/StateDocument.h"
 #include "agent/model/Churn.h"
 #include "agent/model/DemoSwitch.h"
 #include "agent/model/MacGenerator.h"
@@ -35,6 +38,8 @@ void raiseDescriptorLimit() {
 void fillModel(const AgentOptions& options, SwitchModel& model) {
   if (options.chips) model.chipsIs(*options.chips);
   if (options.demo) fillDemo(model);
+  if (!options.state.empty()) loadStateDocument(options.state, model);
+  if (!options.bridgeJson.empty()) loadBridgeJson(options.bridgeJson, model);
   if (options.macs != 0) generateMacs(model, options.macs, options.seed);
 }
 
@@ -57,6 +62,7 @@ AgentFacts factsOf(SwitchModel& model) {
   facts.tables = [&model] {
     return std::vector<AgentFacts::Table>{{"swMacTable", model.swMacTable().size()}};
   };
+  facts.stateDocumentSchema = [] { return stateDocumentSchema(); };
   return facts;
 }
 
@@ -118,6 +124,9 @@ int main(int argc, char** argv) {
     }
     serve(options);
     return kExitOk;
+  } catch (const DocumentError& e) {
+    std::fprintf(stderr, "korvo-l2-agent: %s\n", e.what());
+    return kExitUsage;
   } catch (const std::exception& e) {
     std::fprintf(stderr, "korvo-l2-agent: %s\n", e.what());
     return kExitFailed;

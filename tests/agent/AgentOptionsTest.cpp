@@ -1,0 +1,162 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "agent/AgentOptions.h"
+
+namespace KorvoAgent {
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+class AgentOptionsTest : public testing::Test {
+ protected:
+  void SetUp() override { ::unsetenv("KORVO_L2_SOCKET"); }
+  void TearDown() override { ::unsetenv("KORVO_L2_SOCKET"); }
+
+  std::optional<int> read(std::vector<const char*> arguments) {
+    arguments.insert(arguments.begin(), "korvo-l2-agent");
+    options = {};
+    out.str("");
+    err.str("");
+    return readAgentOptions(static_cast<int>(arguments.size()), arguments.data(), options, out,
+                            err);
+  }
+
+  AgentOptions options;
+  std::ostringstream out;
+  std::ostringstream err;
+};
+
+TEST_F(AgentOptionsTest, WithoutOptionsTheDefaultsHold) {
+  EXPECT_EQ(read({}), std::nullopt);
+  EXPECT_EQ(options.socket, "/run/korvo/l2-agent.sock");
+  EXPECT_EQ(options.macs, 0U);
+  EXPECT_EQ(options.chips, std::nullopt);
+  EXPECT_EQ(options.seed, 1U);
+  EXPECT_FALSE(options.demo);
+  EXPECT_EQ(options.clientTimeout, seconds(60));
+  EXPECT_EQ(options.lineTimeout, seconds(10));
+  EXPECT_EQ(options.maxConnections, 1024U);
+  EXPECT_EQ(options.maxRequestsPerUser, 512U);
+  EXPECT_EQ(options.sliceRows, std::nullopt);
+}
+
+TEST_F(AgentOptionsTest, EveryOptionIsRead) {
+  EXPECT_EQ(read({"--socket",
+                  "/s",
+                  "--state",
+                  "a",
+                  "--bridge-json",
+                  "-",
+                  "--demo",
+                  "--macs",
+                  "10000000",
+                  "--chips",
+                  "128",
+                  "--churn",
+                  "2.5",
+                  "--seed",
+                  "18446744073709551615",
+                  "--plugin",
+                  "p.so",
+                  "--trace",
+                  "A=1",
+                  "--trace",
+                  "B=2",
+                  "--trace-file",
+                  "t",
+                  "--client-timeout",
+                  "0.25",
+                  "--line-timeout",
+                  "3",
+                  "--max-connections",
+                  "7",
+                  "--max-requests-per-user",
+                  "8",
+                  "--slice-rows",
+                  "1",
+                  "--slice-bytes",
+                  "4096"}),
+            std::nullopt)
+      << err.str();
+  EXPECT_EQ(options.socket, "/s");
+  EXPECT_EQ(options.state, "a");
+  EXPECT_EQ(options.bridgeJson, "-");
+  EXPECT_TRUE(options.demo);
+  EXPECT_EQ(options.macs, 10'000'000U);
+  EXPECT_EQ(options.chips, 128U);
+  EXPECT_EQ(options.churn, 2.5);
+  EXPECT_EQ(options.seed, ~std::uint64_t{0});
+  EXPECT_EQ(options.plugin, "p.so");
+  EXPECT_THAT(options.trace, ElementsAre("A=1", "B=2"));
+  EXPECT_EQ(options.traceFile, "t");
+  EXPECT_EQ(options.clientTimeout, milliseconds(250));
+  EXPECT_EQ(options.lineTimeout, seconds(3));
+  EXPECT_EQ(options.maxConnections, 7U);
+  EXPECT_EQ(options.maxRequestsPerUser, 8U);
+  EXPECT_EQ(options.sliceRows, 1U);
+  EXPECT_EQ(options.sliceBytes, 4096U);
+}
+
+TEST_F(AgentOptionsTest, TheSocketMayComeFromTheEnvironment) {
+  ::setenv("KORVO_L2_SOCKET", "/from/environment", 1);
+  EXPECT_EQ(read({}), std::nullopt);
+  EXPECT_EQ(options.socket, "/from/environment");
+  EXPECT_EQ(read({"--socket", "/from/option"}), std::nullopt);
+  EXPECT_EQ(options.socket, "/from/option");
+}
+
+TEST_F(AgentOptionsTest, WrongOptionsAreExplained) {
+  const std::vector<std::pair<std::vector<const char*>, const char*>> cases = {
+      {{"--chips", "0"}, "--chips"},
+      {{"--chips", "129"}, "--chips: Value 129 not in range 1 to 128"},
+      {{"--macs", "10000001"}, "--macs"},
+      {{"--macs", "-1"}, "--macs"},
+      {{"--macs", "many"}, "--macs"},
+      {{"--churn", "-1"}, "--churn"},
+      {{"--churn", "1e9"}, "--churn"},
+      {{"--seed", "x"}, "--seed"},
+      {{"--client-timeout", "0"}, "--client-timeout"},
+      {{"--client-timeout", "nan"}, "--client-timeout"},
+      {{"--slice-rows", "0"}, "--slice-rows"},
+      {{"--max-connections", "0"}, "--max-connections"},
+      {{"--socket", ""}, "--socket: the path is empty"},
+      {{"--socket"}, "--socket"},
+      {{"--bogus"}, "--bogus"},
+      {{"stray"}, "stray"},
+  };
+  for (const auto& [arguments, message] : cases) {
+    EXPECT_EQ(read(arguments), kExitUsage) << message;
+    EXPECT_THAT(err.str(), StartsWith("korvo-l2-agent: ")) << message;
+    EXPECT_THAT(err.str(), HasSubstr(message));
+    EXPECT_EQ(out.str(), "");
+  }
+}
+
+TEST_F(AgentOptionsTest, HelpNamesEveryOption) {
+  EXPECT_EQ(read({"--help"}), kExitOk);
+  for (const char* const option :
+       {"--socket", "--state", "--bridge-json", "--demo", "--macs", "--chips", "--churn", "--seed",
+        "--plugin", "--trace", "--trace-file", "--client-timeout", "--line-timeout",
+        "--max-connections", "--max-requests-per-user", "--slice-rows", "--slice-bytes"}) {
+    EXPECT_THAT(out.str(), HasSubstr(std::string(option) + " "));
+  }
+  EXPECT_EQ(err.str(), "");
+}
+
+TEST_F(AgentOptionsTest, VersionIsTold) {
+  EXPECT_EQ(read({"--version"}), kExitOk);
+  EXPECT_THAT(out.str(), StartsWith("korvo-l2-agent "));
+}
+
+}  // namespace
+}  // namespace KorvoAgent
