@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <cstring>
 #include <exception>
 #include <utility>
 
@@ -28,32 +29,33 @@ RequestEnd endOf(const CommandOutcome& outcome, const RequestLine& request) {
   return {RequestStatus::error, "unknown outcome"};
 }
 
-RequestEnd errorEnd(const char* message) { return {RequestStatus::error, message}; }
+RequestEnd errorEnd(std::string message) { return {RequestStatus::error, std::move(message)}; }
 
 }  // namespace
 
 CommandEntries::Answered CommandEntries::answer(const RequestLine& request, int socket) {
   Answered answered;
+  SyncCall call(socket);
+  if (!call.isOpen()) {
+    answered.end =
+        errorEnd(fmt::format("no descriptor for the answer: {}", std::strerror(call.error())));
+    return answered;
+  }
   try {
-    SyncCall call(socket);
-    try {
-      if (request.entry == Entry::plain) {
-        callbacks_.plain->handleCommand(call.socket(), request.command);
-        answered.end = endOf(callbacks_.plain->outcome(), request);
-      } else {
-        callbacks_.formatted->handleCommand(call.socket(), request.command, request.format);
-        answered.end = endOf(callbacks_.formatted->outcome(), request);
-      }
-    } catch (const std::exception& e) {
-      answered.end = errorEnd(e.what());
-    } catch (...) {
-      answered.end = errorEnd("unknown exception");
+    if (request.entry == Entry::plain) {
+      callbacks_.plain->handleCommand(call.socket(), request.command);
+      answered.end = endOf(callbacks_.plain->outcome(), request);
+    } else {
+      callbacks_.formatted->handleCommand(call.socket(), request.command, request.format);
+      answered.end = endOf(callbacks_.formatted->outcome(), request);
     }
-    answered.sent = call.sent();
-    answered.left = call.left();
   } catch (const std::exception& e) {
     answered.end = errorEnd(e.what());
+  } catch (...) {
+    answered.end = errorEnd("unknown exception");
   }
+  answered.sent = call.sent();
+  answered.left = call.left();
   return answered;
 }
 

@@ -4,7 +4,6 @@
 #include <sys/stat.h>
 
 #include <cerrno>
-#include <system_error>
 #include <utility>
 
 namespace KorvoAgent {
@@ -23,10 +22,8 @@ bool sameFile(int a, int b) {
 SyncCall::SyncCall(int answer)
     : answer_(answer),
       socket_(::fcntl(answer, F_DUPFD_CLOEXEC, 0)),
+      error_(errno),
       sentBefore_(Rendering::SocketPort::sentTotal()) {
-  if (!socket_.isOpen()) {
-    throw std::system_error(errno, std::generic_category(), "no descriptor for the answer");
-  }
   handlerBefore_ =
       Rendering::PrintBuffer::undeliveredHandlerIs([this](std::uint32_t socket, std::string text) {
         if (socket != this->socket()) return;

@@ -16,12 +16,15 @@ namespace KorvoAgent {
 
 class SyncCall {
  public:
-  /** `answer` stays the caller's. Throws std::system_error when no descriptor is to be had. */
+  /** `answer` stays the caller's. */
   explicit SyncCall(int answer);
   SyncCall(const SyncCall&) = delete;
   SyncCall& operator=(const SyncCall&) = delete;
   ~SyncCall();
 
+  /** Whether there is a descriptor for the callback; without, error() says why not. */
+  bool isOpen() const noexcept { return socket_.isOpen(); }
+  int error() const noexcept { return error_; }
   /** The descriptor for the callback. */
   std::uint32_t socket() const noexcept { return static_cast<std::uint32_t>(socket_.get()); }
   /** Bytes that the callback handed over to the socket. */
@@ -32,6 +35,7 @@ class SyncCall {
  private:
   int answer_;
   FileDescriptor socket_;
+  int error_;
   std::uint64_t sentBefore_;
   std::string left_;
   Rendering::PrintBuffer::UndeliveredHandler handlerBefore_;

@@ -63,6 +63,17 @@ std::size_t numOpenDescriptors() {
   return count;
 }
 
+FewDescriptors::FewDescriptors(rlim_t left) {
+  ::getrlimit(RLIMIT_NOFILE, &before_);
+  // Numbers below the lowest free one are taken, numbers from the limit on are not given out.
+  const FileDescriptor lowest(::open("/dev/null", O_RDONLY | O_CLOEXEC));
+  rlimit few = before_;
+  few.rlim_cur = static_cast<rlim_t>(lowest.get()) + left;
+  ::setrlimit(RLIMIT_NOFILE, &few);
+}
+
+FewDescriptors::~FewDescriptors() { ::setrlimit(RLIMIT_NOFILE, &before_); }
+
 void TestPlainCallback::handleCommand(std::uint32_t socket, std::string command) {
   outcomeIs({});
   if (command.starts_with("PRINT ")) {

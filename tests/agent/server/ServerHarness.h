@@ -5,6 +5,7 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 
 #include <array>
@@ -37,6 +38,18 @@ bool sendWith(int socket, std::string_view text, const std::vector<int>& descrip
 
 /** How many file descriptors the process has open. */
 std::size_t numOpenDescriptors();
+
+/** While it lives the process gets no more than `left` new file descriptors, 0 or 1. */
+class FewDescriptors {
+ public:
+  explicit FewDescriptors(rlim_t left);
+  ~FewDescriptors();
+  FewDescriptors(const FewDescriptors&) = delete;
+  FewDescriptors& operator=(const FewDescriptors&) = delete;
+
+ private:
+  rlimit before_{};
+};
 
 /** A plain callback that does what its command says. */
 class TestPlainCallback final : public AgentCommand::CliCallbackBase {
