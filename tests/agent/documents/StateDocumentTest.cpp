@@ -1,6 +1,7 @@
 // State documents: what they fill, what is refused and how.
 
 #include <gmock/gmock.h>
+#include <rapidcheck.h>
 #include <rapidjson/document.h>
 #include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
@@ -276,6 +277,39 @@ TEST_F(StateDocumentTest, WhatAMessageQuotesIsCutAndFreeOfControlBytes) {
   EXPECT_LT(message.size(), 400U);
   const std::string key = refusal("{\"version\": 1, \"toggles\": {\"\\u001b[2J\": 1}}");
   EXPECT_EQ(key, "FILE: /toggles/?[2J: expected an object, not a number");
+}
+
+TEST_F(StateDocumentTest, ADamagedDocumentIsLoadedOrRefusedAndNothingElse) {
+  const std::string whole =
+      R"({"version": 1, "switch": {"chips": [{"id": 1, "name": "a"}]}, "readiness": {"l2Agent":)"
+      R"( true}, "chipAttributes": {"q": {}}, "lagMembership": {"a": "b"}, "remoteMac": [],)"
+      R"( "macTable": {"entries": [{"vlan": 10, "mac": "0200.0000.0001", "flags": ["moved"],)"
+      R"( "bitmap": "0x3"}, {"vlan": 1e1, "mac": "02:00:00:00:00:02", "mcastId": 65535}]}})";
+  std::size_t refused = 0;
+  EXPECT_TRUE(rc::check("any change of a few bytes", [&] {
+    std::string text = whole;
+    const auto changes = *rc::gen::inRange(1, 4);
+    for (int i = 0; i < changes; ++i) {
+      const auto at = *rc::gen::inRange<std::size_t>(0, text.size());
+      const char byte = *rc::gen::element('{', '}', '[', ']', '"', ',', ':', '0', '9', '-', '.',
+                                          'e', ' ', '\\', '\n', '\0', '\xff', 'n');
+      switch (*rc::gen::inRange(0, 3)) {
+        case 0:
+          text[at] = byte;
+          break;
+        case 1:
+          text.insert(at, 1, byte);
+          break;
+        default:
+          text.erase(at, *rc::gen::inRange<std::size_t>(1, 40));
+      }
+      if (text.empty()) break;
+    }
+    const std::string message = refusal(text);
+    RC_ASSERT(message == "not refused" || message.starts_with("FILE:"));
+    refused += message == "not refused" ? 0 : 1;
+  }));
+  EXPECT_GT(refused, 50U);
 }
 
 TEST_F(StateDocumentTest, TheSchemaKnowsTheWordsThatRowsPrint) {
