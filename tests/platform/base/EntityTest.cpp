@@ -3,6 +3,7 @@
 
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/base/Entity.h"
@@ -39,7 +40,10 @@ class EntityTest : public testing::Test {
     });
   }
 
+  // What reactors refer to outlives the entity, whose end they hear.
   std::vector<std::string> heard_;
+  int seen_ = -1;
+  bool added_ = false;
   Ptr<Probe> probe_ = makePtr<Probe>();
 };
 
@@ -54,12 +58,11 @@ TEST_F(EntityTest, SetterPublishesOnlyAChange) {
 }
 
 TEST_F(EntityTest, ReactorSeesTheNewValue) {
-  int seen = -1;
-  probe_->publisher().subscribe([&seen](const Entity& entity, std::string_view) {
-    seen = dynamic_cast<const Probe&>(entity).vlan();
+  probe_->publisher().subscribe([this](const Entity& entity, std::string_view) {
+    seen_ = dynamic_cast<const Probe&>(entity).vlan();
   });
   probe_->vlanIs(7);
-  EXPECT_EQ(seen, 7);
+  EXPECT_EQ(seen_, 7);
 }
 
 TEST_F(EntityTest, InactiveNotificationStoresSilently) {
@@ -114,10 +117,8 @@ TEST_F(EntityTest, ReactorMayCancelItselfAndOthers) {
 }
 
 TEST_F(EntityTest, ReactorAddedWhilePublishingHearsTheNextChange) {
-  bool added = false;
-  probe_->publisher().subscribe([&](const Entity&, std::string_view) {
-    if (added) return;
-    added = true;
+  probe_->publisher().subscribe([this](const Entity&, std::string_view) {
+    if (std::exchange(added_, true)) return;
     // Many, so that the list of reactors moves while it is walked.
     for (int i = 0; i < 100; ++i) listen();
   });

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -109,8 +110,11 @@ TEST(L2TableReadReqTest, RequestTypesAreTheReadersAndTheDefaultCloses) {
 }
 
 TEST(FapChipTest, ChipWithoutDataHasTheNullId) {
-  EXPECT_TRUE(FapChip().fapId().isNull());
-  EXPECT_EQ((FapChip{"Quorra1/0", Tessar::FapId(3)}).fapId(), Tessar::FapId(3));
+  FapChipCollection chips;
+  chips.put(Tessar::FapId(3), {"Quorra1/3", std::nullopt});
+  EXPECT_TRUE(chips.find(Tessar::FapId(3))->fapId().isNull());
+  chips.put(Tessar::FapId(3), {"Quorra1/3", Tessar::FapId(3)});
+  EXPECT_EQ(chips.find(Tessar::FapId(3))->fapId(), Tessar::FapId(3));
 }
 
 class EmptyShadow final : public MacTblShadow {
