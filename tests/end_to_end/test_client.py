@@ -1,0 +1,90 @@
+"""korvoctl against a real agent: what it prints, and the status that it ends with."""
+
+import json
+import os
+import signal
+import subprocess
+
+from korvo import *
+
+
+class Client(TestCase):
+    def test_show_mac_address_table_prints_text_and_json(self):
+        with Agent("--demo") as agent:
+            text = agent.client("show", "mac", "address-table")
+            self.assertEqual((text.returncode, text.stderr), (0, b""))
+            self.assertEqual(text.stdout, agent.ask("async text MACT_ALL\n"))
+            document = agent.client("show", "mac", "address-table", "--json")
+            self.assertEqual(document.returncode, 0)
+            self.assertEqual(document.stdout, agent.ask("async json MACT_ALL\n"))
+            json.loads(document.stdout)
+
+    def test_exit_statuses_tell_what_happened(self):
+        with Agent("--demo") as agent:
+            self.assertEqual(agent.client("agent", "status").returncode, 0)
+            self.assertEqual(agent.client("show", "nonsense").returncode, 2)
+            nope = agent.client("raw", "plain", "text", "NOPE")
+            self.assertEqual((nope.returncode, nope.stdout), (3, b"Invalid Command\n"))
+            gone = subprocess.run([kClient, "-s", agent.socket + ".gone", "agent", "status"],
+                                  capture_output=True, timeout=kPatience)
+            self.assertEqual((gone.returncode, gone.stdout), (4, b""))
+            self.assertIn(agent.socket + ".gone", gone.stderr.decode())
+
+    def test_agent_that_is_not_ready_is_told_apart_from_an_empty_answer(self):
+        state = self.write("state.json", '{"version": 1, "readiness": {"configReady": false}}')
+        with Agent("--state", state) as agent:
+            table = agent.client("show", "mac", "address-table")
+            self.assertEqual((table.returncode, table.stdout), (4, b""))
+            self.assertIn(b"l2 agent not ready", table.stderr)
+
+    def test_output_that_is_cut_off_by_its_reader_ends_quietly(self):
+        with Agent("--macs", 100000) as agent:
+            shown = subprocess.run(
+                ["sh", "-c", f'"{kClient}" -s "{agent.socket}" show mac address-table | head -n 2'],
+                capture_output=True, timeout=kPatience)
+            self.assertEqual(shown.stdout.count(b"\n"), 2)
+            self.assertEqual(shown.stderr, b"")
+            while agent.live("L2SwTableRequestSm") != 0:
+                pass
+            self.assertAnswers(agent)
+
+    def test_client_that_is_killed_leaves_no_request_behind(self):
+        with Agent("--macs", 200000) as agent:
+            reading, writing = os.pipe()
+            client = subprocess.Popen([kClient, "-s", agent.socket, "show", "mac", "address-table"],
+                                      stdin=subprocess.DEVNULL, stdout=writing)
+            os.close(writing)
+            os.read(reading, 1000)
+            client.send_signal(signal.SIGKILL)
+            client.wait(kPatience)
+            os.close(reading)
+            while agent.live("L2SwTableRequestSm") != 0:
+                pass
+            self.assertAnswers(agent)
+
+    def test_agent_that_dies_midway_is_a_failure(self):
+        with Agent("--macs", 200000) as agent:
+            reading, writing = os.pipe()
+            client = subprocess.Popen([kClient, "-s", agent.socket, "show", "mac", "address-table"],
+                                      stdin=subprocess.DEVNULL, stdout=writing,
+                                      stderr=subprocess.PIPE)
+            os.close(writing)
+            os.read(reading, 1000)
+            agent.process.terminate()
+            agent.process.wait(kPatience)
+            with open(reading, "rb") as rest:
+                rest.read()
+            messages = client.stderr.read()
+            client.stderr.close()
+            self.assertEqual(client.wait(kPatience), 5)
+            self.assertNotEqual(messages, b"")
+
+    def test_requests_are_listed_and_can_be_cancelled(self):
+        with Agent("--macs", 100000) as agent:
+            control, answer = agent.send("async text MACT_ALL\n")
+            with control, answer:
+                number = json.loads(control.recv(65536).splitlines()[0])["id"]
+                listed = agent.client("agent", "requests")
+                self.assertIn(b"MACT_ALL", listed.stdout)
+                self.assertEqual(agent.client("agent", "cancel", str(number)).returncode, 0)
+                self.assertEqual(events(control)[-1]["status"], "cancelled")
