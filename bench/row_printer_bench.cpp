@@ -40,10 +40,11 @@ const KorvoL2::MacEntryCollection& table(std::int64_t rows) {
 }
 
 Qel::Ptr<RendererV2> makeRenderer(Rendering::OutputFormat format) {
-  return Qel::makePtr<RendererV2>(format,
-                                  Qel::makePtr<PrintBuffer>(std::make_unique<TakesEverything>(), 0,
-                                                            65536, PrintBuffer::kStream),
-                                  true);
+  return Qel::makePtr<RendererV2>(
+      format,
+      Qel::makePtr<PrintBuffer>(std::make_unique<TakesEverything>(), 0U, std::size_t{65536},
+                                PrintBuffer::kStream),
+      true);
 }
 
 std::string flagList(const MacEntry& entry) {

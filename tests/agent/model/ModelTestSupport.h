@@ -20,8 +20,8 @@ class CapturedOutput {
   explicit CapturedOutput(Rendering::OutputFormat format)
       : renderer_(Qel::makePtr<Rendering::RendererV2>(
             format,
-            Qel::makePtr<Rendering::PrintBuffer>(std::make_unique<Port>(&text_), 0, 65536,
-                                                 Rendering::PrintBuffer::kHold),
+            Qel::makePtr<Rendering::PrintBuffer>(std::make_unique<Port>(&text_), 0U,
+                                                 std::size_t{65536}, Rendering::PrintBuffer::kHold),
             true)) {}
 
   Rendering::RendererV2& renderer() { return *renderer_; }
