@@ -29,9 +29,9 @@ constexpr std::size_t kNumFlagSets = std::size_t{1} << KorvoL2::MacEntryFlag::kN
 
 // Every table index of the fast paths, or false for a value that has no word.
 struct WordIndexes {
-  std::size_t type;
-  std::size_t source;
-  std::size_t keyType;
+  std::size_t type = 0;
+  std::size_t source = 0;
+  std::size_t keyType = 0;
 
   bool of(const MacEntry& entry) noexcept {
     type = static_cast<std::size_t>(entry.type);
