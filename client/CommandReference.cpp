@@ -1,4 +1,4 @@
-// The command table as a document. Its reader is docs/, whose copy a test compares with this text.
+// The command table as a Markdown document.
 #include <fmt/format.h>
 
 #include <string>

@@ -378,7 +378,7 @@ TEST(ProcessTest, ClosedOutputIsStatusFive) {
   EXPECT_EQ(child.wait(), 5);
 }
 
-TEST(ProcessTest, ClosedErrorsDoNotEndUpAtTheAgent) {
+TEST(ProcessTest, ClosedErrorsChangeNeitherAnswerNorStatus) {
   FakeAgent agent(FakeAgent::answers("part", "error"));
   Child child(dump(agent), {.errors = {Kind::kClosed}});
   EXPECT_EQ(child.readAllOutput(), "part");
