@@ -18,6 +18,9 @@ constexpr int kLeft = ColumnFormatter::kLeft;
 constexpr int kRight = ColumnFormatter::kRight;
 constexpr int kCentre = ColumnFormatter::kCentre;
 
+// The lines of a raw string that starts with a line end, so that they stand under each other.
+constexpr std::string_view lines(std::string_view raw) { return raw.substr(1); }
+
 // What a table of these columns prints for one row.
 std::string row(const std::vector<ColumnFormatter>& columns,
                 const std::vector<std::string_view>& cells) {
@@ -41,12 +44,12 @@ TEST(TableRendererTest, HardwareMacTable) {
   table.addHeading({"Vlan", "Mac Address", "Type", "McastGroupId", "ClassId", "Port", "HW Index"});
   table.addRow({"10", "0011.2233.4455", "Learned", "-", "0", "Ethernet3/1", "77"});
   table.addRow({"4094", "ffff.ffff.fffe", "Static", "65535", "4095", "Port-Channel2000", "131071"});
-  EXPECT_EQ(capture.take(), R"(
+  EXPECT_EQ(capture.take(), lines(R"(
  Vlan   Mac Address         Type             McastGroupId      ClassId        Port                      HW Index
  ------ ----------------    ---------------  ----------------  -----------    ------------------------  ----------
  10     0011.2233.4455      Learned          -                 0              Ethernet3/1               77
  4094   ffff.ffff.fffe      Static           65535             4095           Port-Channel2000          131071
-)" + 1);
+)"));
 }
 
 std::vector<ColumnFormatter> diffColumns(bool detail) {
@@ -67,14 +70,14 @@ TEST(TableRendererTest, MacDifferences) {
   table.addRow({"", "", "port=3", "", "port=4", ""});
   table.addRow({"", "", "", "", "", ""});
   table.addRow({"", "", "", "Quorra1/1", "Invalid Entry", ""});
-  EXPECT_EQ(capture.take(), R"(
+  EXPECT_EQ(capture.take(), lines(R"(
  Vlan   Mac Address      SW Entry                   Chip                HW Entry                 HW Index
  ------ ---------------- ------------------------   -----------------   ------------------------ ----------
  10     0011.2233.4455   mod=1                      Quorra1/0           mod=1                    77
                          port=3                                         port=4
 
                                                     Quorra1/1           Invalid Entry
-)" + 1);
+)"));
 }
 
 TEST(TableRendererTest, CellsBeyondTheLastColumnAreNotShown) {
@@ -82,11 +85,11 @@ TEST(TableRendererTest, CellsBeyondTheLastColumnAreNotShown) {
   TableRenderer table(capture.renderer(), diffColumns(false), true, false);
   table.addHeading({"Vlan", "Mac Address", "SW Entry", "Chip", "HW Entry", "HW Index"});
   table.addRow({"10", "0011.2233.4455", "mod=1", "Quorra1/0", "mod=2", "77"});
-  EXPECT_EQ(capture.take(), R"(
+  EXPECT_EQ(capture.take(), lines(R"(
  Vlan   Mac Address      SW Entry                   Chip                HW Entry
  ------ ---------------- ------------------------   -----------------   ------------------------
  10     0011.2233.4455   mod=1                      Quorra1/0           mod=2
-)" + 1);
+)"));
 }
 
 TEST(TableRendererTest, MissingMacs) {
@@ -105,13 +108,13 @@ TEST(TableRendererTest, MissingMacs) {
   table.addRow({"10", "0011.2233.4455", "bridge(0)", "Y", "", "Quorra1/0", "77"});
   table.addRow({"", "", "", "", "", "Quorra1/1", ""});
   table.addRow({"4095", "0011.2233.4456", "VFI(3)", "N", "Quorra1/0", "", "78"});
-  EXPECT_EQ(capture.take(), R"(
+  EXPECT_EQ(capture.take(), lines(R"(
     Vlan           Mac Address                  Key Type                   Present in SW?      Present in HW?           Missing in HW            HW Index
     -----------    -------------------------    -------------------------  ----------------    ---------------------    ---------------------    ----------
     10             0011.2233.4455               bridge(0)                  Y                                            Quorra1/0                77
                                                                                                                         Quorra1/1
     4095           0011.2233.4456               VFI(3)                     N                   Quorra1/0                                         78
-)" + 1);
+)"));
 }
 
 TEST(TableRendererTest, BordersStandAtBothSidesOfEveryColumn) {
@@ -123,12 +126,12 @@ TEST(TableRendererTest, BordersStandAtBothSidesOfEveryColumn) {
   table.addHeading({"Vlan", "Name", "Index"});
   table.addRow({"1", "abc", "12"});
   table.addRow({"2"});
-  EXPECT_EQ(capture.take(), R"(
+  EXPECT_EQ(capture.take(), lines(R"(
 | Vlan |  Name    | Index |
 +------+----------+-------+
 | 1    |   abc    |    12 |
 | 2    |          |       |
-)" + 1);
+)"));
 }
 
 TEST(TableRendererTest, WithoutHeadingRuleTheHeadsStandAlone) {
