@@ -20,7 +20,10 @@ function(korvo_add_test)
   if(arg_LABEL)
     list(APPEND properties LABELS "${arg_LABEL}")
   endif()
+  # A parameter goes by its index or its given name: printed, it may hold addresses, and the case
+  # would have another name in every run.
   gtest_discover_tests(${arg_NAME}
+    NO_PRETTY_VALUES
     TEST_PREFIX "${arg_NAME}."
     DISCOVERY_MODE PRE_TEST
     DISCOVERY_TIMEOUT 120

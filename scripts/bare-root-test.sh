@@ -55,7 +55,8 @@ git clone --quiet --no-hardlinks "$source" "$dir/srv/korvo"
 
 mount -t proc proc "$dir/proc"
 mount --bind /dev "$dir/dev"
-unmount() { umount "$dir/dev" "$dir/proc"; }
+mount --bind /dev/pts "$dir/dev/pts"
+unmount() { umount "$dir/dev/pts" "$dir/dev" "$dir/proc"; }
 trap unmount EXIT
 
 echo "bare-root-test: ./dev $* in a bare $suite at $dir"
