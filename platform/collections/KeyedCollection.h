@@ -66,7 +66,25 @@ class KeyedCollection {
 
  private:
   struct Chunk;
-  using Index = absl::btree_map<Key, std::unique_ptr<Chunk>>;
+  // Owns one chunk. Not a std::unique_ptr: that is of standard layout with some compilers only, and
+  // without it the B-tree copies keys (which may fail) where it otherwise moves them.
+  class ChunkOwner {
+   public:
+    ChunkOwner() noexcept = default;
+    explicit ChunkOwner(std::unique_ptr<Chunk> chunk) noexcept : chunk_(chunk.release()) {}
+    ChunkOwner(ChunkOwner&& other) noexcept : chunk_(std::exchange(other.chunk_, nullptr)) {}
+    ChunkOwner& operator=(ChunkOwner&& other) noexcept {
+      std::swap(chunk_, other.chunk_);
+      return *this;
+    }
+    ~ChunkOwner() { delete chunk_; }
+    Chunk& operator*() const noexcept { return *chunk_; }
+    Chunk* operator->() const noexcept { return chunk_; }
+
+   private:
+    Chunk* chunk_ = nullptr;
+  };
+  using Index = absl::btree_map<Key, ChunkOwner>;
 
  public:
   /** Read-only forward iterator; moving it throws CorruptionException on a broken structure. */
@@ -275,15 +293,13 @@ class KeyedCollection {
     static_assert(std::is_nothrow_move_constructible_v<Entry>);
     Entry entry{key, std::move(value)};
     if (index_.empty()) {
-      auto chunk = std::make_unique<Chunk>();
-      Chunk& only = *index_.emplace(key, std::move(chunk)).first->second;
-      add(only, 0, std::move(entry));
+      add(newChunk(key), 0, std::move(entry));
       return;
     }
     auto at = chunkFor(key);
     if (key < at->first) {
       // Below everything: the first chunk's fence moves down, for fences never exceed their keys.
-      at = index_.emplace(key, nullptr).first;
+      at = index_.emplace(key, ChunkOwner()).first;
       const auto old = std::next(at);
       at->second = std::move(old->second);
       at = std::prev(index_.erase(old));
@@ -291,8 +307,7 @@ class KeyedCollection {
     if (at->second->entries.size() == kChunkEntries) {
       if (at->second->entries.back().key < key && std::next(at) == index_.end()) {
         // Keys that arrive in order leave full chunks behind instead of half-full ones.
-        auto chunk = std::make_unique<Chunk>();
-        add(*index_.emplace(key, std::move(chunk)).first->second, 0, std::move(entry));
+        add(newChunk(key), 0, std::move(entry));
         return;
       }
       split(*at->second);
@@ -300,6 +315,11 @@ class KeyedCollection {
     }
     Chunk& chunk = *at->second;
     add(chunk, positionIn(chunk, key), std::move(entry));
+  }
+
+  Chunk& newChunk(const Key& fence) {
+    ChunkOwner chunk(std::make_unique<Chunk>());
+    return *index_.emplace(fence, std::move(chunk)).first->second;
   }
 
   // Within the chunk's reserved room.
@@ -313,9 +333,7 @@ class KeyedCollection {
   // Makes room in a full chunk: its upper half goes to a chunk of its own.
   void split(Chunk& full) {
     constexpr auto kHalf = static_cast<std::ptrdiff_t>(kChunkEntries / 2);
-    auto chunk = std::make_unique<Chunk>();
-    Chunk& upper = *chunk;
-    index_.emplace(full.entries[kHalf].key, std::move(chunk));
+    Chunk& upper = newChunk(full.entries[kHalf].key);
     upper.entries.assign(std::make_move_iterator(full.entries.begin() + kHalf),
                          std::make_move_iterator(full.entries.end()));
     upper.births.assign(full.births.begin() + kHalf, full.births.end());
