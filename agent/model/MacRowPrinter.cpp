@@ -5,6 +5,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "agent/model/CellText.h"
 #include "agent/model/FastDigits.h"
 #include "agent/model/MacWords.h"
 
@@ -143,35 +144,13 @@ std::string keyTypeText(MacKeyType value) {
   return std::to_string(static_cast<unsigned>(value));
 }
 
-std::string withoutControlBytes(std::string_view name) {
-  constexpr std::string_view kHex = "0123456789abcdef";
-  std::string text;
-  for (const char c : name) {
-    const auto byte = static_cast<std::uint8_t>(c);
-    if (byte < 0x20 || byte == 0x7f) {
-      text.append("\\x").append(1, kHex[byte >> 4]).append(1, kHex[byte & 0xF]);
-    } else {
-      text += c;
-    }
-  }
-  return text;
-}
-
 constexpr std::size_t kIntfRoom = kEnd[intf] - kEnd[mac] - 1;  // one byte stays blank
-
-std::string intfText(IntfId id) {
-  if (id.isDefault()) return "-";
-  std::string whole = withoutControlBytes(id.stringValue());
-  if (whole.size() <= kIntfRoom) return whole;
-  std::string brief = withoutControlBytes(id.shortName());
-  return brief.size() <= kIntfRoom ? brief : whole;
-}
 
 void printTextPlain(RendererV2& renderer, const MacVlanPair& key, const MacEntry& entry) {
   const std::array<std::string, 9> cells{
       key.vlan() == 0 ? "-" : std::to_string(key.vlan()),
       key.mac().stringValue(),
-      intfText(entry.intf),
+      intfCellText(entry.intf, kIntfRoom),
       entry.mcastId == 0 ? "-" : std::to_string(entry.mcastId),
       wordText(kMacTypeWords, static_cast<std::size_t>(entry.type)),
       hexText(entry.modBitmap),
@@ -212,7 +191,7 @@ void printJsonPlain(RendererV2& renderer, const MacVlanPair& key, const MacEntry
 
 void MacRowPrinter::fill(IntfCell& cell, IntfId id) {
   cell.name = &id.stringValue();
-  const std::string shown = intfText(id);
+  const std::string shown = intfCellText(id, kIntfRoom);
   cell.textFits = shown.size() <= kIntfRoom;
   cell.text.fill(' ');
   if (cell.textFits) std::copy(shown.rbegin(), shown.rend(), cell.text.rbegin());

@@ -1,0 +1,21 @@
+// Texts for cells of rows.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+#include "platform/types/IntfId.h"
+
+namespace KorvoAgent {
+
+/** `text` with control bytes as \xNN: a row is one line, whatever a name is. */
+std::string withoutControlBytes(std::string_view text);
+
+/**
+ * How a cell with room for `room` bytes shows an interface: its whole name if that fits, else the
+ * short form if that fits, else the whole; "-" for none.
+ */
+std::string intfCellText(Bridging::IntfId id, std::size_t room);
+
+}  // namespace KorvoAgent
