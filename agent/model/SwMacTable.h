@@ -1,11 +1,16 @@
 // The software MAC table of the switch model.
 //
+// Hardware follows it: whoever programs the chips listens to its changes and notes here how far it
+// has come with an entry; whoever keeps the chips prints what they hold for one.
+//
 // Threading: the agent's event-loop thread only.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 
+#include "agent/model/HwMacRows.h"
 #include "agent/model/MacRowPrinter.h"
 #include "platform/l2/MacTblShadow.h"
 
@@ -21,6 +26,11 @@ class SwMacTable final : public KorvoL2::MacTblShadow {
                      const KorvoL2::MacEntry& entry) const override {
     printer_.print(renderer, key, entry);
   }
+  /** Needs hwRowsIs(). */
+  void printMacEntryHw(Rendering::RendererV2& renderer, Rendering::TableRenderer* table,
+                       Tessar::FapId fapId, bool detail, const Bridging::MacVlanPair& key,
+                       const KorvoL2::MacEntry& entry,
+                       KorvoL2::KorvoL2McastHelper* mcastHelper) const override;
   const Qel::TypeData& typeData() const noexcept override;
 
   /** Whether there is a collection to walk; while clear, macEntry() is null. */
@@ -43,8 +53,31 @@ class SwMacTable final : public KorvoL2::MacTblShadow {
   bool erase(const Bridging::MacVlanPair& key);
   void clear();
 
+  /** Hears of every change to an entry, once it has been made. */
+  class Listener {
+   public:
+    virtual ~Listener() = default;
+    /** `before` is the key type of the entry that was there; nothing if there was none. */
+    virtual void macEntryChanged(const Bridging::MacVlanPair& key,
+                                 std::optional<KorvoL2::MacKeyType> before) = 0;
+  };
+  /** Who listens from now on, null for nobody; not owned. */
+  void listenerIs(Listener* listener) noexcept { listener_ = listener; }
+  /**
+   * Notes which modules hold the entry, and whether some are still to be programmed; the listener
+   * does not hear of it. Nothing happens if there is no such entry.
+   */
+  void hwStateIs(const Bridging::MacVlanPair& key, std::uint64_t modBitmap, bool pending);
+  /** Who prints what chips hold; not owned. */
+  void hwRowsIs(HwMacRows* rows) noexcept { hwRows_ = rows; }
+
  private:
+  void entryChanged(const Bridging::MacVlanPair& key, std::optional<KorvoL2::MacKeyType> before);
+  std::optional<KorvoL2::MacKeyType> keyTypeForListener(const Bridging::MacVlanPair& key) const;
+
   KorvoL2::MacEntryCollection entries_;
+  Listener* listener_ = nullptr;
+  HwMacRows* hwRows_ = nullptr;
   bool collectionPresent_ = true;
   mutable MacRowPrinter printer_;  // caches the cells of interfaces
 };

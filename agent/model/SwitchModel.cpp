@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "platform/base/Exceptions.h"
+#include "platform/rendering/PrintBuffer.h"
 
 namespace KorvoAgent {
 
@@ -13,19 +14,52 @@ class SwitchModel::MacAddrSmHelper final : public KorvoL2::KorvoL2MacAddrSmHelpe
   KorvoL2::MacTblShadow* macTblShadow() const override {
     return shadowPresent_ ? table_.get() : nullptr;
   }
+  const KorvoL2::FapChipCollection* fapChip() const override { return chips_; }
+  bool readUnknownChips() const override { return readUnknownChips_; }
+  KorvoL2::L2TableReadSm* l2TableReadSm() const override { return reader_; }
+
   void macTblShadowPresentIs(bool present) {
     attributeIs(shadowPresent_, present, "macTblShadowPresent");
+  }
+  void readUnknownChipsIs(bool read) { attributeIs(readUnknownChips_, read, "readUnknownChips"); }
+  void hardwareIs(const KorvoL2::FapChipCollection* chips, KorvoL2::L2TableReadSm* reader) {
+    attributeIs(chips_, chips, "fapChip");
+    attributeIs(reader_, reader, "l2TableReadSm");
   }
 
  private:
   Qel::Ptr<SwMacTable> table_;
+  const KorvoL2::FapChipCollection* chips_ = nullptr;
+  KorvoL2::L2TableReadSm* reader_ = nullptr;
   bool shadowPresent_ = true;
+  bool readUnknownChips_ = false;
 };
 
-// The simulated chips keep no multicast tables, so there is no helper to print them.
+namespace {
+
+// The simulated chips keep no multicast group tables, and this helper says so.
+class McastHelperModel final : public KorvoL2::KorvoL2McastHelper {
+ public:
+  void showHwMcastGroupTable(std::uint32_t socket, bool, bool, std::uint32_t) override {
+    sayThatThereIsNone(socket);
+  }
+  void showMcastGroupTable(std::uint32_t socket) override { sayThatThereIsNone(socket); }
+  void clearShadowMcastGroupTable() override {}
+
+ private:
+  static void sayThatThereIsNone(std::uint32_t socket) {
+    Rendering::printToSocket(socket, "the simulated chips keep no multicast group table\n");
+  }
+};
+
+}  // namespace
+
 class SwitchModel::Mcast final : public KorvoL2::McastObject {
  public:
-  KorvoL2::McastHelper* mcastHelper() const override { return nullptr; }
+  KorvoL2::McastHelper* mcastHelper() const override { return helper_.get(); }
+
+ private:
+  Qel::Ptr<McastHelperModel> helper_ = Qel::makePtr<McastHelperModel>();
 };
 
 SwitchModel::SwitchModel(Qel::Ptr<const Qel::Clock> clock)
@@ -70,9 +104,9 @@ void SwitchModel::chipsIs(unsigned count) {
   constexpr unsigned kFirstCard = 3;  // the slots before it hold the supervisors
   chips_.clear();
   for (unsigned i = 0; i < count; ++i) {
-    chips_.push_back({Tessar::FapId(i), "Linecard" +
-                                            std::to_string(kFirstCard + i / kChipsPerCard) + "/" +
-                                            std::to_string(i % kChipsPerCard)});
+    chips_.push_back({.id = Tessar::FapId(i),
+                      .name = "Linecard" + std::to_string(kFirstCard + i / kChipsPerCard) + "/" +
+                              std::to_string(i % kChipsPerCard)});
   }
   changed("chips");
 }
@@ -83,8 +117,14 @@ void SwitchModel::chipIs(Tessar::FapId id, std::string name) {
   if (at != chips_.end() && at->id == id) {
     at->name = std::move(name);
   } else {
-    chips_.insert(at, Chip{id, std::move(name)});
+    chips_.insert(at, Chip{.id = id, .name = std::move(name)});
   }
+  changed("chips");
+}
+
+void SwitchModel::chipIs(Chip chip) {
+  chipIs(chip.id, chip.name);
+  *std::ranges::lower_bound(chips_, chip.id, {}, &Chip::id) = std::move(chip);
   changed("chips");
 }
 
@@ -123,6 +163,14 @@ void SwitchModel::macTblShadowPresentIs(bool present) {
 
 void SwitchModel::mcastPresentIs(bool present) {
   attributeIs(mcastPresent_, present, "mcastPresent");
+}
+
+void SwitchModel::readUnknownChipsIs(bool read) { macAddrSmHelper_->readUnknownChipsIs(read); }
+
+void SwitchModel::hardwareIs(const KorvoL2::FapChipCollection* chips,
+                             KorvoL2::L2TableReadSm* reader, HwMacRows* rows) {
+  macAddrSmHelper_->hardwareIs(chips, reader);
+  swMacTable_->hwRowsIs(rows);
 }
 
 void SwitchModel::chipAttrIs(const std::string& identity, bool ingVlanXlate, bool egrVlanXlate) {

@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "agent/model/ChipDeviation.h"
 #include "agent/model/SwMacTable.h"
 #include "agent/model/UnicastAgentModel.h"
 #include "platform/l2/L2Agent.h"
@@ -21,6 +22,10 @@ namespace KorvoAgent {
 struct Chip {
   Tessar::FapId id;
   std::string name;
+  /** Clear while the chip is still coming up and has not told its id. */
+  bool hasData = true;
+  /** What its hardware MAC table is said to hold other than the software one. */
+  ChipDeviations deviations{};
 };
 
 class SwitchModel final : public KorvoL2::L2Agent {
@@ -54,8 +59,10 @@ class SwitchModel final : public KorvoL2::L2Agent {
    * ones. Throws Qel::RangeException unless `count` is 1 to kMaxChips.
    */
   void chipsIs(unsigned count);
-  /** Adds a chip or renames it. Throws Qel::RangeException for the null id. */
+  /** Adds a chip, or renames it and keeps the rest. Throws Qel::RangeException for the null id. */
   void chipIs(Tessar::FapId id, std::string name);
+  /** The same with everything said of a chip. */
+  void chipIs(Chip chip);
   void chipDelAll();
   /** Modules 0 to 63 that are present, bit n for module n: an entry that every chip holds. */
   std::uint64_t moduleBitmap() const noexcept;
@@ -72,6 +79,14 @@ class SwitchModel final : public KorvoL2::L2Agent {
   void macAddrSmHelperPresentIs(bool present);
   void macTblShadowPresentIs(bool present);
   void mcastPresentIs(bool present);
+  void readUnknownChipsIs(bool read);
+
+  /**
+   * What there is of hardware: the chips as commands see them, who reads their tables and who
+   * prints them. Null, as in a new model: commands find no chip. Not owned.
+   */
+  void hardwareIs(const KorvoL2::FapChipCollection* chips, KorvoL2::L2TableReadSm* reader,
+                  HwMacRows* rows);
 
   // The contents, there whether or not the object that leads to them is present.
 

@@ -3,6 +3,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <optional>
+#include <string>
+#include <vector>
+
 #include "agent/model/SwitchModel.h"
 #include "platform/base/Exceptions.h"
 #include "tests/agent/model/ModelTestSupport.h"
@@ -131,6 +135,51 @@ TEST_F(SwMacTableTest, ErasingTellsWhetherThereWasAnything) {
   EXPECT_TRUE(table_->erase(key_));
   EXPECT_FALSE(table_->erase(key_));
   EXPECT_EQ(table_->size(), 0U);
+}
+
+class RecordingListener final : public SwMacTable::Listener {
+ public:
+  explicit RecordingListener(SwMacTable& table) : table_(table) { table_.listenerIs(this); }
+  ~RecordingListener() override { table_.listenerIs(nullptr); }
+  void macEntryChanged(const MacVlanPair& key, std::optional<KorvoL2::MacKeyType> before) override {
+    const MacEntry* const now = table_.entries().find(key);
+    const auto word = [](bool there, bool vfi) { return !there ? "none" : vfi ? "vfi" : "bridge"; };
+    heard.push_back(
+        std::string(word(before.has_value(), before == KorvoL2::MacKeyType::vfi)) + "->" +
+        word(now != nullptr, now != nullptr && now->keyType == KorvoL2::MacKeyType::vfi));
+  }
+  std::vector<std::string> heard;
+
+ private:
+  SwMacTable& table_;
+};
+
+TEST_F(SwMacTableTest, AListenerHearsOfEveryChangeOnceItIsMade) {
+  RecordingListener listener(*table_);
+  table_->learn(key_, one_, 3);
+  table_->learn(key_, one_, 3);  // nothing changes
+  table_->learn(key_, two_, 3);
+  table_->put(key_, {.intf = two_, .keyType = KorvoL2::MacKeyType::vfi});
+  table_->erase(key_);
+  table_->erase(key_);
+  table_->put(key_, {.intf = one_});
+  table_->clear();
+  EXPECT_THAT(listener.heard,
+              ::testing::ElementsAre("none->bridge", "bridge->bridge", "bridge->vfi", "vfi->none",
+                                     "none->bridge", "bridge->none"));
+}
+
+TEST_F(SwMacTableTest, HowFarTheChipsAreIsNotedAndNobodyHearsOfIt) {
+  table_->put(key_, {.intf = one_, .modBitmap = 7, .flags = KorvoL2::MacEntryFlag::kMoved});
+  RecordingListener listener(*table_);
+  table_->hwStateIs(key_, 2, true);
+  EXPECT_EQ(find()->modBitmap, 2U);
+  EXPECT_EQ(find()->flags, KorvoL2::MacEntryFlag::kMoved | KorvoL2::MacEntryFlag::kPending);
+  table_->hwStateIs(key_, 7, false);
+  EXPECT_EQ(find()->flags, KorvoL2::MacEntryFlag::kMoved);
+  table_->hwStateIs(MacVlanPair(), 7, false);  // no such entry
+  EXPECT_EQ(table_->size(), 1U);
+  EXPECT_TRUE(listener.heard.empty());
 }
 
 }  // namespace
