@@ -2,7 +2,6 @@
 #pragma once
 
 #include "platform/base/Entity.h"
-#include "platform/base/Exceptions.h"
 #include "platform/l2/MacEntry.h"
 #include "platform/rendering/RendererV2.h"
 #include "platform/types/FapId.h"
@@ -44,16 +43,7 @@ class MacTblShadow : public Qel::Entity {
    */
   virtual void printMacEntryHw(Rendering::RendererV2& renderer, Rendering::TableRenderer* table,
                                Tessar::FapId fapId, bool detail, const Bridging::MacVlanPair& key,
-                               const MacEntry& entry, KorvoL2McastHelper* mcastHelper) const {
-    static_cast<void>(renderer);
-    static_cast<void>(table);
-    static_cast<void>(fapId);
-    static_cast<void>(detail);
-    static_cast<void>(key);
-    static_cast<void>(entry);
-    static_cast<void>(mcastHelper);
-    throw Qel::NoImplementationException("not implemented in base-class");
-  }
+                               const MacEntry& entry, KorvoL2McastHelper* mcastHelper) const = 0;
 };
 
 }  // namespace KorvoL2

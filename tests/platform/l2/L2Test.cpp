@@ -9,11 +9,9 @@
 #include <type_traits>
 #include <vector>
 
-#include "platform/base/Exceptions.h"
 #include "platform/l2/L2Agent.h"
 #include "platform/l2/L2TableReadSm.h"
 #include "platform/l2/MacEntry.h"
-#include "tests/platform/rendering/TextCapture.h"
 
 namespace KorvoL2 {
 namespace {
@@ -115,24 +113,6 @@ TEST(FapChipTest, ChipWithoutDataHasTheNullId) {
   EXPECT_TRUE(chips.find(Tessar::FapId(3))->fapId().isNull());
   chips.put(Tessar::FapId(3), {"Quorra1/3", Tessar::FapId(3)});
   EXPECT_EQ(chips.find(Tessar::FapId(3))->fapId(), Tessar::FapId(3));
-}
-
-class EmptyShadow final : public MacTblShadow {
- public:
-  const MacEntryCollection* macEntry() const override { return nullptr; }
-  void printMacEntry(Rendering::RendererV2&, const MacVlanPair&, const MacEntry&) const override {}
-};
-
-TEST(MacTblShadowTest, ShadowWithoutAHardwarePrinterSaysSo) {
-  const auto shadow = Qel::makePtr<EmptyShadow>();
-  Rendering::TextCapture capture;
-  try {
-    shadow->printMacEntryHw(capture.renderer(), nullptr, Tessar::FapId(0), false, MacVlanPair(),
-                            MacEntry(), nullptr);
-    FAIL() << "did not throw";
-  } catch (const Qel::NoImplementationException& e) {
-    EXPECT_STREQ(e.what(), "not implemented in base-class");
-  }
 }
 
 TEST(LagMembershipTest, MembersAreInTheOrderThatAPersonExpects) {
