@@ -54,6 +54,8 @@ std::string_view stateName(Job::State state) {
       return "starting";
     case Job::State::runnable:
       return "running";
+    case Job::State::waiting:
+      return "waiting for the agent";
     case Job::State::blocked:
       return "waiting for its reader";
   }

@@ -45,6 +45,7 @@ class Job {
   enum class State : std::uint8_t {
     starting,  ///< its entry is being called
     runnable,  ///< its next slice may run
+    waiting,   ///< its last slice had nothing to do yet
     blocked,   ///< the answer socket takes no more for now
   };
 
@@ -80,6 +81,7 @@ class Job {
   std::uint64_t slices_ = 0;
   Qel::Duration worstSlice_{0};
   Qel::Duration lastProgress_{0};
+  bool idle_ = false;  // the last slice printed nothing and is not the end
   std::uint64_t bytesWhenBlocked_ = 0;
   std::size_t unreadWhenBlocked_ = 0;
 };

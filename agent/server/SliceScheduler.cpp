@@ -48,8 +48,7 @@ void SliceScheduler::run(JobId id, Qel::Ptr<AgentCommand::AgentAsyncCommandReque
   machine->slicePolicyIs(policy_.slice);
   job->machine_ = std::move(machine);
   job->output_ = std::move(output);
-  queue_.push_back(id);
-  stateIs(*job, Job::State::runnable);
+  queue(*job);
 }
 
 void SliceScheduler::drain(JobId id, Qel::Ptr<Rendering::PrintBuffer> output, RequestEnd end,
@@ -100,6 +99,10 @@ void SliceScheduler::deadlinesPassed(Qel::Duration now) {
   while (const std::optional<JobId> id = deadlines_.takePassed(now)) {
     Job* const job = find(*id);
     if (job == nullptr) continue;
+    if (job->state() == Job::State::waiting) {
+      queue(*job);
+      continue;
+    }
     // A slow reader empties the kernel's buffers long before they take more.
     const std::size_t unread = job->owner_->unread();
     if (unread < job->unreadWhenBlocked_) {
@@ -127,6 +130,11 @@ Job* SliceScheduler::takeRunnable() {
   return nullptr;
 }
 
+void SliceScheduler::queue(Job& job) {
+  queue_.push_back(job.id());
+  stateIs(job, Job::State::runnable);
+}
+
 void SliceScheduler::stateIs(Job& job, Job::State state) {
   if (job.state_ == Job::State::runnable) --numRunnable_;
   job.state_ = state;
@@ -135,6 +143,8 @@ void SliceScheduler::stateIs(Job& job, Job::State state) {
 
 void SliceScheduler::runSlice(Job& job) {
   const Qel::Duration start = clock_->now();
+  const std::uint64_t rowsBefore = job.machine_->rows();
+  const std::uint64_t bytesBefore = job.output_->appended();
   bool ended = false;
   try {
     job.machine_->runCommand();
@@ -147,6 +157,8 @@ void SliceScheduler::runSlice(Job& job) {
   }
   ++job.slices_;
   job.worstSlice_ = std::max(job.worstSlice_, clock_->now() - start);
+  job.idle_ =
+      !ended && job.machine_->rows() == rowsBefore && job.output_->appended() == bytesBefore;
   if (ended) releaseMachine(job);
   try {
     settle(job);
@@ -175,9 +187,13 @@ void SliceScheduler::settle(Job& job) {
     block(job);
     return;
   }
+  if (job.idle_) {
+    stateIs(job, Job::State::waiting);
+    deadlines_.set(job.id(), clock_->now() + policy_.idlePause);
+    return;
+  }
   deadlines_.erase(job.id());
-  queue_.push_back(job.id());
-  stateIs(job, Job::State::runnable);
+  queue(job);
 }
 
 void SliceScheduler::block(Job& job) {

@@ -13,6 +13,9 @@
 // A blocked job is never polled: it moves on when its socket says so. While nothing of its output
 // is read for the client timeout, it is ended with client-gone.
 //
+// A slice that printed nothing and is not the end waits for something else that the agent does. Its
+// job is asked again after a pause, which costs next to nothing and keeps nobody from sleeping.
+//
 // Threading: the agent's event-loop thread only. Owners are called from within these functions and
 // may end other jobs, but not the one that they are being called for.
 #pragma once
@@ -34,6 +37,8 @@ struct SchedulerPolicy {
   AgentCommand::SlicePolicy slice;
   /** How long a client may read nothing of what waits for it. */
   Qel::Duration clientTimeout = std::chrono::seconds(60);
+  /** How long a job pauses whose slice had nothing to do yet. */
+  Qel::Duration idlePause = std::chrono::milliseconds(2);
   /** The least time between two progress events of a job. */
   Qel::Duration progressInterval = std::chrono::milliseconds(100);
 };
@@ -79,6 +84,7 @@ class SliceScheduler final : public LoopClient {
   void releaseMachine(Job& job);
   void settle(Job& job);
   void block(Job& job);
+  void queue(Job& job);
   void progress(Job& job);
 
   Qel::Ptr<const Qel::Clock> clock_;

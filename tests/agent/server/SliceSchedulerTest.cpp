@@ -83,9 +83,10 @@ TEST_F(SliceSchedulerTest, OutputIsTheSameAtEveryBudget) {
     client.id = budgeted.begin({Entry::async, Rendering::kText, "ROWS"}, 0, client.owner);
     const auto output = buffer(client);
     const auto request = Qel::makePtr<const AgentCommand::AgentCommandRequest>(
-        "r", "ROWS", 0, Rendering::kText,
+        "r", "ROWS", 0U, Rendering::kText,
         Qel::makePtr<Rendering::RendererV2>(Rendering::kText, output, false));
-    budgeted.run(client.id, Qel::makePtr<RowsMachine>(request, milliseconds(50), clock, 500),
+    budgeted.run(client.id,
+                 Qel::makePtr<RowsMachine>(request, milliseconds(50), clock, std::uint64_t{500}),
                  output);
     while (budgeted.runnable()) budgeted.runPiece();
     EXPECT_EQ(client.port->taken, expected) << rows;
@@ -411,6 +412,94 @@ TEST_F(SliceSchedulerTest, AStoppedReaderCostsBoundedMemory) {
   // One buffer's worth, and no more than the row that found the socket full.
   EXPECT_EQ(rows, 64 * 1024 / rowText(0).size());
   scheduler().end(client.id, {RequestStatus::cancelled, ""});
+}
+
+/** A machine that has nothing to print until the test says so. */
+class WaitingMachine final : public AgentCommand::AgentAsyncCommandRequestSm {
+ public:
+  WaitingMachine(Qel::Ptr<const AgentCommand::AgentCommandRequest> request,
+                 Qel::Ptr<const Qel::Clock> clock, const bool& mayGoOn)
+      : AgentAsyncCommandRequestSm(request->requestString(), request, milliseconds(50),
+                                   std::move(clock)),
+        mayGoOn_(mayGoOn) {}
+  void handleAsyncCommand(std::uint32_t, std::uint32_t) override {
+    if (!mayGoOn_) return;
+    renderer().buffer().append("done\n");
+    executionCompleteFlagIs(true);
+  }
+
+ private:
+  const bool& mayGoOn_;
+};
+
+class WaitingRequestTest : public SliceSchedulerTest {
+ protected:
+  void startWaiting(Client& client) {
+    begin(client);
+    const auto output = buffer(client);
+    const auto request = Qel::makePtr<const AgentCommand::AgentCommandRequest>(
+        "request", "WAIT", 0U, Rendering::kText,
+        Qel::makePtr<Rendering::RendererV2>(Rendering::kText, output, false));
+    scheduler().run(client.id, Qel::makePtr<WaitingMachine>(request, clock, mayGoOn), output);
+  }
+  Job::State stateOf(const Client& client) { return scheduler().jobs().at(client.id).state(); }
+
+  bool mayGoOn = false;
+};
+
+TEST_F(WaitingRequestTest, ARequestThatHasNothingToDoYetIsAskedAgainAfterAPauseOnly) {
+  Client client;
+  startWaiting(client);
+  EXPECT_EQ(runAll(), 1) << "it is not asked over and over";
+  EXPECT_EQ(stateOf(client), Job::State::waiting);
+  EXPECT_EQ(scheduler().nextDeadline(), clock->now() + policy.idlePause);
+  pass(policy.idlePause - Qel::Duration(1));
+  EXPECT_FALSE(scheduler().runnable());
+  pass(Qel::Duration(1));
+  EXPECT_EQ(runAll(), 1);
+  mayGoOn = true;
+  pass(policy.idlePause);
+  runAll();
+  EXPECT_EQ(client.owner.status(), RequestStatus::ok);
+  EXPECT_EQ(client.port->taken, "done\n");
+  EXPECT_EQ(client.owner.figures().slices, 3U);
+  EXPECT_EQ(scheduler().nextDeadline(), std::nullopt);
+}
+
+TEST_F(WaitingRequestTest, OthersDoNotNoticeARequestThatWaits) {
+  Client waits;
+  Client other;
+  policy.slice.rowBudget = 1;
+  startWaiting(waits);
+  start(other, 5);
+  EXPECT_EQ(runAll(), 6);
+  EXPECT_EQ(other.owner.status(), RequestStatus::ok);
+  scheduler().end(waits.id, {RequestStatus::cancelled, ""});
+}
+
+TEST_F(WaitingRequestTest, ARequestThatWaitsIsNotTakenForOneWhoseReaderHasGone) {
+  Client client;
+  startWaiting(client);
+  for (int i = 0; i < 100'000 && !client.owner.ended(); ++i) {
+    runAll();
+    pass(policy.idlePause);
+  }
+  EXPECT_GT(clock->now(), policy.clientTimeout);
+  EXPECT_FALSE(client.owner.ended());
+  mayGoOn = true;
+  runAll();
+  EXPECT_EQ(client.owner.status(), RequestStatus::ok);
+}
+
+TEST_F(WaitingRequestTest, ARequestThatWaitsCanBeEnded) {
+  Client client;
+  startWaiting(client);
+  runAll();
+  scheduler().end(client.id, {RequestStatus::cancelled, ""});
+  EXPECT_EQ(client.owner.status(), RequestStatus::cancelled);
+  EXPECT_EQ(scheduler().nextDeadline(), std::nullopt);
+  pass(policy.idlePause);
+  EXPECT_EQ(runAll(), 0);
 }
 
 TEST_F(SliceSchedulerTest, RequestsAreCountedPerUser) {
