@@ -39,6 +39,8 @@ class JsonNode {
 
   bool isList() const noexcept { return value_.type() == simdjson::dom::element_type::ARRAY; }
 
+  bool isString() const noexcept { return value_.type() == simdjson::dom::element_type::STRING; }
+
   // The value as one type of value; refused if it is of another.
 
   simdjson::dom::object object() const;

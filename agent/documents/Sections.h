@@ -10,6 +10,8 @@
 namespace KorvoAgent {
 
 void readSwitch(const JsonNode& section, SwitchModel& model);
+/** The chips of the section "switch", instead of those that the model has. */
+void readChips(const JsonNode& chips, SwitchModel& model);
 void readReadiness(const JsonNode& section, SwitchModel& model);
 void readToggles(const JsonNode& section, SwitchModel& model);
 void readChipAttributes(const JsonNode& section, SwitchModel& model);

@@ -9,38 +9,9 @@
 
 namespace KorvoAgent {
 
-using Tessar::FapId;
-
 namespace {
 
 // The section "switch".
-
-constexpr JsonMember<Chip> kChipMembers[]{
-    {"id",
-     [](const JsonNode& node, Chip& chip) {
-       // The null id is a number too, but of no chip.
-       chip.id = FapId(static_cast<std::uint32_t>(node.integer(FapId::min, FapId::max)));
-     },
-     true},
-    {"name", [](const JsonNode& node, Chip& chip) { chip.name = node.string(); }, true},
-};
-
-void readChips(const JsonNode& chips, SwitchModel& model) {
-  if (!chips.isList()) {
-    model.chipsIs(static_cast<unsigned>(chips.integer(1, SwitchModel::kMaxChips)));
-    return;
-  }
-  model.chipDelAll();
-  readList(chips, [&model](const JsonNode& node) {
-    Chip chip;
-    readMembers(node, kChipMembers, chip);
-    if (model.isModulePresent(chip.id)) {
-      node.refuse("another chip has the id " + chip.id.stringValue() + "; give each its own");
-    }
-    model.chipIs(chip.id, std::move(chip.name));
-  });
-  if (model.chips().empty()) chips.refuse("a switch has at least one chip; add one");
-}
 
 constexpr JsonMember<SwitchModel> kSwitchMembers[]{
     {"name", [](const JsonNode& node, SwitchModel& m) { m.nameIs(std::string(node.string())); }},
@@ -86,6 +57,7 @@ constexpr JsonMember<SwitchModel> kReadinessMembers[]{
        m.swMacTable().collectionPresentIs(node.boolean());
      }},
     {"mcast", readFlag<&SwitchModel::mcastPresentIs>},
+    {"readUnknownChips", readFlag<&SwitchModel::readUnknownChipsIs>},
 };
 
 // The section "chipAttributes".

@@ -91,6 +91,37 @@ TEST_F(StateDocumentTest, TheSwitchAndItsChipsAreTaken) {
   EXPECT_FALSE(model_->hwTableStateAvailable());
 }
 
+TEST_F(StateDocumentTest, WhatChipsHoldOtherwiseIsTaken) {
+  load(R"({"version": 1, "switch": {"chips": [{"id": 2, "name": "x", "hasData": false,
+           "differs": [{"vlan": 10, "mac": "0200.0000.0001", "type": "static", "classId": 5,
+                        "modPort": {"module": 1, "port": 7}, "dstDiscard": false}],
+           "missing": [{"vlan": 20, "mac": "0200.0000.0002"}],
+           "extra": [{"vlan": 0, "mac": "0200.0000.0003", "keyType": "vfi", "trunkId": 9},
+                     {"vlan": 0, "mac": "0200.0000.0004", "keyType": 77, "mcastId": 8,
+                      "invalid": true}]}]},
+           "readiness": {"readUnknownChips": true}})");
+  ASSERT_EQ(model_->chips().size(), 1U);
+  const Chip& chip = model_->chips()[0];
+  EXPECT_FALSE(chip.hasData);
+  const ChipDeviations& said = chip.deviations;
+  ASSERT_EQ(said.differs.size(), 1U);
+  EXPECT_EQ(said.differs[0].pair, MacVlanPair(10, EthAddr(0x020000000001U)));
+  EXPECT_EQ(said.differs[0].properties.type, HwMacType::permanent);
+  EXPECT_EQ(said.differs[0].properties.destination, HwDestination::onPort(1, 7));
+  EXPECT_EQ(said.differs[0].properties.classId, 5);
+  EXPECT_EQ(said.differs[0].properties.dstDiscard, false);
+  EXPECT_EQ(said.differs[0].properties.invalid, std::nullopt) << "left as it should be";
+  ASSERT_EQ(said.missing.size(), 1U);
+  EXPECT_EQ(said.missing[0], MacVlanPair(20, EthAddr(0x020000000002U)));
+  ASSERT_EQ(said.extra.size(), 2U);
+  EXPECT_EQ(said.extra[0].key.keyType, 3);
+  EXPECT_EQ(said.extra[0].properties.destination, HwDestination::trunk(9));
+  EXPECT_EQ(said.extra[1].key.keyType, 77);
+  EXPECT_EQ(said.extra[1].properties.destination, HwDestination::mcastGroup(8));
+  EXPECT_EQ(said.extra[1].properties.invalid, true);
+  EXPECT_TRUE(model_->macAddrSmHelper()->readUnknownChips());
+}
+
 TEST_F(StateDocumentTest, EveryReadinessFailureCanBeProduced) {
   const auto readiness = [this](const std::string& members) {
     model_ = Testing::makeModel();
