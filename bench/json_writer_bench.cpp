@@ -23,7 +23,10 @@ using Rendering::RendererV2;
 constexpr std::uint64_t kRows = 10'000;
 constexpr std::string_view kHexMark = "0x";
 
-/** Takes everything and keeps a sum that depends on every byte and its place. */
+// What a dump gathers before it sends.
+constexpr std::size_t kGathered = 65536;
+
+/** Takes everything, and keeps it where it is told to. */
 class TakesEverything final : public Rendering::OutputPort {
  public:
   std::ptrdiff_t send(const char* data, std::size_t size) override {
@@ -160,7 +163,8 @@ std::string written() {
   std::string kept;
   port->keptIn(kept);
   RendererV2 out(Rendering::kJson,
-                 Qel::makePtr<PrintBuffer>(std::move(port), 0, 65536, PrintBuffer::kStream), true);
+                 Qel::makePtr<PrintBuffer>(std::move(port), 0U, kGathered, PrintBuffer::kStream),
+                 true);
   Way way(out);
   for (const auto& [key, entry] : table()) {
     way.row(key, entry);
@@ -181,8 +185,8 @@ void jsonRow(benchmark::State& state) {
   }
   const auto out =
       Qel::makePtr<RendererV2>(Rendering::kJson,
-                               Qel::makePtr<PrintBuffer>(std::make_unique<TakesEverything>(), 0,
-                                                         65536, PrintBuffer::kStream),
+                               Qel::makePtr<PrintBuffer>(std::make_unique<TakesEverything>(), 0U,
+                                                         kGathered, PrintBuffer::kStream),
                                true);
   Way way(*out);
   for ([[maybe_unused]] auto _ : state) {

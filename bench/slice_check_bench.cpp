@@ -14,6 +14,9 @@ using AgentCommand::AgentCommandRequest;
 using Rendering::PrintBuffer;
 using Rendering::RendererV2;
 
+// What a dump gathers before it sends.
+constexpr std::size_t kGathered = 65536;
+
 class TakesEverything final : public Rendering::OutputPort {
  public:
   std::ptrdiff_t send(const char*, std::size_t size) override {
@@ -24,10 +27,10 @@ class TakesEverything final : public Rendering::OutputPort {
 Qel::Ptr<const AgentCommandRequest> makeRequest() {
   const auto renderer =
       Qel::makePtr<RendererV2>(Rendering::kText,
-                               Qel::makePtr<PrintBuffer>(std::make_unique<TakesEverything>(), 0,
-                                                         65536, PrintBuffer::kStream),
+                               Qel::makePtr<PrintBuffer>(std::make_unique<TakesEverything>(), 0U,
+                                                         kGathered, PrintBuffer::kStream),
                                true);
-  return Qel::makePtr<const AgentCommandRequest>("bench", "bench", 0, Rendering::kText, renderer);
+  return Qel::makePtr<const AgentCommandRequest>("bench", "bench", 0U, Rendering::kText, renderer);
 }
 
 /** A machine whose slice asks once per "row" and counts how often it was told to go on. */

@@ -58,17 +58,18 @@ void readUntilShut(int link, const std::string& socketPath, std::vector<Reader>&
 
 LoadReaders::LoadReaders(const std::string& socketPath, unsigned readers, std::uint64_t textSize,
                          std::uint64_t jsonSize) {
-  auto [ours, theirs] = socketPair();
+  std::pair<FileDescriptor, FileDescriptor> link = socketPair();
   std::vector<Reader> all(readers);
   for (unsigned i = 0; i < readers; ++i) {
     all[i].line = i % 2 == 0 ? kDumpText : kDumpJson;
     all[i].expected = i % 2 == 0 ? textSize : jsonSize;
   }
   process_ = ChildProcess::fork([&] {
-    ours.reset();
-    readUntilShut(theirs.get(), socketPath, all);
+    link.first.reset();
+    readUntilShut(link.second.get(), socketPath, all);
   });
-  link_ = std::move(ours);
+  link_ = std::move(link.first);
+  link.second.reset();
   char running = 0;
   if (receiveSome(link_.get(), &running, 1) != 1) {
     throw std::runtime_error("the reading clients failed");
