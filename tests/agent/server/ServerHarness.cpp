@@ -5,6 +5,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstring>
 #include <stdexcept>
 
@@ -25,8 +26,13 @@ std::string received(int socket) {
   std::array<char, 65536> piece;
   for (;;) {
     const ssize_t n = ::recv(socket, piece.data(), piece.size(), MSG_DONTWAIT);
-    if (n <= 0) return text;
-    text.append(piece.data(), static_cast<std::size_t>(n));
+    if (n > 0) {
+      text.append(piece.data(), static_cast<std::size_t>(n));
+      continue;
+    }
+    // A connection that breaks instead of ending has lost its client something.
+    EXPECT_TRUE(n == 0 || errno == EAGAIN) << std::strerror(errno);
+    return text;
   }
 }
 
