@@ -54,7 +54,7 @@ class SchedulerHarness : public testing::Test {
 
   Qel::Ptr<Rendering::PrintBuffer> buffer(const Client& client, std::size_t size = 64 * 1024) {
     return Qel::makePtr<Rendering::PrintBuffer>(
-        std::make_unique<Rendering::ScriptedPort>(client.port), 0, size,
+        std::make_unique<Rendering::ScriptedPort>(client.port), 0U, size,
         Rendering::PrintBuffer::kStream);
   }
 
@@ -67,7 +67,7 @@ class SchedulerHarness : public testing::Test {
     begin(client);
     const auto output = buffer(client);
     const auto request = Qel::makePtr<const AgentCommand::AgentCommandRequest>(
-        "request", "ROWS", 0, Rendering::kText,
+        "request", "ROWS", 0U, Rendering::kText,
         Qel::makePtr<Rendering::RendererV2>(Rendering::kText, output, false));
     scheduler().run(client.id,
                     Qel::makePtr<RowsMachine>(request, std::chrono::milliseconds(50), clock, rows,
