@@ -82,6 +82,26 @@ std::optional<int> readAgentOptions(int argc, const char* const* argv, AgentOpti
       ->capture_default_str()
       ->group(kSwitch);
 
+  const char* const kHardware = "Hardware";
+  options.hwRate = 50'000;
+  app.add_option("--hw-table-size", options.hwTableSize,
+                 "Room for MAC entries in each chip; unless given, three times what the software "
+                 "table holds at the start")
+      ->type_name("N")
+      ->check(CLI::Range(std::size_t{8}, std::size_t{1} << 30))
+      ->group(kHardware);
+  app.add_option("--hw-rate", options.hwRate, "MAC entries a second that each chip takes")
+      ->type_name("N")
+      ->check(CLI::Range(1.0, 1e9))
+      ->capture_default_str()
+      ->group(kHardware);
+  app.add_option("--hw-faults", options.hwFaults,
+                 "Share of writes to the chips that go wrong, 0 to 1: lost, not carried out, or "
+                 "with a wrong port")
+      ->type_name("RATE")
+      ->check(CLI::Range(0.0, 1.0))
+      ->group(kHardware);
+
   const char* const kAgent = "Agent";
   app.add_option("--plugin", options.plugin, "Command plug-in to load instead of the installed one")
       ->type_name("FILE")

@@ -21,9 +21,12 @@ struct AgentOptions {
   std::optional<unsigned> chips;
   double churn = 0;  ///< events a second; 0: none
   std::uint64_t seed = 1;
-  std::string plugin;              ///< empty: the one that is installed with the agent
-  std::vector<std::string> trace;  ///< HANDLE=LEVEL each
-  std::string traceFile;           ///< empty: standard error
+  std::optional<std::size_t> hwTableSize;  ///< MAC entries a chip; nothing: by what there is
+  double hwRate = 0;                       ///< MAC entries a second that a chip takes
+  double hwFaults = 0;                     ///< share of the chips' writes that go wrong, 0 to 1
+  std::string plugin;                      ///< empty: the one that is installed with the agent
+  std::vector<std::string> trace;          ///< HANDLE=LEVEL each
+  std::string traceFile;                   ///< empty: standard error
   Qel::Duration clientTimeout{0};
   Qel::Duration lineTimeout{0};
   std::size_t maxConnections = 0;

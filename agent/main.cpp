@@ -10,6 +10,7 @@
 #include <optional>
 
 #include "agent/AgentOptions.h"
+#include "agent/chips/SwitchHardware.h"
 #include "agent/documents/BridgeJson.h"
 #include "agent/documents/DocumentError.h"
 #include "agent/documents/StateDocument.h"
@@ -43,24 +44,52 @@ void fillModel(const AgentOptions& options, SwitchModel& model) {
   if (options.macs != 0) generateMacs(model, options.macs, options.seed);
 }
 
-CommandCallbacks makeCallbacks(const AgentOptions& options, SwitchModel& model) {
+CommandCallbacks makeCallbacks(const AgentOptions& options) {
   const AgentCommand::PluginEntry& plugin =
       loadPlugin(options.plugin.empty() ? findDefaultPlugin() : options.plugin);
-  CommandCallbacks callbacks{plugin.cliCallback("agent"), plugin.cliCallbackWithFormat("agent")};
-  callbacks.plain->l2AgentIs(&model);
-  callbacks.formatted->l2AgentIs(&model);
-  return callbacks;
+  return {plugin.cliCallback("agent"), plugin.cliCallbackWithFormat("agent")};
 }
 
-AgentFacts factsOf(SwitchModel& model) {
+HardwarePolicy hardwarePolicyOf(const AgentOptions& options) {
+  HardwarePolicy policy;
+  policy.tableSize = options.hwTableSize;
+  policy.entriesPerSecond = options.hwRate;
+  policy.faultRate = options.hwFaults;
+  policy.seed = options.seed;
+  return policy;
+}
+
+// Throws DocumentError: what a document says of the chips can be judged only now that all tables
+// are filled.
+void startHardware(const AgentOptions& options, const Qel::Ptr<const Qel::Clock>& clock,
+                   const Qel::Ptr<SwitchModel>& model, std::optional<SwitchHardware>& hardware) {
+  try {
+    hardware.emplace(clock, model, hardwarePolicyOf(options));
+  } catch (const Qel::RangeException& e) {
+    throw DocumentError(options.state + ": " + e.what() + "; correct it in the document");
+  }
+}
+
+AgentFacts factsOf(SwitchModel& model, std::optional<SwitchHardware>& hardware) {
   AgentFacts facts;
   facts.chips = [&model] {
     std::vector<AgentFacts::Chip> chips;
     for (const Chip& chip : model.chips()) chips.push_back({chip.id.value(), chip.name});
     return chips;
   };
-  facts.tables = [&model] {
-    return std::vector<AgentFacts::Table>{{"swMacTable", model.swMacTable().size()}};
+  facts.tables = [&model, &hardware] {
+    std::vector<AgentFacts::Table> tables{{"swMacTable", model.swMacTable().size()}};
+    if (!hardware) return tables;
+    for (const Tessar::FapId id : hardware->chips().ids()) {
+      const HwChip& chip = *hardware->chips().find(id);
+      tables.push_back({"hwMacTable " + chip.name, chip.macTable.size()});
+    }
+    const HwProgrammer& programmer = hardware->programmer();
+    tables.push_back({"hwWritesDue", programmer.numDue()});
+    tables.push_back({"hwEntriesWithoutRoom", programmer.numWithoutRoom()});
+    tables.push_back({"hwFaultsStanding", programmer.faults().standing().size()});
+    tables.push_back({"hwReadRequests", hardware->reader().numRequests()});
+    return tables;
   };
   facts.stateDocumentSchema = [] { return stateDocumentSchema(); };
   return facts;
@@ -84,9 +113,16 @@ void serve(const AgentOptions& options) {
   EventLoop loop(clock);
   // Before anything that takes long: a signal that comes early ends the agent cleanly too.
   loop.onSignals({SIGTERM, SIGINT}, [&loop] { loop.stop(); });
-  CommandServer server(loop, clock, policyOf(options), makeCallbacks(options, *model),
-                       factsOf(*model));
+  std::optional<SwitchHardware> hardware;
+  const CommandCallbacks callbacks = makeCallbacks(options);
+  CommandServer server(loop, clock, policyOf(options), callbacks, factsOf(*model, hardware));
   fillModel(options, *model);
+  // Only now: a state document may describe an agent whose layer-2 object is not there yet.
+  callbacks.plain->l2AgentIs(model->l2Agent());
+  callbacks.formatted->l2AgentIs(model->l2Agent());
+  startHardware(options, clock, model, hardware);
+  loop.add(hardware->programmer());
+  loop.add(hardware->reader());
   std::optional<Churn> churn;
   std::optional<ChurnDriver> churnDriver;
   if (options.churn > 0) {

@@ -98,8 +98,7 @@ std::uint64_t printBySnprintf(Switch& world, PrintBuffer& buffer, Rendering::Out
   for (const auto& [pair, entry] : world.model->swMacTable().entries()) {
     const HwMacTable::Index index = table.find({pair, hwKeyType(entry)});
     char* const out = buffer.reserve(1024);
-    const std::size_t length =
-        snprintfRow(out, 1024, format, pair, table.at(index), index, ports);
+    const std::size_t length = snprintfRow(out, 1024, format, pair, table.at(index), index, ports);
     buffer.commit(out + length);
     buffer.unitEnd();
     bytes += length;
@@ -174,7 +173,8 @@ void check(benchmark::State& state, L2TableReadType type, Qel::Ptr<Table> L2Tabl
     while (reader.runnable()) {
       const Qel::Duration start = world.clock->now();
       reader.runPiece();
-      turns.push_back(std::chrono::duration<double, std::milli>(world.clock->now() - start).count());
+      turns.push_back(
+          std::chrono::duration<double, std::milli>(world.clock->now() - start).count());
     }
     const auto results = table->entries().size();
     if (!table->readComplete() || (faultRate == 0) != (results == 0)) {
@@ -182,8 +182,8 @@ void check(benchmark::State& state, L2TableReadType type, Qel::Ptr<Table> L2Tabl
       return;
     }
     if (results != 0) {
-      bytesPerResult = static_cast<double>(::mallinfo2().uordblks - before) /
-                       static_cast<double>(results);
+      bytesPerResult =
+          static_cast<double>(::mallinfo2().uordblks - before) / static_cast<double>(results);
     }
     state.counters["results"] = static_cast<double>(results);
   }

@@ -32,14 +32,14 @@ if ! read -r -t 30 ready <"$folder/says" || [[ $ready != "ready $socket" ]]; the
 fi
 printf 'korvo-l2-agent serves on %s with %s MAC addresses\n' "$socket" "$macs"
 
-# Shows one command as it is typed, and the first lines of its answer. The whole answer is read:
+# Shows one command as it is typed, and the first lines of its answer, as wide as a terminal. The whole answer is read:
 # the count at the end is that of what the agent sent.
 show() {
   local lines=$1 status=0
   shift
   printf '\n$ korvoctl %s\n' "$*"
   "$ctl" -s "$socket" "$@" >"$folder/answer" 2>"$folder/messages" || status=$?
-  head -n "$lines" "$folder/answer"
+  head -n "$lines" "$folder/answer" | cut -c 1-119
   local total
   total=$(wc -l <"$folder/answer")
   [[ $total -gt $lines ]] && printf '... %d lines in all\n' "$total"
@@ -50,13 +50,13 @@ show() {
   fi
 }
 
-show 12 raw agent text status
+show 12 agent status
 show 10 show mac address-table
-show 8 raw async json MACT_ALL
-show 10 show mac hardware
-show 10 check mac diff
-show 10 show vxlan vlan
-show 10 raw plain text HW_MCAST_ALL
+show 1 show mac address-table --json
+show 10 show mac hardware --chip 0 --detail
+show 14 check mac diff
+show 10 check mac missing
+show 1 raw plain text HW_MCAST_MCIDX+4294967295
 
 kill -TERM "$agentPid"
 status=0

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <string>
+#include <utility>
 
 #include "platform/types/VlanId.h"
 
@@ -53,6 +54,7 @@ class Demo {
     routers();
     groups();
     oddities();
+    hardware();
   }
 
  private:
@@ -197,6 +199,57 @@ class Demo {
            .source = MacEntrySource::system,
            .printable = false});
     }
+  }
+
+  // What went wrong in the chips, a little of everything: what the consistency checks find.
+  void hardware() {
+    constexpr std::uint8_t kBridge = 0;
+    constexpr std::uint8_t kVfi = 3;
+    constexpr std::uint8_t kUnknownKeyType = 7;
+    ChipDeviations first;
+    ChipDeviations second;
+    ChipDeviations third;
+
+    // A server moved into the port-channel; both chips of the card still have it on its old port.
+    const MacVlanPair moved = key(10, address(kServer, 0x104));
+    first.differs.push_back({moved, {.destination = HwDestination::onPort(0, 12)}});
+    second.differs.push_back({moved, {.destination = HwDestination::onPort(0, 12)}});
+    // One dropped address is let through to a port, a router address lost its class, a configured
+    // server ages, a group leads elsewhere, and a slot was damaged.
+    first.differs.push_back({key(20, address(kServer, 0x302)),
+                             {.destination = HwDestination::onPort(0, 7), .dstDiscard = false}});
+    second.differs.push_back({key(100, address(kRouter, 1)), {.classId = 0}});
+    third.differs.push_back({key(100, address(kServer, 4)), {.type = HwMacType::dynamic}});
+    third.differs.push_back(
+        {key(100, EthAddr(0x0100'5e01'0101ULL)), {.destination = HwDestination::mcastGroup(2)}});
+    third.differs.push_back({key(10, address(kHost, 6)), {.invalid = true}});
+
+    // Writes that were lost: one on a single chip, one on two.
+    third.missing.push_back(key(10, address(kRemoteHost, 8)));
+    first.missing.push_back(key(30, address(kPeerHost, 5)));
+    second.missing.push_back(key(30, address(kPeerHost, 5)));
+
+    // Removals that were not carried out: a host that aged, what is left of a VLAN that went, a
+    // tunnel's address, and a slot whose key makes no sense.
+    const HwMacProperties onPort9{.destination = HwDestination::onPort(0, 9)};
+    second.extra.push_back({{key(20, address(kHost, 0x0a01)), kBridge}, onPort9});
+    for (ChipDeviations* const chip : {&first, &second, &third}) {
+      chip->extra.push_back({{key(40, address(kHost, 0x0a02)), kBridge}, onPort9});
+    }
+    third.extra.push_back(
+        {{key(20, address(kRemoteHost, 0x0a03)), kVfi},
+         {.destination = HwDestination::onPort(0, 1024), .type = HwMacType::remote}});
+    first.extra.push_back({{key(4000, address(kHost, 0x0a04)), kUnknownKeyType}, onPort9});
+
+    deviationsIs(0, std::move(first));
+    deviationsIs(1, std::move(second));
+    deviationsIs(2, std::move(third));
+  }
+
+  void deviationsIs(std::size_t index, ChipDeviations deviations) {
+    Chip chip = model_.chips()[index];
+    chip.deviations = std::move(deviations);
+    model_.chipIs(std::move(chip));
   }
 
   SwitchModel& model_;

@@ -8,7 +8,8 @@ namespace KorvoAgent {
 /**
  * Makes `model` a switch of three chips with a few VLANs, port-channels and a VXLAN tunnel, and
  * about two hundred MAC entries of every type, among them names too wide for their column and
- * entries that dumps skip. Always the same.
+ * entries that dumps skip; its chips hold a few entries otherwise, and some not at all. Always the
+ * same.
  */
 void fillDemo(SwitchModel& model);
 

@@ -30,7 +30,7 @@ namespace AgentCommand {
 /** What bounds a slice besides its time. */
 struct SlicePolicy {
   /** Bytes that a slice may print before it yields. */
-  std::size_t outputWindow = 256 * 1024;
+  std::size_t outputWindow = std::size_t{256} * 1024;
   /** Rows that a slice may print before it yields; 0 is no limit. For tests and debugging. */
   std::uint32_t rowBudget = 0;
 };

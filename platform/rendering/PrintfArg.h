@@ -9,17 +9,20 @@
 
 namespace Rendering {
 
+template <class T>
+concept SignedNumber = std::signed_integral<T> && !std::same_as<T, char>;
+template <class T>
+concept UnsignedNumber = std::unsigned_integral<T> && !std::same_as<T, char>;
+
 class PrintfArg {
  public:
   enum class Kind : std::uint8_t { signedInteger, unsignedInteger, character, text };
 
-  template <std::signed_integral T>
-  requires(!std::same_as<T, char>) constexpr PrintfArg(
-      T value) noexcept  // NOLINT(google-explicit-constructor)
+  template <SignedNumber T>
+  constexpr PrintfArg(T value) noexcept  // NOLINT(google-explicit-constructor)
       : kind_(Kind::signedInteger), number_(static_cast<std::uint64_t>(std::int64_t{value})) {}
-  template <std::unsigned_integral T>
-  requires(!std::same_as<T, char>) constexpr PrintfArg(
-      T value) noexcept  // NOLINT(google-explicit-constructor)
+  template <UnsignedNumber T>
+  constexpr PrintfArg(T value) noexcept  // NOLINT(google-explicit-constructor)
       : kind_(Kind::unsignedInteger), number_(value) {}
   constexpr PrintfArg(char value) noexcept  // NOLINT(google-explicit-constructor)
       : kind_(Kind::character), number_(static_cast<unsigned char>(value)) {}

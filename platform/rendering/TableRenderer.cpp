@@ -111,7 +111,7 @@ char* writeShown(char* out, std::string_view text) noexcept {
 
 }  // namespace
 
-TableRenderer::TableRenderer(RendererV2& renderer, std::vector<ColumnFormatter> columns,
+TableRenderer::TableRenderer(RendererV2& renderer, const std::vector<ColumnFormatter>& columns,
                              bool headingRule, bool borders)
     : renderer_(&renderer), headingRule_(headingRule), borders_(borders) {
   QEL_ASSERT(!columns.empty());
@@ -217,14 +217,12 @@ void TableRenderer::addRule() {
 }
 
 char* TableRenderer::writeLead(char* out, const Column& column) {
-  std::memcpy(out, column.lead.data(), column.lead.size());
-  return out + column.lead.size();
+  return out + column.lead.copy(out, column.lead.size());
 }
 
 char* TableRenderer::endLine(const char* line, char* out) const {
   while (!borders_ && out != line && out[-1] == ' ') --out;
-  std::memcpy(out, lineEnd_.data(), lineEnd_.size());
-  return out + lineEnd_.size();
+  return out + lineEnd_.copy(out, lineEnd_.size());
 }
 
 }  // namespace Rendering

@@ -40,7 +40,7 @@ class TableRenderer {
    * column's head; with `borders`, a '|' at both sides of every column. Without borders, blanks at
    * the end of a line are left out. Throws AssertionException when there are no columns.
    */
-  TableRenderer(RendererV2& renderer, std::vector<ColumnFormatter> columns, bool headingRule,
+  TableRenderer(RendererV2& renderer, const std::vector<ColumnFormatter>& columns, bool headingRule,
                 bool borders);
 
   /** Prints the heads, and their rule. A dump of several sections calls it once in each. */

@@ -48,6 +48,21 @@ TEST_F(AgentOptionsTest, WithoutOptionsTheDefaultsHold) {
   EXPECT_EQ(options.maxConnections, 1024U);
   EXPECT_EQ(options.maxRequestsPerUser, 512U);
   EXPECT_EQ(options.sliceRows, std::nullopt);
+  EXPECT_EQ(options.hwTableSize, std::nullopt);
+  EXPECT_EQ(options.hwRate, 50'000);
+  EXPECT_EQ(options.hwFaults, 0);
+}
+
+TEST_F(AgentOptionsTest, WhatChipsAreLikeIsReadAndChecked) {
+  EXPECT_EQ(read({"--hw-table-size", "4096", "--hw-rate", "250.5", "--hw-faults", "0.01"}),
+            std::nullopt);
+  EXPECT_EQ(options.hwTableSize, 4096U);
+  EXPECT_EQ(options.hwRate, 250.5);
+  EXPECT_EQ(options.hwFaults, 0.01);
+  EXPECT_EQ(read({"--hw-table-size", "7"}), kExitUsage);
+  EXPECT_EQ(read({"--hw-rate", "0"}), kExitUsage);
+  EXPECT_EQ(read({"--hw-faults", "1.1"}), kExitUsage);
+  EXPECT_THAT(err.str(), HasSubstr("--hw-faults"));
 }
 
 TEST_F(AgentOptionsTest, EveryOptionIsRead) {

@@ -25,7 +25,7 @@ class OtherProbe final : public Probe {
   using Probe::Probe;
 };
 
-static_assert(sizeof(Ptr<Probe>) == sizeof(Probe*));
+static_assert(sizeof(Ptr<Probe>) == sizeof(void*));
 static_assert(!std::is_copy_constructible_v<Probe> && !std::is_copy_assignable_v<Probe>);
 
 TEST(PtrTest, LastPtrDeletesTheObject) {
@@ -110,9 +110,13 @@ void countFromManyThreads() {
   threadSafePtrIs(true);
   Ptr<Probe> shared = makePtr<Probe>(alive);
   std::vector<std::thread> threads;
+  threads.reserve(kThreads);
   for (int i = 0; i < kThreads; ++i) {
     threads.emplace_back([shared] {
-      for (int turn = 0; turn < kTurns; ++turn) const Ptr<Probe> user = shared;
+      for (int turn = 0; turn < kTurns; ++turn) {
+        Ptr<Probe> user = shared;
+        user.reset();
+      }
     });
   }
   for (std::thread& thread : threads) thread.join();
@@ -145,7 +149,10 @@ TEST_F(PtrDeathTest, ChoiceMayChangeWhileOneThreadCounts) {
 void countInTwoThreads() {
   int alive = 0;
   const Ptr<Probe> probe = makePtr<Probe>(alive);
-  std::thread([&probe] { const Ptr<Probe> user = probe; }).join();
+  std::thread([&probe] {
+    Ptr<Probe> user = probe;
+    user.reset();
+  }).join();
 }
 
 TEST_F(PtrDeathTest, PlainCountFromASecondThreadIsCaught) {

@@ -6,6 +6,7 @@
 #include <array>
 #include <cstdint>
 #include <map>
+#include <numeric>
 #include <ostream>
 #include <set>
 #include <string>
@@ -246,8 +247,8 @@ RC_GTEST_PROP(KeyedCollectionWalkProperty, WalkOfWhatWasThereEndsThoughEntriesAr
   const Insertions limit = twins.collection().insertions();
   const int slice = *rc::gen::inRange(1, 5);
   std::vector<int> out;
-  std::vector<int> expected;
-  for (int key = 0; key < count; ++key) expected.push_back(key);
+  std::vector<int> expected(static_cast<std::size_t>(count));
+  std::iota(expected.begin(), expected.end(), 0);
 
   // Two entries are added at the far end for every one printed, and the table has room for a lot.
   int next = count;

@@ -231,7 +231,7 @@ TEST_F(PrintBufferTest, ReleaseHandsOnNothingForAPortThatIsGone) {
 }
 
 TEST_F(PrintBufferTest, CapacityFollowsWhatIsPending) {
-  const auto buffer = make(64 * 1024);
+  const auto buffer = make(65536);
   buffer->append("small");
   EXPECT_EQ(buffer->capacity(), 4096U);
   buffer->append(std::string(20000, 'x'));
