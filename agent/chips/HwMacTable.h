@@ -56,7 +56,7 @@ class HwMacTable {
   static constexpr std::size_t kSlotsPerPage = kBucketsPerPage * kSlotsPerBucket;
   struct Page final : Qel::RefCounted {
     Page() = default;
-    explicit Page(const Page& other) : Qel::RefCounted(), slots(other.slots) {}
+    Page(const Page& other) : Qel::RefCounted(), slots(other.slots) {}
     // A bucket is a line of the cache.
     alignas(64) std::array<HwMacEntry, kSlotsPerPage> slots;
   };

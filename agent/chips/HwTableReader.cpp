@@ -254,7 +254,7 @@ void HwTableReader::compareSoftware(Read& read, const HwChip& chip) {
   const MacEntryCollection* const entries = software_->macEntry();
   bool atEnd = entries == nullptr;
   if (entries != nullptr) {
-    std::array<const MacEntryCollection::Entry*, kEntriesPerBlock> block;
+    std::array<const MacEntryCollection::Entry*, kEntriesPerBlock> block{};
     std::size_t count = 0;
     try {
       auto it = entries->lowerBound(read.nextPair);

@@ -46,7 +46,7 @@ class AnswerPort final : public Rendering::OutputPort {
 };
 
 /** How many bytes a request gathers before it hands them to the kernel. */
-inline constexpr std::size_t kAnswerBufferSize = 64 * 1024;
+inline constexpr std::size_t kAnswerBufferSize = std::size_t{64} * 1024;
 
 /** A print buffer of mode `mode` on `socket`. */
 Qel::Ptr<Rendering::PrintBuffer> answerBuffer(const std::shared_ptr<const AnswerSocket>& socket,

@@ -15,7 +15,7 @@
 namespace KorvoAgent {
 
 /** The longest line that is read, its newline included, in bytes. */
-inline constexpr std::size_t kMaxRequestLine = 64 * 1024;
+inline constexpr std::size_t kMaxRequestLine = std::size_t{64} * 1024;
 
 enum class Entry : std::uint8_t {
   plain,  ///< the plain-text callback

@@ -133,10 +133,11 @@ class RequestHarness : public ::testing::Test {
   /** A request in `format` on a new simulated socket. */
   Qel::Ptr<const AgentCommand::AgentCommandRequest> request(std::uint32_t format) {
     reader = std::make_shared<SimulatedPort::Reader>();
-    auto buffer = Qel::makePtr<Rendering::PrintBuffer>(std::make_unique<SimulatedPort>(reader), 7,
-                                                       1024, Rendering::PrintBuffer::kStream);
+    auto buffer =
+        Qel::makePtr<Rendering::PrintBuffer>(std::make_unique<SimulatedPort>(reader), 7U,
+                                             std::size_t{1024}, Rendering::PrintBuffer::kStream);
     auto renderer = Qel::makePtr<Rendering::RendererV2>(format, std::move(buffer), false);
-    return Qel::makePtr<AgentCommand::AgentCommandRequest>("request-1", "MACT_ALL", 7u, format,
+    return Qel::makePtr<AgentCommand::AgentCommandRequest>("request-1", "MACT_ALL", 7U, format,
                                                            std::move(renderer));
   }
 

@@ -85,8 +85,9 @@ TEST_F(L2HwTableRequest, PrintsAnObjectForEachChipAsJson) {
   const std::string rows =
       R"({"macTableEntries":[{"vlan":10,"mac":"0000.0000.0001"},{"vlan":11,"mac":"0000.0000.0002"}]})";
   for (const bool detail : {false, true}) {
-    EXPECT_EQ(dump(kJson, "0,1", detail),
-              R"({"chips":{"Chip0":)" + rows + R"(,"Chip1":)" + rows + "}}\n");
+    std::string expected = R"({"chips":{"Chip0":)";
+    expected.append(rows).append(R"(,"Chip1":)").append(rows).append("}}\n");
+    EXPECT_EQ(dump(kJson, "0,1", detail), expected);
   }
 }
 
@@ -130,7 +131,7 @@ TEST_F(L2HwTableRequest, YieldOnTheLastEntryOfAChipClosesItsSectionInTheSameSlic
 }
 
 TEST_F(L2HwTableRequest, OutputIsTheSameAtEverySliceBudget) {
-  for (unsigned i = 0; i < 100; ++i) putEntry(1 + i % 7, i * 7919);
+  for (unsigned i = 0; i < 100; ++i) putEntry(1 + i % 7, std::uint64_t{7919} * i);
   for (const auto format : {kText, kJson}) {
     for (const bool detail : {false, true}) {
       const std::string whole = dump(format, "0,1,5", detail);

@@ -171,7 +171,8 @@ TEST_F(L2SwTableRequest, EverySliceMakesProgressWhateverTheClockDoes) {
 }
 
 TEST_F(L2SwTableRequest, OutputIsTheSameAtEverySliceBudget) {
-  for (unsigned i = 0; i < 300; ++i) putEntry(1 + i % 7, i * 7919, "Ethernet1", i % 5 != 0);
+  for (unsigned i = 0; i < 300; ++i)
+    putEntry(1 + i % 7, std::uint64_t{7919} * i, "Ethernet1", i % 5 != 0);
   for (const auto format : {kText, kJson}) {
     const std::string whole = dump(format);
     for (const std::uint32_t budget : {1u, 2u, 3u, 7u, 100u, 239u, 240u, 241u}) {
@@ -201,7 +202,7 @@ TEST_F(L2SwTableRequest, SliceEndsWhenItsOutputWindowIsFull) {
 }
 
 TEST_F(L2SwTableRequest, WalkEndsThoughEntriesAreAddedAheadOfItFasterThanItPrints) {
-  for (unsigned i = 0; i < 10; ++i) putEntry(1, i * 1000);
+  for (unsigned i = 0; i < 10; ++i) putEntry(1, std::uint64_t{1000} * i);
   std::uint64_t next = 1;
   auto sm = start(kText, 1);
   const std::uint64_t slices = runToCompletion(*sm, [&] {
@@ -212,7 +213,8 @@ TEST_F(L2SwTableRequest, WalkEndsThoughEntriesAreAddedAheadOfItFasterThanItPrint
   });
   EXPECT_LE(slices, 21u);
   for (unsigned i = 0; i < 10; ++i) {
-    EXPECT_THAT(reader->received, HasSubstr(macKey(1, i * 1000).mac().stringValue())) << i;
+    EXPECT_THAT(reader->received, HasSubstr(macKey(1, std::uint64_t{1000} * i).mac().stringValue()))
+        << i;
   }
 }
 
