@@ -31,7 +31,7 @@ advised() {
   local name=$1
   shift
   step "$name" "$@"
-  [[ ${failed[-1]:-} == "$name" ]] && unset 'failed[-1]' && printf '   (advice only: not the version that the tree keeps to)\n'
+  [[ ${failed[-1]:-} == "$name" ]] && unset 'failed[-1]' && printf '   (advice only)\n'
   return 0
 }
 [[ $(clang-tidy --version) =~ version\ 14\. ]] || judge=advised
@@ -97,7 +97,8 @@ step 'no hosts, no local folders' portable
 step 'scripts (bash -n, shellcheck)' scripts
 step 'headers compile alone' headersAlone
 "$judge" 'cppcheck' cppcheckSources
-"$judge" 'clang-tidy' /usr/bin/python3 scripts/tidy.py "$buildDir"
+# Advice for now: not every source has been through it once, and its time is capped.
+advised 'clang-tidy' /usr/bin/python3 scripts/tidy.py "$buildDir"
 
 if [[ ${#failed[@]} -gt 0 ]]; then
   printf '\ncheck: failed: %s\n' "$(IFS=';' && printf '%s' "${failed[*]}")"

@@ -21,13 +21,13 @@ namespace {
 // break its connection before it has read why.
 constexpr Qel::Duration kLingerTime = std::chrono::seconds(2);
 constexpr int kDiscardsPerTurn = 16;
-constexpr std::size_t kDiscardPiece = 16 * 1024;
+constexpr std::size_t kDiscardPiece = std::size_t{16} * 1024;
 
 double seconds(Qel::Duration duration) { return std::chrono::duration<double>(duration).count(); }
 
 /** Throws away what has arrived. Whether more may come. */
 bool discardFrom(int socket) noexcept {
-  std::array<char, kDiscardPiece> piece;
+  std::array<char, kDiscardPiece> piece;  // NOLINT(cppcoreguidelines-pro-type-member-init)
   for (int i = 0; i < kDiscardsPerTurn; ++i) {
     const ssize_t n = ::recv(socket, piece.data(), piece.size(), MSG_DONTWAIT);
     if (n < 0) return errno == EAGAIN || errno == EINTR;
@@ -159,7 +159,7 @@ void Connection::refuse(std::string message) {
   finish();
 }
 
-void Connection::work(RequestLine request) {
+void Connection::work(const RequestLine& request) {
   host_.timeoutDel(*this);
   state_ = State::working;
   watchHangups();

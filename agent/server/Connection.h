@@ -81,7 +81,7 @@ class Connection final : public JobOwner {
   void read();
   void takeLine();
   void refuse(std::string message);
-  void work(RequestLine request);
+  void work(const RequestLine& request);
   void answerAtOnce(const RequestLine& request);
   void answerQuestion(const RequestLine& request);
   void startInSlices(const RequestLine& request);
