@@ -199,6 +199,10 @@ TEST_F(ServerListenTest, ManyClientsAtOnceAreAllTakenIn) {
 }
 
 TEST_F(ServerListenTest, WithoutDescriptorsClientsAreTurnedAwayAndTheLoopRests) {
+#if defined(__SANITIZE_ADDRESS__)
+  // The sanitizers tell good memory from bad through a pipe, and call it bad when they get none.
+  GTEST_SKIP() << "a sanitizer needs descriptors of its own";
+#endif
   server().listen(path);
   settle();
   std::vector<FileDescriptor> clients;
