@@ -96,8 +96,9 @@ step 'text files' tidyText
 step 'no hosts, no local folders' portable
 step 'scripts (bash -n, shellcheck)' scripts
 step 'headers compile alone' headersAlone
-"$judge" 'cppcheck' cppcheckSources
-# Advice for now: not every source has been through it once, and its time is capped.
+# Advice for now: version 2.10 misreads some C++20, and not every source has been through clang-tidy,
+# whose time is capped.
+advised 'cppcheck' cppcheckSources
 advised 'clang-tidy' /usr/bin/python3 scripts/tidy.py "$buildDir"
 
 if [[ ${#failed[@]} -gt 0 ]]; then
