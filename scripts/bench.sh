@@ -4,9 +4,10 @@
 #
 #   scripts/bench.sh BUILD_DIR [--micro] [ARGS]
 #
-# --micro then runs the benchmarks of single parts too (the row printer, the collection, the slice
-# check, the JSON writers); ARGS go to korvo_whole_process_bench, whose --help lists them. Without any, a run takes two
-# to three minutes on two cores; with --large, tables of up to ten million rows are dumped as well.
+# --micro then runs the benchmarks of single parts too (the row printers, the collections, the slice
+# check, the JSON writers); ARGS go to korvo_whole_process_bench, whose --help lists them. Without
+# any, a run takes about two minutes on two cores that have nothing else to do; with --large, tables
+# of up to ten million rows are dumped as well.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 buildDir=$1
@@ -24,7 +25,7 @@ mkdir -p "$report"
   ${args[@]+"${args[@]}"}
 
 if [[ -n $micro ]]; then
-  for program in row_printer_bench collection_walk_bench slice_check_bench json_writer_bench; do
+  for program in row_printer_bench hw_table_bench collection_walk_bench slice_check_bench json_writer_bench; do
     printf '\n== %s\n' "$program"
     "$buildDir/bin/$program" --benchmark_out="$report/$program.json" --benchmark_out_format=json
   done

@@ -6,6 +6,8 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <limits>
+#include <map>
 #include <stdexcept>
 
 #include "bench/whole_process/ChildProcess.h"
@@ -67,20 +69,30 @@ class Plot {
 };
 
 void plotRates(const Report& report, const std::string& folder, std::string_view format) {
-  Plot plot(folder, fmt::format("rate-{}", format),
-            fmt::format("set title 'Software MAC table dump, {}: rows a second, whole path'\n"
-                        "set logscale xy\nset xlabel 'rows in the table'\n"
-                        "set ylabel 'million rows a second'\nset key outside right",
-                        format));
+  const std::string prefix = fmt::format("dump.{}.", format);
+  std::map<std::string, std::map<std::uint64_t, Spread>> writers;
+  std::uint64_t fewest = std::numeric_limits<std::uint64_t>::max();
+  std::uint64_t most = 0;
   for (const char* const name : {"ready-made", "ours", "fmt", "snprintf"}) {
-    std::map<std::uint64_t, Spread> bySize;
-    const std::string prefix = fmt::format("dump.{}.", format);
     const std::string suffix = fmt::format(".{}.seconds", name);
     for (const auto& [key, seconds] : report.allNumbers()) {
       if (!key.starts_with(prefix) || !key.ends_with(suffix)) continue;
-      bySize[std::stoull(key.substr(prefix.size()))] = spreadOf(seconds);
+      const std::uint64_t rows = std::stoull(key.substr(prefix.size()));
+      writers[name][rows] = spreadOf(seconds);
+      fewest = std::min(fewest, rows);
+      most = std::max(most, rows);
     }
-    if (bySize.empty()) continue;
+  }
+  if (writers.empty()) return;
+  // Room beside the first and the last size, so that their bars are seen.
+  Plot plot(
+      folder, fmt::format("rate-{}", format),
+      fmt::format("set title 'Software MAC table dump, {}: rows a second, whole path'\n"
+                  "set logscale xy\nset xlabel 'rows in the table'\n"
+                  "set xrange [{}:{}]\nset format x '%.0s%c'\n"
+                  "set ylabel 'million rows a second'\nset key outside right",
+                  format, static_cast<double>(fewest) / 1.5, static_cast<double>(most) * 1.5));
+  for (const auto& [name, bySize] : writers) {
     std::ofstream data = plot.addCurve(name, "with yerrorlines pointtype 7 pointsize 0.6");
     for (const auto& [rows, seconds] : bySize) {
       const double million = static_cast<double>(rows) / 1e6;
