@@ -7,15 +7,13 @@
 // What it promises, while entries are added, removed and changed between slices:
 //  - An entry that is there during the whole walk is visited exactly once, in order.
 //  - The bookmark is a key, the next row's. If that entry goes meanwhile, the walk continues with
-//  the
-//    one that would have followed it.
+//    the one that would have followed it.
 //  - shouldYield() is asked after every printed row and only then: skipped rows never end a slice.
 //  - A slice that runs out right after the last row of the table says so; what follows then is the
 //    dump's to choose, most of them are done.
 //  - The walk ends, even if entries are added ahead of it faster than it prints: once it has
-//  printed
-//    as many rows as the collection held when the walk began, it passes over entries younger than
-//    the walk. What remains is finite, for nothing can join it.
+//    printed as many rows as the collection held when the walk began, it passes over entries
+//    younger than the walk. What remains is finite, for nothing can join it.
 //  - A collection that is found corrupted is told so, and the walk ends as if it were exhausted.
 //
 // Threading: the agent's event-loop thread only.

@@ -22,6 +22,7 @@ class SwMacTable final : public KorvoL2::MacTblShadow {
   const KorvoL2::MacEntryCollection* macEntry() const override {
     return collectionPresent_ ? &entries_ : nullptr;
   }
+  std::uint64_t refModBitmap() const override { return refModBitmap_; }
   void printMacEntry(Rendering::RendererV2& renderer, const Bridging::MacVlanPair& key,
                      const KorvoL2::MacEntry& entry) const override {
     printer_.print(renderer, key, entry);
@@ -37,6 +38,8 @@ class SwMacTable final : public KorvoL2::MacTblShadow {
   void collectionPresentIs(bool present) {
     attributeIs(collectionPresent_, present, "collectionPresent");
   }
+
+  void refModBitmapIs(std::uint64_t bitmap) { attributeIs(refModBitmap_, bitmap, "refModBitmap"); }
 
   const KorvoL2::MacEntryCollection& entries() const noexcept { return entries_; }
   std::size_t size() const noexcept { return entries_.size(); }
@@ -79,6 +82,7 @@ class SwMacTable final : public KorvoL2::MacTblShadow {
   Listener* listener_ = nullptr;
   HwMacRows* hwRows_ = nullptr;
   bool collectionPresent_ = true;
+  std::uint64_t refModBitmap_ = 0;
   mutable MacRowPrinter printer_;  // caches the cells of interfaces
 };
 

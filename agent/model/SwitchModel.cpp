@@ -108,7 +108,7 @@ void SwitchModel::chipsIs(unsigned count) {
                       .name = "Linecard" + std::to_string(kFirstCard + i / kChipsPerCard) + "/" +
                               std::to_string(i % kChipsPerCard)});
   }
-  changed("chips");
+  chipsChanged();
 }
 
 void SwitchModel::chipIs(Tessar::FapId id, std::string name) {
@@ -119,17 +119,22 @@ void SwitchModel::chipIs(Tessar::FapId id, std::string name) {
   } else {
     chips_.insert(at, Chip{.id = id, .name = std::move(name)});
   }
-  changed("chips");
+  chipsChanged();
 }
 
 void SwitchModel::chipIs(Chip chip) {
   chipIs(chip.id, chip.name);
   *std::ranges::lower_bound(chips_, chip.id, {}, &Chip::id) = std::move(chip);
-  changed("chips");
+  chipsChanged();
 }
 
 void SwitchModel::chipDelAll() {
   chips_.clear();
+  chipsChanged();
+}
+
+void SwitchModel::chipsChanged() {
+  swMacTable_->refModBitmapIs(moduleBitmap());
   changed("chips");
 }
 

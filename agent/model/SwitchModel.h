@@ -14,6 +14,7 @@
 #include "agent/model/ChipDeviation.h"
 #include "agent/model/SwMacTable.h"
 #include "agent/model/UnicastAgentModel.h"
+#include "agent/services/CmdRingManagerModel.h"
 #include "platform/l2/L2Agent.h"
 
 namespace KorvoAgent {
@@ -41,9 +42,15 @@ class SwitchModel final : public KorvoL2::L2Agent {
   KorvoL2::L2AgentStatus status() const override { return status_; }
   KorvoL2::KorvoL2MacAddrSmHelper* macAddrSmHelper() const override;
   const KorvoL2::ChipAttrDir& chipAttrDir() const override { return chipAttrDir_; }
+  Qel::Ptr<const KorvoL2::ChipL2TableFeature> chipL2TableFeature() const override {
+    return chipL2TableFeature_;
+  }
   bool l2TableMode() const override { return l2TableMode_; }
   Qel::Ptr<const Qel::Clock> activityClock() const override { return clock_; }
   KorvoL2::McastObject* mcast() const override;
+  KorvoL2::L2CmdRingManager* l2CmdRingManager() const override {
+    return cmdRingManagerPresent_ ? cmdRingManager_.get() : nullptr;
+  }
   bool hwTableStateAvailable() const override { return hwTableStateAvailable_; }
   bool isModulePresent(Tessar::FapId chip) const override;
   std::uint32_t maxL2MulticastGroupsAll() const override { return maxL2MulticastGroupsAll_; }
@@ -80,6 +87,9 @@ class SwitchModel final : public KorvoL2::L2Agent {
   void macTblShadowPresentIs(bool present);
   void mcastPresentIs(bool present);
   void readUnknownChipsIs(bool read);
+  void cmdRingManagerPresentIs(bool present) {
+    attributeIs(cmdRingManagerPresent_, present, "cmdRingManagerPresent");
+  }
 
   /**
    * What there is of hardware: the chips as commands see them, who reads their tables and who
@@ -94,6 +104,9 @@ class SwitchModel final : public KorvoL2::L2Agent {
   const SwMacTable& swMacTable() const noexcept { return *swMacTable_; }
   UnicastAgentModel& unicast() noexcept { return *unicast_; }
   const UnicastAgentModel& unicast() const noexcept { return *unicast_; }
+  CmdRingManagerModel& cmdRingManager() noexcept { return *cmdRingManager_; }
+  /** What the layer-2 tables of the agent's chip can do about VLAN ranges. */
+  KorvoL2::ChipL2TableFeature& l2TableFeature() noexcept { return *chipL2TableFeature_; }
   /** Enters or replaces the attributes of the chips of that identity. */
   void chipAttrIs(const std::string& identity, bool ingVlanXlate, bool egrVlanXlate);
   void chipAttrDelAll();
@@ -109,6 +122,7 @@ class SwitchModel final : public KorvoL2::L2Agent {
   class Mcast;
 
   ~SwitchModel() override;
+  void chipsChanged();
 
   Qel::Ptr<const Qel::Clock> clock_;
   std::string name_ = "switch";
@@ -119,12 +133,16 @@ class SwitchModel final : public KorvoL2::L2Agent {
   bool unicastAgentPresent_ = true;
   bool macAddrSmHelperPresent_ = true;
   bool mcastPresent_ = true;
+  bool cmdRingManagerPresent_ = true;
   bool hwTableStateAvailable_ = true;
   std::uint32_t maxL2MulticastGroupsAll_ = 4096;
   Qel::Ptr<SwMacTable> swMacTable_;
   Qel::Ptr<UnicastAgentModel> unicast_;
   Qel::Ptr<MacAddrSmHelper> macAddrSmHelper_;
   Qel::Ptr<Mcast> mcast_;
+  Qel::Ptr<CmdRingManagerModel> cmdRingManager_ = Qel::makePtr<CmdRingManagerModel>();
+  Qel::Ptr<KorvoL2::ChipL2TableFeature> chipL2TableFeature_ =
+      Qel::makePtr<KorvoL2::ChipL2TableFeature>();
   KorvoL2::ChipAttrDir chipAttrDir_;
 };
 

@@ -13,8 +13,7 @@
 //    it.
 //  - Positioning costs O(log n). Iterators are for the time between two changes only.
 //  - born(iterator) tells entries that were there at insertions() == n from later ones, which lets
-//  a
-//    walk end while entries are added ahead of it faster than it prints them.
+//    a walk end while entries are added ahead of it faster than it prints them.
 //
 // How it is made. Entries lie in chunks of up to kChunkEntries, sorted, side by side in memory;
 // the chunks hang in a B-tree by their lowest key. Walking therefore runs along memory (a few
@@ -42,6 +41,7 @@
 #include <string_view>
 #include <type_traits>
 #include <utility>
+#include <variant>
 #include <vector>
 
 #include "platform/base/Exceptions.h"
@@ -368,6 +368,14 @@ class KeyedCollection {
   std::size_t size_ = 0;
   Insertions insertions_ = 0;
   CorruptionHandler corruptionHandler_;
+};
+
+/** A collection of keys alone, with the same promises. */
+template <class KeyType>
+class KeyedSet : public KeyedCollection<KeyType, std::monostate> {
+ public:
+  /** Adds the key; false if it was there. */
+  bool add(const KeyType& key) { return this->put(key, {}); }
 };
 
 }  // namespace Qel

@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "platform/base/Entity.h"
+#include "platform/l2/VlanXlateRecords.h"
 #include "platform/types/FapId.h"
 
 namespace KorvoL2 {
@@ -26,7 +27,8 @@ class ShadowTable : public Qel::Entity {
 };
 
 /**
- * Prints the shadow tables to the socket given, as the parameters select.
+ * Prints the shadow tables to the socket given, as the parameters select, and reads single entries
+ * of the hardware tables.
  *
  * Threading: the agent's event-loop thread only.
  */
@@ -43,6 +45,13 @@ class L2CmdRingManager : public Qel::Entity {
   virtual Qel::Ptr<ShadowTable> evtapTable() = 0;
   virtual Qel::Ptr<ShadowTable> ivtapTable() = 0;
   virtual Qel::Ptr<ShadowTable> sourceVpTable() = 0;
+
+  /**
+   * Reads the ingress VLAN ranges that are programmed for one port, at once; none for a port that
+   * has none. `logicalFap` is the number of the port's chip towards the layer-2 tables.
+   */
+  virtual IngVlanRangeParam getIngVlanRangeEntry(std::uint16_t logicalFap,
+                                                 std::uint32_t logicalPort) = 0;
 };
 
 }  // namespace KorvoL2

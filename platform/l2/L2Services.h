@@ -7,6 +7,7 @@
 #include <cstdint>
 
 #include "platform/base/Entity.h"
+#include "platform/l2/VxlanRecords.h"
 #include "platform/types/EthAddr.h"
 #include "platform/types/VlanId.h"
 
@@ -61,10 +62,14 @@ class KorvoL2FlexCounter : public Qel::Entity {
   virtual void showVniFlexCountersValues(std::uint32_t socket, CounterDirection direction) = 0;
 };
 
-/** The VXLAN state machine of the unicast agent. */
+/** The VXLAN state machine of the unicast agent, with the records that it keeps; none is null. */
 class VxlanL2Sm : public Qel::Entity {
  public:
   virtual void showSoftwareVxlanDebugInfo(std::uint32_t socket) = 0;
+  virtual Qel::Ptr<const VxlanL2State> vxlanL2State() const = 0;
+  virtual Qel::Ptr<const VxlanL3Config> vxlanL3Config() const = 0;
+  virtual Qel::Ptr<const VxlanL3Status> vxlanL3Status() const = 0;
+  virtual Qel::Ptr<const VxlanCapabilities> vxlanCapabilities() const = 0;
 };
 
 /** Allocates source virtual ports. */

@@ -25,6 +25,15 @@ class MacTblShadow : public Qel::Entity {
   /** The entries by (VLAN, MAC address), or null while the shadow has no collection yet. */
   virtual const MacEntryCollection* macEntry() const = 0;
 
+  /** The modules that hold the entry of `key`, bit n for module n; 0 without such an entry. */
+  virtual std::uint64_t getModBitmap(const Bridging::MacVlanPair& key) const {
+    const MacEntryCollection* const entries = macEntry();
+    const MacEntry* const entry = entries == nullptr ? nullptr : entries->find(key);
+    return entry == nullptr ? 0 : entry->modBitmap;
+  }
+  /** The bitmap of an entry that every module holds; 0 while no module is known. */
+  virtual std::uint64_t refModBitmap() const { return 0; }
+
   /**
    * Prints one entry. In text, one line under the heads of the dump: cells right-aligned to end at
    * columns 8, 24, 36, 46, 70, 82, 94, 100 and 108 (vlan, mac address, interface, mcastId, type,

@@ -6,7 +6,10 @@
 
 #include "platform/base/Entity.h"
 #include "platform/collections/KeyedCollection.h"
+#include "platform/l2/FeatureAgentCommonSmData.h"
 #include "platform/l2/L2Services.h"
+#include "platform/l2/VlanXlateRecords.h"
+#include "platform/l2/VxlanRecords.h"
 #include "platform/types/IntfId.h"
 #include "platform/types/MacVlanPair.h"
 
@@ -22,8 +25,6 @@ struct SwitchportConfig {
 };
 
 using RemoteMacCollection = Qel::KeyedCollection<Bridging::MacVlanPair, RemoteMacEntry>;
-/** Member interface to the port-channel that it is a member of. */
-using LagMembershipCollection = Qel::KeyedCollection<Bridging::IntfId, Bridging::IntfId>;
 using SwitchportConfigCollection = Qel::KeyedCollection<Bridging::IntfId, SwitchportConfig>;
 
 /** What commands ask of the unicast agent. Objects that it does not have are null. */
@@ -39,6 +40,16 @@ class UnicastAgent : public Qel::Entity {
   virtual KorvoRouterMacSm* routerMacSm() const { return nullptr; }
   virtual VlanXlate2Manager* vlanXlate2Manager() const { return nullptr; }
   virtual EgrVlanXlateQuorraManager* egrVlanXlateManager() const { return nullptr; }
+  virtual VlanXlateSm* vlanXlateSm() const { return nullptr; }
+  virtual IngVlanRangeSm* ingVlanRangeSm() const { return nullptr; }
+
+  virtual Qel::Ptr<const FeatureAgentCommonSmData> featureAgentCommonSmData() const {
+    return nullptr;
+  }
+  virtual Qel::Ptr<const KorvoL3::RoutingStatus> routingStatus() const { return nullptr; }
+  virtual Qel::Ptr<const VlanSvpConfigDir> vlanSvpConfigDir() const { return nullptr; }
+  /** The interface through which routed VXLAN frames pass a second time; the default for none. */
+  virtual Bridging::IntfId recircIntf() const { return {}; }
 
   virtual const RemoteMacCollection& remoteMac() const = 0;
   virtual const LagMembershipCollection& lagMembership() const = 0;

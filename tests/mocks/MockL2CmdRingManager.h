@@ -33,6 +33,8 @@ class MockL2CmdRingManager : public L2CmdRingManager {
   MOCK_METHOD(Qel::Ptr<ShadowTable>, evtapTable, (), (override));
   MOCK_METHOD(Qel::Ptr<ShadowTable>, ivtapTable, (), (override));
   MOCK_METHOD(Qel::Ptr<ShadowTable>, sourceVpTable, (), (override));
+  MOCK_METHOD(IngVlanRangeParam, getIngVlanRangeEntry,
+              (std::uint16_t logicalFap, std::uint32_t logicalPort), (override));
 };
 
 }  // namespace KorvoL2::Testing

@@ -66,6 +66,10 @@ class MockVxlanL2Sm : public VxlanL2Sm {
   MockVxlanL2Sm();
   ~MockVxlanL2Sm() override;
   MOCK_METHOD(void, showSoftwareVxlanDebugInfo, (std::uint32_t socket), (override));
+  MOCK_METHOD(Qel::Ptr<const VxlanL2State>, vxlanL2State, (), (const, override));
+  MOCK_METHOD(Qel::Ptr<const VxlanL3Config>, vxlanL3Config, (), (const, override));
+  MOCK_METHOD(Qel::Ptr<const VxlanL3Status>, vxlanL3Status, (), (const, override));
+  MOCK_METHOD(Qel::Ptr<const VxlanCapabilities>, vxlanCapabilities, (), (const, override));
 };
 
 class MockSvpManager : public SvpManager {

@@ -21,6 +21,13 @@ class MockUnicastAgent : public UnicastAgent {
   MOCK_METHOD(KorvoRouterMacSm*, routerMacSm, (), (const, override));
   MOCK_METHOD(VlanXlate2Manager*, vlanXlate2Manager, (), (const, override));
   MOCK_METHOD(EgrVlanXlateQuorraManager*, egrVlanXlateManager, (), (const, override));
+  MOCK_METHOD(VlanXlateSm*, vlanXlateSm, (), (const, override));
+  MOCK_METHOD(IngVlanRangeSm*, ingVlanRangeSm, (), (const, override));
+  MOCK_METHOD(Qel::Ptr<const FeatureAgentCommonSmData>, featureAgentCommonSmData, (),
+              (const, override));
+  MOCK_METHOD(Qel::Ptr<const KorvoL3::RoutingStatus>, routingStatus, (), (const, override));
+  MOCK_METHOD(Qel::Ptr<const VlanSvpConfigDir>, vlanSvpConfigDir, (), (const, override));
+  MOCK_METHOD(Bridging::IntfId, recircIntf, (), (const, override));
   MOCK_METHOD(const RemoteMacCollection&, remoteMac, (), (const, override));
   MOCK_METHOD(const LagMembershipCollection&, lagMembership, (), (const, override));
   MOCK_METHOD(const SwitchportConfigCollection&, switchportConfig, (), (const, override));
