@@ -31,3 +31,34 @@ function(korvo_add_test)
     DISCOVERY_TIMEOUT 120
     PROPERTIES ${properties})
 endfunction()
+
+# korvo_add_python_tests(NAME name [ENVIRONMENT variable=value...])
+#
+# Registers each test of the unittest modules test_*.py of the current folder with ctest as
+# "name.module.Class.test", with the label `name`. They find the build in KORVO_BUILD_DIR and the
+# sanitizers that it was built with in KORVO_SANITIZED.
+function(korvo_add_python_tests)
+  cmake_parse_arguments(PARSE_ARGV 0 arg "" "NAME" "ENVIRONMENT")
+  if(NOT arg_NAME OR arg_UNPARSED_ARGUMENTS)
+    message(FATAL_ERROR "korvo_add_python_tests(NAME name [ENVIRONMENT variable=value...])")
+  endif()
+  set(lister "${PROJECT_SOURCE_DIR}/cmake/ListPythonTests.py")
+  file(GLOB modules CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/test_*.py")
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${modules} "${lister}")
+  execute_process(
+    COMMAND "${KORVO_PYTHON}" "${lister}" "${CMAKE_CURRENT_SOURCE_DIR}"
+    OUTPUT_VARIABLE tests OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+  string(REPLACE "\n" ";" tests "${tests}")
+  set(environment "KORVO_BUILD_DIR=${CMAKE_BINARY_DIR}" "KORVO_SANITIZED=${KORVO_SANITIZE}"
+    ${arg_ENVIRONMENT})
+  foreach(test IN LISTS tests)
+    add_test(NAME "${arg_NAME}.${test}"
+      COMMAND "${KORVO_PYTHON}" -B -m unittest "${test}"
+      WORKING_DIRECTORY "${CMAKE_CURRENT_SOURCE_DIR}")
+    set_tests_properties("${arg_NAME}.${test}" PROPERTIES
+      TIMEOUT 120
+      LABELS "${arg_NAME}"
+      SKIP_REGULAR_EXPRESSION "OK \\(skipped=1\\)"
+      ENVIRONMENT "${environment}")
+  endforeach()
+endfunction()
