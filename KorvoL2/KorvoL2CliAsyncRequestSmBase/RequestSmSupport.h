@@ -15,6 +15,13 @@ Qel::Ptr<Sm> createRequestSm(Args&&... args) {
   return sm;
 }
 
+/** `record`, or an empty one for null: a dump of a table that is not there is one of no rows. */
+template <class Record>
+Qel::Ptr<const Record> recordOrEmpty(Qel::Ptr<const Record> record) {
+  if (record == nullptr) return Qel::makePtr<Record>();
+  return record;
+}
+
 /** The common end of all executionComplete(): hand everything to the socket, then say so. */
 inline void finishRequest(AgentCommand::AgentAsyncCommandRequestSm& sm) {
   sm.renderer().ioflush();

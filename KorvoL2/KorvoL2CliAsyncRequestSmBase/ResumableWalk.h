@@ -9,11 +9,12 @@
 //  - The bookmark is a key, the next row's. If that entry goes meanwhile, the walk continues with
 //    the one that would have followed it.
 //  - shouldYield() is asked after every printed row and only then: skipped rows never end a slice.
+//    An entry that took work and printed nothing (silent) ends it when its time is spent.
 //  - A slice that runs out right after the last row of the table says so; what follows then is the
 //    dump's to choose, most of them are done.
-//  - The walk ends, even if entries are added ahead of it faster than it prints: once it has
-//    printed as many rows as the collection held when the walk began, it passes over entries
-//    younger than the walk. What remains is finite, for nothing can join it.
+//  - The walk ends, even if entries are added ahead of it faster than it prints: once it has come
+//    by as many rows, printed or silent, as the collection held when the walk began, it passes over
+//    entries younger than the walk. What remains is finite, for nothing can join it.
 //  - A collection that is found corrupted is told so, and the walk ends as if it were exhausted.
 //
 // Threading: the agent's event-loop thread only.
@@ -37,7 +38,11 @@ enum class WalkEnd : std::uint8_t {
 };
 
 /** What became of one entry of a walked table. */
-enum class RowOutcome : std::uint8_t { printed, skipped };
+enum class RowOutcome : std::uint8_t {
+  printed,
+  skipped,  ///< not one of the walk's rows; costs next to nothing
+  silent,   ///< printed nothing, but took work: many of them in a row fill a slice, too
+};
 
 template <class Collection>
 class ResumableWalk {
@@ -47,7 +52,11 @@ class ResumableWalk {
 
   /** The key of the next row, as the last slice left it; all zero before. */
   const Key& bookmark() const noexcept { return bookmark_; }
-  void bookmarkIs(const Key& key) { bookmark_ = key; }
+  /** The next slice, or the first, starts at `key`. */
+  void bookmarkIs(const Key& key) {
+    bookmark_ = key;
+    placed_ = true;
+  }
   /** Whether the first slice has begun. */
   bool started() const noexcept { return started_; }
   /** Back to the state of a new walk, for the next pass over the collection. */
@@ -63,16 +72,17 @@ class ResumableWalk {
     try {
       auto it = position(collection);
       for (; it != collection.end(); ++it) {
-        if (printed_ >= rowsAtStart_ && collection.born(it) > insertionsAtStart_) [[unlikely]] {
+        if (visited_ >= rowsAtStart_ && collection.born(it) > insertionsAtStart_) [[unlikely]] {
           continue;
         }
-        if (row(*it) == RowOutcome::skipped) continue;
-        ++printed_;
-        if (sm.shouldYield()) {
+        const RowOutcome outcome = row(*it);
+        if (outcome == RowOutcome::skipped) continue;
+        ++visited_;
+        if (outcome == RowOutcome::printed ? sm.shouldYield() : sm.timeSpent()) {
           QEL_TRACE(trace(), 8, "Yielding Cpu");
           ++it;
           if (it == collection.end()) return WalkEnd::yieldedAtEnd;
-          bookmark_ = it->key;
+          bookmarkIs(it->key);
           return WalkEnd::yielded;
         }
       }
@@ -84,18 +94,20 @@ class ResumableWalk {
 
  private:
   typename Collection::const_iterator position(const Collection& collection) {
-    if (started_) return collection.lowerBound(bookmark_);
-    started_ = true;
-    rowsAtStart_ = collection.size();
-    insertionsAtStart_ = collection.insertions();
-    return collection.begin();
+    if (!started_) {
+      started_ = true;
+      rowsAtStart_ = collection.size();
+      insertionsAtStart_ = collection.insertions();
+    }
+    return placed_ ? collection.lowerBound(bookmark_) : collection.begin();
   }
 
   Key bookmark_{};
-  std::uint64_t printed_ = 0;
+  std::uint64_t visited_ = 0;
   std::uint64_t rowsAtStart_ = 0;
   Qel::Insertions insertionsAtStart_ = 0;
   bool started_ = false;
+  bool placed_ = false;  // the bookmark is a place to start at
 };
 
 }  // namespace KorvoL2

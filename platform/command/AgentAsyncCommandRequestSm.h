@@ -13,6 +13,8 @@
 //    also when the slice has filled its output window or the socket takes no more, so that a
 //    reader that is slow or gone costs bounded memory and a slice that prints fast stays short.
 //  - It is asked after a row, so every slice prints at least one, whatever the clock does.
+//  - A walk that comes by long stretches of entries that print nothing asks timeSpent() there: it
+//    heeds the time alone and counts no row, so that it changes nothing about what is printed.
 //  - An exception that leaves runCommand() ends the request; the machine is not called again.
 //
 // Threading: the agent's event-loop thread only.
@@ -47,6 +49,11 @@ class AgentAsyncCommandRequestSm : public Qel::Entity {
     buffer_->unitEnd();
     return buffer_->sliceFull() || rowsInSlice_ == policy_.rowBudget || timer_.spent();
   }
+  /**
+   * Whether the slice has run longer than maxRunTime; asked instead of shouldYield() where nothing
+   * was printed.
+   */
+  bool timeSpent() { return timer_.spent(); }
   /** The body of a slice; a machine overrides it. `format` is a Rendering::OutputFormat. */
   virtual void handleAsyncCommand(std::uint32_t socket, std::uint32_t format);
 

@@ -301,5 +301,19 @@ TEST(AgentCommandRequestTest, NeedsARenderer) {
       Qel::AssertionException);
 }
 
+TEST_F(RequestSmTest, AskedWhereNothingWasPrintedOnlyTimeEndsASliceAndNoRowIsCounted) {
+  const auto sm = make(3);
+  sm->slicePolicyIs({.outputWindow = 1, .rowBudget = 1});
+  std::vector<bool> answers;
+  sm->whileRow = [&](int) {
+    answers.push_back(sm->timeSpent());
+    clock_->advance(kBudget + 1ns);
+    answers.push_back(sm->timeSpent());
+  };
+  EXPECT_EQ(run(*sm), (Slices{1, 1, 1}));
+  EXPECT_EQ(answers, (std::vector<bool>{false, true, false, true, false, true}));
+  EXPECT_EQ(sm->rows(), 3U);
+}
+
 }  // namespace
 }  // namespace AgentCommand
