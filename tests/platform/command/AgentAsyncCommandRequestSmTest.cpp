@@ -310,7 +310,7 @@ TEST_F(RequestSmTest, AskedWhereNothingWasPrintedOnlyTimeEndsASliceAndNoRowIsCou
     clock_->advance(kBudget + 1ns);
     answers.push_back(sm->timeSpent());
   };
-  EXPECT_EQ(run(*sm), (Slices{1, 1, 1}));
+  EXPECT_EQ(run(*sm), (Slices{1, 1, 1, 0}));
   EXPECT_EQ(answers, (std::vector<bool>{false, true, false, true, false, true}));
   EXPECT_EQ(sm->rows(), 3U);
 }
