@@ -25,11 +25,12 @@ struct Section {
   void (*measure)(const Settings&, Report&);
 };
 
-constexpr std::array<Section, 7> kSections{{
+constexpr std::array<Section, 8> kSections{{
     {"dumps", compareDumps},
     {"growth", measureGrowth},
     {"slices", measureSlices},
     {"short-commands", measureShortCommands},
+    {"hardware", measureHardwareTables},
     {"memory", measureMemory},
     {"resuming", measureResuming},
     {"start", measureStart},

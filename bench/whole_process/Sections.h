@@ -14,6 +14,8 @@ void measureGrowth(const Settings& settings, Report& report);
 void measureSlices(const Settings& settings, Report& report);
 /** How long a short command takes while other clients dump. */
 void measureShortCommands(const Settings& settings, Report& report);
+/** Dumps and checks of the chips' tables, and short commands meanwhile. */
+void measureHardwareTables(const Settings& settings, Report& report);
 /** What a dump adds to the agent's memory. */
 void measureMemory(const Settings& settings, Report& report);
 /** What a slice costs besides its rows. */
