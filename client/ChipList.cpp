@@ -77,15 +77,21 @@ std::string allChips(const std::vector<Chip>& chips) {
   return list;
 }
 
+Result<std::string> resolveChip(std::string_view wanted, const std::vector<Chip>& chips) {
+  const std::optional<std::uint32_t> id = findChip(wanted, chips);
+  return id ? Result<std::string>(fmt::format("{}", *id))
+            : Problem{ExitStatus::kUsage,
+                      fmt::format("there is no chip '{}'; {}", shown(wanted), knownChips(chips))};
+}
+
 Result<std::string> resolveChips(std::string_view wanted, const std::vector<Chip>& chips) {
   std::string list;
   for (const std::string_view piece : split(wanted, ',')) {
-    const std::optional<std::uint32_t> id = findChip(piece, chips);
-    if (!id) {
-      return Problem{ExitStatus::kUsage,
-                     fmt::format("there is no chip '{}'; {}", shown(piece), knownChips(chips))};
+    Result<std::string> chip = resolveChip(piece, chips);
+    if (problemOf(chip) != nullptr) {
+      return chip;
     }
-    list += fmt::format("{}{}", list.empty() ? "" : ",", *id);
+    list += fmt::format("{}{}", list.empty() ? "" : ",", std::get<std::string>(chip));
   }
   return list;
 }

@@ -33,4 +33,8 @@ inline constexpr std::uint32_t kMaxChipId = 127;
 [[nodiscard]] Result<std::string> resolveChips(std::string_view wanted,
                                                const std::vector<Chip>& chips);
 
+// The same for a single chip, which may have commas in its name.
+[[nodiscard]] Result<std::string> resolveChip(std::string_view wanted,
+                                              const std::vector<Chip>& chips);
+
 }  // namespace KorvoCtl

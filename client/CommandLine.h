@@ -30,18 +30,16 @@ struct Invocation {
   CommonOptions options;
 };
 
-// Nothing to run: a text for standard output (help, version, reference).
+// Nothing to run: a text for standard output (help, version, completion).
 struct Answer {
   std::string text;
 };
 
 using CommandLine = std::variant<Invocation, Answer, Problem>;
 
-// words: without the program's name. defaultSocket: used where the words name none.
+// words: without the program's name. defaultSocket: used where the words name none. Whatever can be
+// told to be wrong without the agent is a problem.
 [[nodiscard]] CommandLine parseCommandLine(std::span<const std::string> words,
                                            const std::string& defaultSocket);
-
-// Every command with its options and an example, as Markdown.
-[[nodiscard]] std::string commandReference();
 
 }  // namespace KorvoCtl

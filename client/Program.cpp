@@ -59,12 +59,10 @@ class Command {
 
   RunResult run() {
     Arguments arguments = invocation_.arguments;
-    if (invocation_.row->chips) {
-      Result<std::string> chips = chipNumbers(arguments.chips);
-      if (const Problem* problem = problemOf(chips)) {
+    if (const CommandOption* option = chipOption(*invocation_.row)) {
+      if (const std::optional<Problem> problem = resolveChipsOf(*option, arguments)) {
         return fail(surroundings_, *problem);
       }
-      arguments.chips = std::move(std::get<std::string>(chips));
     }
     const Result<Request> request = invocation_.row->build(*invocation_.row, arguments);
     if (const Problem* problem = problemOf(request)) {
@@ -74,21 +72,38 @@ class Command {
   }
 
  private:
-  // Asks the agent which chips there are: for all of them where none are named, and otherwise to
-  // turn names into numbers and to notice a chip that does not exist.
-  Result<std::string> chipNumbers(const std::optional<std::string>& wanted) {
+  // Turns names into numbers, and notices a chip that does not exist. A command for a list of chips
+  // of which none are named is for all of them.
+  std::optional<Problem> resolveChipsOf(const CommandOption& option, Arguments& arguments) {
+    const auto given = arguments.options.find(option.name);
+    const bool isGiven = given != arguments.options.end();
+    if (!isGiven && option.kind != ValueKind::kChips) {
+      return std::nullopt;
+    }
+    const Result<std::vector<Chip>> answer = askForChips();
+    if (const Problem* problem = problemOf(answer)) {
+      return *problem;
+    }
+    const auto& chips = std::get<std::vector<Chip>>(answer);
+    Result<std::string> numbers = isGiven && option.kind == ValueKind::kChip
+                                      ? resolveChip(given->second, chips)
+                                  : isGiven ? resolveChips(given->second, chips)
+                                            : allChips(chips);
+    if (Problem* problem = std::get_if<Problem>(&numbers)) {
+      return std::move(*problem);
+    }
+    arguments.options.insert_or_assign(option.name, std::get<std::string>(std::move(numbers)));
+    return std::nullopt;
+  }
+
+  Result<std::vector<Chip>> askForChips() {
     StringSink sink(kMaxChipsAnswer);
     const Outcome outcome =
         Exchange(exchange_, sink, progress_).run({Entry::kAgent, Format::kJson, "chips"});
     if (outcome.status != ExitStatus::kOk) {
       return Problem{outcome.status, outcome.message};
     }
-    const Result<std::vector<Chip>> chips = parseChips(sink.text());
-    if (const Problem* problem = problemOf(chips)) {
-      return *problem;
-    }
-    const auto& list = std::get<std::vector<Chip>>(chips);
-    return wanted ? resolveChips(*wanted, list) : allChips(list);
+    return parseChips(sink.text());
   }
 
   RunResult copyAnswer(const Request& request) {
@@ -101,6 +116,9 @@ class Command {
     }
     if (outcome.status != ExitStatus::kOk) {
       return fail(surroundings_, {outcome.status, outcome.message});
+    }
+    if (outcome.received == 0 && !invocation_.row->whenEmpty.empty()) {
+      complain(surroundings_, invocation_.row->whenEmpty);
     }
     return isCheck ? verdictOf(findings) : RunResult{};
   }
@@ -135,7 +153,11 @@ RunResult run(std::span<const std::string> words, const Surroundings& surroundin
   if (const Answer* answer = std::get_if<Answer>(&line)) {
     return print(surroundings, answer->text);
   }
-  return Command(std::get<Invocation>(line), surroundings).run();
+  const auto& invocation = std::get<Invocation>(line);
+  if (invocation.row->local != nullptr) {
+    return print(surroundings, invocation.row->local(invocation.arguments.json));
+  }
+  return Command(invocation, surroundings).run();
 }
 
 }  // namespace KorvoCtl

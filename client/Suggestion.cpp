@@ -26,6 +26,40 @@ std::size_t matches(std::span<const std::string_view> typed,
   return best.back();
 }
 
+bool equalWithoutCase(char a, char b) {
+  const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; };
+  return lower(a) == lower(b);
+}
+
+// Whether a word is what goes to the agent for a row: a keyword, perhaps with arguments behind, or
+// the part of one behind its '+'.
+bool isKeywordOf(const CommandRow& row, std::string_view word) {
+  const auto begins = [&](std::string_view keyword) {
+    return !keyword.empty() && keyword.size() <= word.size() &&
+           std::equal(keyword.begin(), keyword.end(), word.begin(), &equalWithoutCase);
+  };
+  const std::size_t plus = row.keyword.find('+');
+  if (plus != std::string_view::npos && row.keyword.size() - plus - 1 == word.size() &&
+      begins(row.keyword.substr(plus + 1))) {
+    return true;
+  }
+  return begins(row.keyword) ||
+         std::any_of(row.options.begin(), row.options.end(), [&](const CommandOption& option) {
+           return option.replacesKeyword && begins(option.text);
+         });
+}
+
+// The row of which the word is the keyword; the longest one, where several begin it.
+const CommandRow* rowOfKeyword(std::string_view word) {
+  const CommandRow* best = nullptr;
+  for (const CommandRow& row : commandTable()) {
+    if (isKeywordOf(row, word) && (best == nullptr || row.keyword.size() > best->keyword.size())) {
+      best = &row;
+    }
+  }
+  return best;
+}
+
 }  // namespace
 
 std::size_t editDistance(std::string_view a, std::string_view b) {
@@ -59,6 +93,10 @@ bool isNear(std::string_view typed, std::string_view meant) {
 std::vector<std::string_view> suggestCommands(std::span<const std::string_view> typed,
                                               std::string_view unknown) {
   std::vector<std::string_view> suggestions;
+  if (const CommandRow* row = rowOfKeyword(unknown)) {
+    suggestions.push_back(row->path);
+    return suggestions;
+  }
   std::size_t best = 0;
   for (const CommandRow& row : commandTable()) {
     const std::vector<std::string_view> path = wordsOf(row.path);

@@ -1,6 +1,9 @@
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <set>
 #include <sstream>
 #include <string>
 #include <variant>
@@ -65,38 +68,135 @@ TEST(CommandLineTest, EveryRowsExampleIsACommandLineThatRunsIt) {
   }
 }
 
+// A value that is right for an option or an argument.
+std::string goodValue(ValueKind kind) {
+  switch (kind) {
+    case ValueKind::kMac:
+      return "0001.0002.0003";
+    case ValueKind::kInterface:
+      return "Ethernet3/1";
+    default:
+      return "7";
+  }
+}
+
+// The row's words with an argument for each positional and with every needed option.
+std::string leastLine(const CommandRow& row) {
+  std::string words(row.path);
+  for (const Positional& positional : row.positionals) {
+    words += " " + goodValue(positional.kind);
+  }
+  unsigned satisfied = 0;
+  for (const CommandOption& option : row.options) {
+    if (option.needed && (option.choice == 0 || option.choice != satisfied)) {
+      words += fmt::format(" {} {}", option.name, goodValue(option.kind));
+      satisfied = option.choice;
+    }
+  }
+  return words;
+}
+
+std::set<std::string_view> allOptionNames() {
+  std::set<std::string_view> names;
+  for (const CommandRow& row : commandTable()) {
+    for (const CommandOption& option : row.options) {
+      names.insert(option.name);
+    }
+  }
+  return names;
+}
+
 TEST(CommandLineTest, EveryRowTakesWhatItSaysAndNothingElse) {
   for (const CommandRow& row : commandTable()) {
     if (row.build == &rawRequest) {
       continue;
     }
-    std::string words(row.path);
-    for (std::size_t i = 0; i < row.positionals.size(); ++i) {
-      words += " 7";
-    }
+    const std::string words = leastLine(row);
     EXPECT_EQ(invocationOf(parse(words)).row, &row);
-    EXPECT_EQ(problemIn(words + " --json") == "no problem", row.json) << row.path;
-    EXPECT_EQ(problemIn(words + " --detail") == "no problem", row.detail) << row.path;
-    EXPECT_EQ(problemIn(words + " --chip 0") == "no problem", row.chips) << row.path;
+    EXPECT_EQ(problemIn(words + " --json") == "no problem", row.takesJson()) << row.path;
     EXPECT_THAT(problemIn(words + " --weather"), HasSubstr("--weather")) << row.path;
     EXPECT_THAT(problemIn(words + " surplus"), HasSubstr("'surplus'")) << row.path;
+    for (const std::string_view name : allOptionNames()) {
+      const bool isOfRow = std::any_of(row.options.begin(), row.options.end(),
+                                       [&](const auto& option) { return option.name == name; });
+      if (!isOfRow) {
+        EXPECT_THAT(problemIn(fmt::format("{} {}=7", words, name)), HasSubstr(name)) << row.path;
+      }
+    }
   }
 }
 
-TEST(CommandLineTest, OptionsReachTheArguments) {
-  const auto plain = invocationOf(parse("show mac hardware"));
-  EXPECT_FALSE(plain.arguments.json);
-  EXPECT_FALSE(plain.arguments.detail);
-  EXPECT_EQ(plain.arguments.chips, std::nullopt);
-  const auto full = invocationOf(parse("show mac hardware --json --chip 0,1 --detail"));
-  EXPECT_TRUE(full.arguments.json);
-  EXPECT_TRUE(full.arguments.detail);
-  EXPECT_EQ(full.arguments.chips, "0,1");
+TEST(CommandLineTest, EveryOptionOfEveryRowReachesTheArguments) {
+  for (const CommandRow& row : commandTable()) {
+    for (const CommandOption& option : row.options) {
+      std::string words(row.path);
+      for (const Positional& positional : row.positionals) {
+        words += " " + goodValue(positional.kind);
+      }
+      for (const CommandOption& other : row.options) {
+        if (&other != &option && other.needed &&
+            (other.choice == 0 || other.choice != option.choice)) {
+          words += fmt::format(" {} {}", other.name, goodValue(other.kind));
+        }
+      }
+      const bool isFlag = option.kind == ValueKind::kNone;
+      const std::string value = isFlag ? "" : goodValue(option.kind);
+      words += fmt::format(" {} {}", option.name, value);
+      const Arguments arguments = invocationOf(parse(words)).arguments;
+      ASSERT_TRUE(arguments.options.contains(option.name)) << words;
+      EXPECT_EQ(arguments.options.at(option.name), value) << words;
+    }
+  }
+}
+
+TEST(CommandLineTest, OptionsThatAreNotGivenAreAbsent) {
+  EXPECT_THAT(invocationOf(parse("show mac hardware")).arguments.options, IsEmpty());
+  EXPECT_FALSE(invocationOf(parse("show mac hardware")).arguments.json);
+}
+
+TEST(CommandLineTest, OptionsThatExcludeEachOtherAreNotTakenTogether) {
+  for (const char* line : {"show router-mac --vlan 1 --mac 0001.0002.0003",
+                           "show multicast groups hardware --differences --index 1",
+                           "show vxlan destination 0001.0002.0003 --vlan 1 --interface Et1",
+                           "show shadow vfi --all --entry 1"}) {
+    EXPECT_THAT(problemIn(line), HasSubstr("exclude each other")) << line;
+  }
+}
+
+TEST(CommandLineTest, NeededOptionsAreAskedFor) {
+  EXPECT_THAT(problemIn("show vxlan destination 0001.0002.0003"),
+              HasSubstr("needs --vlan N or --interface INTERFACE"));
+  EXPECT_THAT(problemIn("show shadow egress-vlan-xlate"), HasSubstr("needs --chip CHIP"));
+  EXPECT_THAT(problemIn("show vxlan destination --vlan 1"), HasSubstr("MAC is required"));
+}
+
+TEST(CommandLineTest, ValuesAreCheckedBeforeAnythingIsSent) {
+  for (const char* line :
+       {"show router-mac --vlan 0", "show router-mac --vlan 4095", "show router-mac --vlan ten",
+        "show router-mac --vlan", "show router-mac --vlan 1 --vlan 2"}) {
+    EXPECT_THAT(problemIn(line), AllOf(HasSubstr("--vlan"), EndsWith("router-mac --help'.\n")))
+        << line;
+  }
+  EXPECT_THAT(problemIn("show router-mac --mac 1.2.3"), HasSubstr("hhhh.hhhh.hhhh"));
+  EXPECT_THAT(problemIn("show vxlan destination nonsense --vlan 1"), HasSubstr("'nonsense'"));
+  EXPECT_THAT(problemIn("show vxlan destination 0001.0002.0003 --interface a,vlan-id=1"),
+              HasSubstr("--interface"));
+  EXPECT_THAT(problemIn("show multicast groups hardware --index 4294967296"),
+              HasSubstr("from 0 to 4294967295"));
+  for (const char* word : {"x", "7x", "99999999999999999999"}) {
+    EXPECT_THAT(problemIn(std::string("agent cancel ") + word), HasSubstr(word));
+  }
+}
+
+TEST(CommandLineTest, TextOnlyCommandsSayThatTheyAre) {
+  EXPECT_THAT(problemIn("show vlan vfi --json"), HasSubstr("answers in text only"));
+  EXPECT_THAT(problemIn("show vlan translation egress --json"), HasSubstr("answers in text only"));
 }
 
 TEST(CommandLineTest, ChipsMayBeGivenOneByOne) {
-  EXPECT_EQ(invocationOf(parse("check mac diff --chip 0 --chip=Korvo1,2")).arguments.chips,
-            "0,Korvo1,2");
+  EXPECT_EQ(
+      invocationOf(parse("check mac diff --chip 0 --chip=Korvo1,2")).arguments.options.at("--chip"),
+      "0,Korvo1,2");
 }
 
 TEST(CommandLineTest, ChipOptionTakesOneWordOnly) {
@@ -160,7 +260,8 @@ TEST(CommandLineTest, CommandThatBeginsAnotherOneIsACommandItself) {
   EXPECT_EQ(invocationOf(parse("show vxlan vlan summary")).row->path, "show vxlan vlan summary");
   EXPECT_TRUE(invocationOf(parse("show vxlan vlan --json summary")).arguments.json);
   // The summary has no detail; it must not get lost in silence.
-  EXPECT_THAT(problemIn("show vxlan vlan --detail summary"), HasSubstr("show vxlan vlan summary"));
+  EXPECT_THAT(problemIn("show vxlan vlan --detail summary"),
+              StartsWith("'show vxlan vlan summary' has no option --detail"));
 }
 
 TEST(CommandLineTest, NoCommandListsThemAll) {
@@ -230,8 +331,11 @@ TEST(CommandLineTest, HelpOfEveryCommandShowsItsOptionsAndExample) {
     const std::string help = answerTo(std::string(row.path) + " --help");
     EXPECT_THAT(help, AllOf(StartsWith(std::string(row.summary) + ".\n"), HasSubstr(row.details),
                             HasSubstr(row.example), HasSubstr("--socket")));
-    EXPECT_EQ(help.find("--chip LIST ") != std::string::npos, row.chips) << help;
-    EXPECT_EQ(help.find("  --json ") != std::string::npos, row.json) << help;
+    EXPECT_THAT(help, HasSubstr("\nUsage: korvoctl " + usage(row) + "\n"));
+    for (const CommandOption& option : row.options) {
+      EXPECT_THAT(help, AllOf(HasSubstr("  " + withValue(option)), HasSubstr(option.help)));
+    }
+    EXPECT_EQ(help.find("  --json ") != std::string::npos, row.takesJson()) << help;
     EXPECT_EQ(help.find("\n\n\n"), std::string::npos) << help;
   }
 }
@@ -240,13 +344,9 @@ TEST(CommandLineTest, VersionIsOneLine) {
   EXPECT_THAT(answerTo("--version"), testing::MatchesRegex("korvoctl [0-9]+\\.[0-9]+\\.[0-9]+\n"));
 }
 
-TEST(CommandLineTest, ReferenceHoldsEveryCommand) {
-  const std::string reference = answerTo("--reference");
-  for (const CommandRow& row : commandTable()) {
-    EXPECT_THAT(reference, AllOf(HasSubstr("## " + std::string(row.path) + "\n"),
-                                 HasSubstr(row.summary), HasSubstr(row.example)));
-  }
-  EXPECT_EQ(reference, commandReference());
+TEST(CommandLineTest, ClearingSaysWhatItDoes) {
+  EXPECT_THAT(answerTo("clear multicast shadow --help"),
+              AllOf(HasSubstr("without asking"), HasSubstr("stay as they are")));
 }
 
 }  // namespace

@@ -184,7 +184,9 @@ TEST_F(ProgramTest, RawIsSentAsItIs) {
 
 TEST_F(ProgramTest, WrongUsageDoesNotReachTheAgent) {
   surroundings_.defaultSocket = "/nowhere/agent.sock";
-  for (const char* line : {"", "show", "weather", "raw plain", "agent cancel x", "--timeout x"}) {
+  for (const char* line : {"", "show", "weather", "raw plain", "agent cancel x", "--timeout x",
+                           "show router-mac --vlan 0", "check mac diff --vlan 1",
+                           "show shadow egress-vlan-xlate", "--completion fish"}) {
     EXPECT_EQ(runAlone(line), ExitStatus::kUsage) << line;
     EXPECT_EQ(out_, "");
     EXPECT_THAT(err_, StartsWith("korvoctl: ")) << line;
@@ -198,14 +200,49 @@ TEST_F(ProgramTest, MissingAgentIsToldWithThePath) {
   EXPECT_THAT(err_, StartsWith("korvoctl: no agent answers at /nowhere/agent.sock: "));
 }
 
-TEST_F(ProgramTest, HelpVersionAndReferenceGoToOutput) {
+TEST_F(ProgramTest, OneChipIsTurnedIntoItsNumber) {
+  EXPECT_EQ(run("show shadow vfi --chip Korvo1 --raw",
+                {FakeAgent::answers(kTwoChips), FakeAgent::answers("table\n")}),
+            ExitStatus::kOk);
+  EXPECT_THAT(requests_, ElementsAre("agent json chips", "plain text ShadowShow+VFI+CHIP+1+RAW"));
+  EXPECT_EQ(run("show shadow vfi --chip 0,1", {FakeAgent::answers(kTwoChips)}), ExitStatus::kUsage);
+  EXPECT_THAT(err_, HasSubstr("'0,1'"));
+}
+
+TEST_F(ProgramTest, AgentIsNotAskedForChipsThatNobodyNamed) {
+  EXPECT_EQ(run("show shadow vfi", {FakeAgent::answers("table\n")}), ExitStatus::kOk);
+  EXPECT_THAT(requests_, ElementsAre("plain text ShadowShow+VFI"));
+}
+
+TEST_F(ProgramTest, EmptyAnswerIsExplainedWhereItMeansSomething) {
+  const std::string line = "show vxlan destination 0001.0002.0003 --vlan 10";
+  EXPECT_EQ(run(line, {FakeAgent::answers("")}), ExitStatus::kOk);
+  EXPECT_EQ(out_, "");
+  EXPECT_THAT(err_, StartsWith("korvoctl: no tunnel"));
+  EXPECT_EQ(run(line, {FakeAgent::answers("7")}), ExitStatus::kOk);
+  EXPECT_EQ(out_, "7");
+  EXPECT_EQ(err_, "");
+  EXPECT_EQ(run("clear multicast shadow", {FakeAgent::answers("")}), ExitStatus::kOk);
+  EXPECT_EQ(err_, "");
+}
+
+TEST_F(ProgramTest, CommandsAreListedWithoutAnAgent) {
+  surroundings_.defaultSocket = "/nowhere/agent.sock";
+  EXPECT_EQ(runAlone("commands"), ExitStatus::kOk);
+  EXPECT_THAT(out_, StartsWith("COMMAND "));
+  EXPECT_EQ(runAlone("commands --json"), ExitStatus::kOk);
+  EXPECT_THAT(out_, StartsWith("{\"commands\":["));
+  EXPECT_EQ(err_, "");
+}
+
+TEST_F(ProgramTest, HelpVersionAndCompletionGoToOutput) {
   EXPECT_EQ(runAlone("--help"), ExitStatus::kOk);
   EXPECT_THAT(out_, HasSubstr("Usage: korvoctl"));
   EXPECT_EQ(err_, "");
   EXPECT_EQ(runAlone("--version"), ExitStatus::kOk);
   EXPECT_THAT(out_, StartsWith("korvoctl "));
-  EXPECT_EQ(runAlone("--reference"), ExitStatus::kOk);
-  EXPECT_THAT(out_, StartsWith("# korvoctl"));
+  EXPECT_EQ(runAlone("--completion bash"), ExitStatus::kOk);
+  EXPECT_THAT(out_, StartsWith("# bash completion for korvoctl"));
 }
 
 TEST_F(ProgramTest, AnswerThatCannotBeWrittenIsAFailure) {

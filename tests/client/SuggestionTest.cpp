@@ -46,6 +46,18 @@ TEST(SuggestionTest, RightWordBehindTheWrongOneLeadsToItsCommand) {
   EXPECT_THAT(suggest({"mac", "missing"}, "mac"), ElementsAre("check mac missing"));
 }
 
+TEST(SuggestionTest, KeywordOfTheAgentLeadsToItsCommand) {
+  EXPECT_THAT(suggest({"MACT_ALL"}, "MACT_ALL"), ElementsAre("show mac address-table"));
+  EXPECT_THAT(suggest({"show", "vlan_xlate_status_2"}, "vlan_xlate_status_2"),
+              ElementsAre("show vlan translation ingress stage-2"));
+  EXPECT_THAT(suggest({"HW_MCAST_MCIDX+5"}, "HW_MCAST_MCIDX+5"),
+              ElementsAre("show multicast groups hardware"));
+  EXPECT_THAT(suggest({"ShadowShow+EVTAP+RAW"}, "ShadowShow+EVTAP+RAW"),
+              ElementsAre("show shadow egress-tag-actions"));
+  EXPECT_THAT(suggest({"show", "shadow", "ivtap"}, "ivtap"),
+              ElementsAre("show shadow ingress-tag-actions"));
+}
+
 TEST(SuggestionTest, NothingNearGivesNoSuggestion) {
   EXPECT_THAT(suggest({"show", "weather"}, "weather"), IsEmpty());
 }

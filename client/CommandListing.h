@@ -1,0 +1,12 @@
+// The command table for people and for tools.
+#pragma once
+
+#include <string>
+
+namespace KorvoCtl {
+
+// Every command with the agent's entry and keyword that it stands for, in columns; where an option
+// stands for another keyword, a line with that option too. JSON: one document, a line.
+[[nodiscard]] std::string listCommands(bool json);
+
+}  // namespace KorvoCtl
