@@ -9,13 +9,17 @@
 //  - The bookmark is a key, the next row's. If that entry goes meanwhile, the walk continues with
 //    the one that would have followed it.
 //  - shouldYield() is asked after every printed row and only then: skipped rows never end a slice.
-//    An entry that took work and printed nothing (silent) ends it when its time is spent.
+//    An entry that took work and printed nothing (silent) ends it when its time is spent, or when
+//    very many of them came in one slice.
+//  - A row may itself stop in the middle (unfinished), where it has a walk inside: the slice ends,
+//    and the next one comes back to the same row.
 //  - A slice that runs out right after the last row of the table says so; what follows then is the
 //    dump's to choose, most of them are done.
 //  - The walk ends, even if entries are added ahead of it faster than it prints: once it has come
 //    by as many rows, printed or silent, as the collection held when the walk began, it passes over
 //    entries younger than the walk. What remains is finite, for nothing can join it.
 //  - A collection that is found corrupted is told so, and the walk ends as if it were exhausted.
+//    What a row throws passes on, be it that another collection is corrupted.
 //
 // Threading: the agent's event-loop thread only.
 #pragma once
@@ -40,8 +44,9 @@ enum class WalkEnd : std::uint8_t {
 /** What became of one entry of a walked table. */
 enum class RowOutcome : std::uint8_t {
   printed,
-  skipped,  ///< not one of the walk's rows; costs next to nothing
-  silent,   ///< printed nothing, but took work: many of them in a row fill a slice, too
+  skipped,     ///< not one of the walk's rows; costs next to nothing
+  silent,      ///< printed nothing, but took work: many of them in a row fill a slice, too
+  unfinished,  ///< the slice ends within the row; the walk resumes at it, not behind it
 };
 
 template <class Collection>
@@ -69,16 +74,23 @@ class ResumableWalk {
   template <class PrintRow>
   WalkEnd runSlice(const Collection& collection, AgentCommand::AgentAsyncCommandRequestSm& sm,
                    PrintRow&& row) {
+    bool inRow = false;
     try {
       auto it = position(collection);
       for (; it != collection.end(); ++it) {
         if (visited_ >= rowsAtStart_ && collection.born(it) > insertionsAtStart_) [[unlikely]] {
           continue;
         }
+        inRow = true;
         const RowOutcome outcome = row(*it);
+        inRow = false;
         if (outcome == RowOutcome::skipped) continue;
+        if (outcome == RowOutcome::unfinished) {
+          bookmarkIs(it->key);
+          return WalkEnd::yielded;
+        }
         ++visited_;
-        if (outcome == RowOutcome::printed ? sm.shouldYield() : sm.timeSpent()) {
+        if (outcome == RowOutcome::printed ? sm.shouldYield() : sm.shouldYieldSilent()) {
           QEL_TRACE(trace(), 8, "Yielding Cpu");
           ++it;
           if (it == collection.end()) return WalkEnd::yieldedAtEnd;
@@ -87,6 +99,7 @@ class ResumableWalk {
         }
       }
     } catch (const Qel::CorruptionException& e) {
+      if (inRow) throw;
       collection.corruptionDetected(e.what());
     }
     return WalkEnd::exhausted;

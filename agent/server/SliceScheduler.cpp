@@ -143,7 +143,7 @@ void SliceScheduler::stateIs(Job& job, Job::State state) {
 
 void SliceScheduler::runSlice(Job& job) {
   const Qel::Duration start = clock_->now();
-  const std::uint64_t rowsBefore = job.machine_->rows();
+  const std::uint64_t doneBefore = job.machine_->entriesDone();
   const std::uint64_t bytesBefore = job.output_->appended();
   bool ended = false;
   try {
@@ -158,7 +158,7 @@ void SliceScheduler::runSlice(Job& job) {
   ++job.slices_;
   job.worstSlice_ = std::max(job.worstSlice_, clock_->now() - start);
   job.idle_ =
-      !ended && job.machine_->rows() == rowsBefore && job.output_->appended() == bytesBefore;
+      !ended && job.machine_->entriesDone() == doneBefore && job.output_->appended() == bytesBefore;
   if (ended) releaseMachine(job);
   try {
     settle(job);

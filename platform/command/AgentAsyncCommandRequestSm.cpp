@@ -26,6 +26,7 @@ void AgentAsyncCommandRequestSm::runCommand() {
   QEL_ASSERT(!executionCompleteFlag_);
   ++slices_;
   rowsInSlice_ = 0;
+  silentInSlice_ = 0;
   buffer_->sliceBegin(policy_.outputWindow);
   timer_.start(*clock_, maxRunTime_);
   handleAsyncCommand(agentCommandRequest_->socket(), agentCommandRequest_->outputFormat());

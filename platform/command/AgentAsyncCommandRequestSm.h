@@ -13,8 +13,9 @@
 //    also when the slice has filled its output window or the socket takes no more, so that a
 //    reader that is slow or gone costs bounded memory and a slice that prints fast stays short.
 //  - It is asked after a row, so every slice prints at least one, whatever the clock does.
-//  - A walk that comes by long stretches of entries that print nothing asks timeSpent() there: it
-//    heeds the time alone and counts no row, so that it changes nothing about what is printed.
+//  - A walk that comes by long stretches of entries that print nothing asks shouldYieldSilent()
+//    there: it heeds the time and a number of entries and counts no row, so that it changes nothing
+//    about what is printed.
 //  - An exception that leaves runCommand() ends the request; the machine is not called again.
 //
 // Threading: the agent's event-loop thread only.
@@ -35,6 +36,11 @@ struct SlicePolicy {
   std::size_t outputWindow = std::size_t{256} * 1024;
   /** Rows that a slice may print before it yields; 0 is no limit. For tests and debugging. */
   std::uint32_t rowBudget = 0;
+  /**
+   * Entries that a slice may come by without printing before it yields; 0 is no limit. What the
+   * output window is to slices that print: one that does not stays a few milliseconds long, too.
+   */
+  std::uint32_t silentBudget = 16384;
 };
 
 class AgentAsyncCommandRequestSm : public Qel::Entity {
@@ -47,13 +53,14 @@ class AgentAsyncCommandRequestSm : public Qel::Entity {
     ++rows_;
     ++rowsInSlice_;
     buffer_->unitEnd();
-    return buffer_->sliceFull() || rowsInSlice_ == policy_.rowBudget || timer_.spent();
+    return buffer_->sliceFull() || reached(rowsInSlice_, policy_.rowBudget) || timer_.spent();
   }
-  /**
-   * Whether the slice has run longer than maxRunTime; asked instead of shouldYield() where nothing
-   * was printed.
-   */
-  bool timeSpent() { return timer_.spent(); }
+  /** The same where an entry took work and printed nothing; asked instead of shouldYield(). */
+  bool shouldYieldSilent() {
+    ++silentEntries_;
+    ++silentInSlice_;
+    return reached(silentInSlice_, policy_.silentBudget) || timer_.spent();
+  }
   /** The body of a slice; a machine overrides it. `format` is a Rendering::OutputFormat. */
   virtual void handleAsyncCommand(std::uint32_t socket, std::uint32_t format);
 
@@ -80,6 +87,8 @@ class AgentAsyncCommandRequestSm : public Qel::Entity {
 
   /** Rows printed, slices run, and the longest slice so far. */
   std::uint64_t rows() const noexcept { return rows_; }
+  /** Entries that took work, printed or silent; a slice that added none had nothing to do. */
+  std::uint64_t entriesDone() const noexcept { return rows_ + silentEntries_; }
   std::uint64_t slices() const noexcept { return slices_; }
   Qel::Duration worstSlice() const noexcept { return worstSlice_; }
 
@@ -95,6 +104,12 @@ class AgentAsyncCommandRequestSm : public Qel::Entity {
   ~AgentAsyncCommandRequestSm() override;
 
  private:
+  // Stays true once it is: a machine with a walk inside a walk asks twice after the inner one's
+  // end.
+  static constexpr bool reached(std::uint32_t count, std::uint32_t budget) noexcept {
+    return budget != 0 && count >= budget;
+  }
+
   std::string name_;
   Qel::Ptr<const AgentCommandRequest> agentCommandRequest_;
   Qel::Duration maxRunTime_;
@@ -103,9 +118,11 @@ class AgentAsyncCommandRequestSm : public Qel::Entity {
   Qel::BudgetTimer timer_;
   SlicePolicy policy_;
   std::uint64_t rows_ = 0;
+  std::uint64_t silentEntries_ = 0;
   std::uint64_t slices_ = 0;
   Qel::Duration worstSlice_{0};
   std::uint32_t rowsInSlice_ = 0;
+  std::uint32_t silentInSlice_ = 0;
   bool initialized_ = false;
   bool executionCompleteFlag_ = false;
 };

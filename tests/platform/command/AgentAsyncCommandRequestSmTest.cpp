@@ -306,13 +306,37 @@ TEST_F(RequestSmTest, AskedWhereNothingWasPrintedOnlyTimeEndsASliceAndNoRowIsCou
   sm->slicePolicyIs({.outputWindow = 1, .rowBudget = 1});
   std::vector<bool> answers;
   sm->whileRow = [&](int) {
-    answers.push_back(sm->timeSpent());
+    answers.push_back(sm->shouldYieldSilent());
     clock_->advance(kBudget + 1ns);
-    answers.push_back(sm->timeSpent());
+    answers.push_back(sm->shouldYieldSilent());
   };
   EXPECT_EQ(run(*sm), (Slices{1, 1, 1, 0}));
   EXPECT_EQ(answers, (std::vector<bool>{false, true, false, true, false, true}));
   EXPECT_EQ(sm->rows(), 3U);
+}
+
+TEST_F(RequestSmTest, AskedWhereNothingWasPrintedANumberOfEntriesEndsASliceToo) {
+  const auto sm = make(2);
+  sm->slicePolicyIs({.silentBudget = 2});
+  std::vector<bool> answers;
+  sm->whileRow = [&](int) {
+    for (int i = 0; i < 3; ++i) answers.push_back(sm->shouldYieldSilent());
+  };
+  EXPECT_EQ(run(*sm), (Slices{2}));
+  EXPECT_EQ(answers, (std::vector<bool>{false, true, true, true, true, true}));
+  EXPECT_EQ(sm->rows(), 2U);
+  EXPECT_EQ(sm->entriesDone(), 8U);
+}
+
+TEST_F(RequestSmTest, OnceTheRowsOfASliceAreSpentTheyStaySpent) {
+  const auto sm = make(1);
+  sm->slicePolicyIs({.rowBudget = 1});
+  std::vector<bool> answers;
+  sm->whileRow = [&](int) {
+    for (int i = 0; i < 2; ++i) answers.push_back(sm->shouldYield());
+  };
+  run(*sm);
+  EXPECT_EQ(answers, (std::vector<bool>{true, true}));
 }
 
 }  // namespace
