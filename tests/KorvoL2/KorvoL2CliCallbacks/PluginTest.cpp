@@ -60,6 +60,9 @@ TEST(PluginTest, ExportsItsEntryTheFactoriesAndTheCreationFunctionsOnly) {
   };
   // The request state machines; each has a factory and a creation function.
   for (const std::string machine : {
+           "IngVlanRangeRequestSmBase",
+           "IngVlanRangeRequestSm",
+           "IngDynamicVlanRangeRequestSm",
            "L2SwTableRequestSmBase",
            "L2SwTableRequestSm",
            "L2HwTableRequestSmBase",

@@ -13,6 +13,7 @@
 #include "platform/types/MacVlanPair.h"
 #include "platform/types/ModPort.h"
 #include "platform/types/PortVlanKey.h"
+#include "platform/types/VlanIpVerKey.h"
 
 namespace {
 
@@ -22,11 +23,13 @@ using Bridging::MacVlanPair;
 using Bridging::ModPort;
 using Bridging::PortVlanKey;
 using Bridging::VlanId;
+using Bridging::VlanIpVerKey;
 using KorvoL2::L2HwEntryKey;
 
 static_assert(std::is_trivially_copyable_v<MacVlanPair> && sizeof(MacVlanPair) == 8);
 static_assert(std::is_trivially_copyable_v<L2HwEntryKey> && sizeof(L2HwEntryKey) == 16);
 static_assert(std::is_trivially_copyable_v<PortVlanKey> && sizeof(PortVlanKey) == 16);
+static_assert(std::is_trivially_copyable_v<VlanIpVerKey> && sizeof(VlanIpVerKey) == 4);
 
 // Few different values, so that equal ones are common.
 rc::Gen<EthAddr> anyMac() {
@@ -88,6 +91,26 @@ RC_GTEST_PROP(PortVlanKeyProperty, ComparesByInterfaceThenVlan, ()) {
   const PortVlanKey a(*anyIntf(), *anyVlan());
   const PortVlanKey b(*anyIntf(), *anyVlan());
   compareAsTuples(a, b, [](const PortVlanKey& k) { return std::tuple(k.intf(), k.vlan()); });
+}
+
+TEST(VlanIpVerKeyTest, HoldsItsPartsAndPrintsThem) {
+  const VlanIpVerKey key(VlanId(4094), true);
+  EXPECT_EQ(key.vlan(), VlanId(4094));
+  EXPECT_TRUE(key.isV6());
+  EXPECT_EQ(key.stringValue(), "4094 v6");
+  EXPECT_EQ(VlanIpVerKey(VlanId(10), false).stringValue(), "10 v4");
+}
+
+TEST(VlanIpVerKeyTest, DefaultIsTheLowestKey) {
+  EXPECT_EQ(VlanIpVerKey(), VlanIpVerKey(VlanId(1), false));
+  EXPECT_LT(VlanIpVerKey(), VlanIpVerKey(VlanId(1), true));
+  EXPECT_LT(VlanIpVerKey(VlanId(1), true), VlanIpVerKey(VlanId(2), false));
+}
+
+RC_GTEST_PROP(VlanIpVerKeyProperty, ComparesByVlanThenIpVersionFourFirst, ()) {
+  const VlanIpVerKey a(*anyVlan(), *rc::gen::arbitrary<bool>());
+  const VlanIpVerKey b(*anyVlan(), *rc::gen::arbitrary<bool>());
+  compareAsTuples(a, b, [](const VlanIpVerKey& k) { return std::tuple(k.vlan(), k.isV6()); });
 }
 
 TEST(L2HwEntryKeyTest, HoldsItsPartsAndPrintsThem) {
