@@ -52,8 +52,9 @@ constexpr auto kLines = [] {
     Line& line = lines[i];
     line.bytes.fill(' ');
     place(line, kStart[vlan] + kWidth[vlan] - 1, kNone);
-    place(line, kStart[type],
-          i == kNumTypes ? kInvalidWord : (i == 0 ? kNone : kHwMacTypeWords[i]));
+    std::string_view word = kInvalidWord;
+    if (i < kNumTypes) word = i == 0 ? kNone : kHwMacTypeWords[i];
+    place(line, kStart[type], word);
     place(line, kStart[group], kNone);
     place(line, kStart[classId], kNone);
     place(line, kStart[port], kNone);

@@ -1,12 +1,19 @@
 #include "agent/documents/ValueReaders.h"
 
-#include "platform/types/VlanId.h"
-
 namespace KorvoAgent {
 
 using Bridging::EthAddr;
 using Bridging::IntfId;
+using Bridging::IpAddr;
 using Bridging::VlanId;
+
+std::uint16_t readUnsigned16(const JsonNode& node) {
+  return static_cast<std::uint16_t>(node.integer(0, 0xffff));
+}
+
+std::uint32_t readUnsigned32(const JsonNode& node) {
+  return static_cast<std::uint32_t>(node.integer(0, 0xffff'ffff));
+}
 
 std::uint16_t readVlanNumber(const JsonNode& node) {
   const std::uint32_t number = node.number();
@@ -16,25 +23,52 @@ std::uint16_t readVlanNumber(const JsonNode& node) {
                       "write a VLAN number, or 0 for outside any VLAN");
 }
 
+VlanId readVlan(const JsonNode& node) {
+  const std::uint32_t number = node.number();
+  return node.checked([number] { return VlanId(number); }, "write a VLAN number");
+}
+
 EthAddr readMac(const JsonNode& node) {
   const std::string_view text = node.string();
   if (const auto mac = EthAddr::parse(text)) return *mac;
   node.refuse(quotedText(text) + " is no MAC address; write hhhh.hhhh.hhhh or hh:hh:hh:hh:hh:hh");
 }
 
+IpAddr readIp(const JsonNode& node) {
+  const std::string_view text = node.string();
+  if (const auto ip = IpAddr::parse(text)) return *ip;
+  node.refuse(quotedText(text) + " is no IP address; write it as 192.0.2.1 or 2001:db8::1");
+}
+
+std::string describeKey(const Bridging::MacVlanPair& key) {
+  return "VLAN " + std::to_string(key.vlan()) + " and MAC address " + key.mac().stringValue() +
+         " are";
+}
+
 void refuseSameKey(const JsonNode& list, std::size_t first, std::size_t second,
-                   const Bridging::MacVlanPair& key) {
+                   std::string_view description) {
   const std::string place = list.pointer() + "/";
-  list.refuse("VLAN " + std::to_string(key.vlan()) + " and MAC address " + key.mac().stringValue() +
-              " are in " + place + std::to_string(first) + " and in " + place +
-              std::to_string(second) + "; remove one of them");
+  list.refuse(std::string(description) + " in " + place + std::to_string(first) + " and in " +
+              place + std::to_string(second) + "; remove one of them");
 }
 
 IntfId IntfReader::named(const JsonNode& node, std::string_view name) {
-  if (name != last_.stringValue()) {
-    last_ = node.checked([name] { return IntfId(name); }, "use a shorter name");
+  if (name == last_.stringValue()) return last_;
+  const auto [at, isNew] = read_.try_emplace(name);
+  if (isNew) {
+    at->second = node.checked([name] { return IntfId(name); }, "use a shorter name");
+    if (known_ != nullptr && !known_->empty() && !name.empty() && !known_->has(at->second)) {
+      node.refuse("interface " + quotedText(name) +
+                  " is not in the section \"interfaces\"; add it there or correct the name");
+    }
   }
+  last_ = at->second;
   return last_;
+}
+
+IntfId IntfReader::someNamed(const JsonNode& node, std::string_view name) {
+  if (name.empty()) node.refuse("expected the name of an interface, not \"\"");
+  return named(node, name);
 }
 
 }  // namespace KorvoAgent

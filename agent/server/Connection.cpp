@@ -124,7 +124,7 @@ void Connection::takeLine() {
   if (const LineProblem* const problem = std::get_if<LineProblem>(&parsed)) {
     return refuse(problem->text);
   }
-  auto& request = std::get<RequestLine>(parsed);
+  const auto& request = std::get<RequestLine>(parsed);
   if (request.entry == Entry::plain && request.format == Rendering::kJson) {
     return refuse("plain commands answer in text only; write \"plain text COMMAND\"");
   }
@@ -146,7 +146,7 @@ void Connection::takeLine() {
     return refuse(fmt::format("user {} has {} requests under way, which is the limit", user_,
                               host_.limits().requestsPerUser));
   }
-  work(std::move(request));
+  work(request);
 }
 
 void Connection::refuse(std::string message) {

@@ -32,10 +32,10 @@ RequestFigures Job::figures(Qel::Duration now) const {
           .elapsed = std::max(now - started_, Qel::Duration::zero())};
 }
 
-JobId SliceScheduler::begin(RequestLine request, uid_t user, JobOwner& owner) {
+JobId SliceScheduler::begin(const RequestLine& request, uid_t user, JobOwner& owner) {
   const JobId id = lastId_ + 1;
   const Qel::Duration now = clock_->now();
-  Job& job = jobs_.try_emplace(id, id, std::move(request), user, owner, now).first->second;
+  Job& job = jobs_.try_emplace(id, id, request, user, owner, now).first->second;
   lastId_ = id;
   job.lastProgress_ = now;
   return id;

@@ -49,7 +49,7 @@ class SliceScheduler final : public LoopClient {
       : clock_(std::move(clock)), policy_(policy) {}
 
   /** Takes a request in; it counts as active until it ends. `owner` must outlive the job. */
-  JobId begin(RequestLine request, uid_t user, JobOwner& owner);
+  JobId begin(const RequestLine& request, uid_t user, JobOwner& owner);
   /** Runs `machine` in slices; all its output goes to `output`. */
   void run(JobId id, Qel::Ptr<AgentCommand::AgentAsyncCommandRequestSm> machine,
            Qel::Ptr<Rendering::PrintBuffer> output);

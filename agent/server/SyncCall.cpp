@@ -24,8 +24,8 @@ SyncCall::SyncCall(int answer)
       socket_(::fcntl(answer, F_DUPFD_CLOEXEC, 0)),
       error_(errno),
       sentBefore_(Rendering::SocketPort::sentTotal()) {
-  handlerBefore_ =
-      Rendering::PrintBuffer::undeliveredHandlerIs([this](std::uint32_t socket, std::string text) {
+  handlerBefore_ = Rendering::PrintBuffer::undeliveredHandlerIs(
+      [this](std::uint32_t socket, const std::string& text) {
         if (socket != this->socket()) return;
         left_ += text;
         Rendering::SocketPort::heldIs(socket);

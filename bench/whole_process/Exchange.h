@@ -26,7 +26,7 @@ struct Done {
 };
 
 /** The size of the reads of every reading client here, in bytes. */
-inline constexpr std::size_t kReadSize = 256 * 1024;
+inline constexpr std::size_t kReadSize = std::size_t{256} * 1024;
 
 /** Reads the answer as fast as it comes and throws it away. */
 Answer discardAnswer(const std::string& socketPath, std::string_view line);

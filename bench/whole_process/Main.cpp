@@ -62,9 +62,7 @@ std::string agentBesideThisProgram() {
   return (self.parent_path() / "korvo-l2-agent").string();
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int run(int argc, char** argv) {
   Settings settings;
   settings.agent = agentBesideThisProgram();
   settings.reportFolder = "build/bench-report";
@@ -104,18 +102,24 @@ int main(int argc, char** argv) {
   for (int i = 0; i < argc; ++i) settings.commandLine += (i == 0 ? "" : " ") + std::string(argv[i]);
 
   std::signal(SIGPIPE, SIG_IGN);
+  const TemporaryFolder folder;
+  settings.folder = folder.path();
+  Report report;
+  for (const Section& section : kSections) {
+    const bool wanted = names.empty() || std::ranges::find(names, section.name) != names.end();
+    if (wanted) section.measure(settings, report);
+  }
+  writeReport(report, settings);
+  return strict && !report.allReached() ? 1 : 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
   try {
-    const TemporaryFolder folder;
-    settings.folder = folder.path();
-    Report report;
-    for (const Section& section : kSections) {
-      const bool wanted = names.empty() || std::ranges::find(names, section.name) != names.end();
-      if (wanted) section.measure(settings, report);
-    }
-    writeReport(report, settings);
-    return strict && !report.allReached() ? 1 : 0;
+    return run(argc, argv);
   } catch (const std::exception& e) {
-    fmt::print(stderr, "benchmark: {}\n", e.what());
+    std::fprintf(stderr, "benchmark: %s\n", e.what());
     return 1;
   }
 }

@@ -17,7 +17,7 @@ namespace KorvoBench {
 
 namespace {
 
-constexpr std::size_t kPieceSize = 64 * 1024;
+constexpr std::size_t kPieceSize = std::size_t{64} * 1024;
 constexpr std::size_t kMaxRow = 1024;
 
 // Gathers rows and sends them in pieces.
