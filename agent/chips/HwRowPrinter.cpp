@@ -43,7 +43,7 @@ struct Line {
 
 // A line for each word of a type, by type; type none stands for an entry that is not held, and the
 // last one for an invalid one.
-constexpr auto kLines = [] {
+constexpr std::array<Line, kNumTypes + 1> makeLines() {
   std::array<Line, kNumTypes + 1> lines{};
   const auto place = [](Line& line, std::size_t at, std::string_view text) {
     std::copy(text.begin(), text.end(), line.bytes.begin() + static_cast<int>(at));
@@ -61,7 +61,8 @@ constexpr auto kLines = [] {
     line.bytes[kLineLength - 1] = '\n';
   }
   return lines;
-}();
+}
+constexpr auto kLines = makeLines();
 
 char* writeNumber(char* out, std::int64_t value) {
   constexpr std::size_t kMostDigits = 20;
