@@ -20,10 +20,6 @@ using Tessar::FapId;
 
 namespace {
 
-std::uint16_t readUnsigned16(const JsonNode& node) {
-  return static_cast<std::uint16_t>(node.integer(0, 0xffff));
-}
-
 /** A key and properties of a hardware entry while its members are read. */
 struct HwEntry {
   std::uint16_t vlan = 0;

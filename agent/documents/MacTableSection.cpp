@@ -5,8 +5,8 @@
 #include <charconv>
 #include <cstdint>
 #include <optional>
-#include <vector>
 
+#include "agent/documents/KeyedRows.h"
 #include "agent/documents/Sections.h"
 #include "agent/documents/ValueReaders.h"
 #include "agent/model/MacWords.h"
@@ -30,10 +30,6 @@ struct Entry {
   std::optional<std::uint64_t> bitmap{};
   MacEntry value{};  // the rest
 };
-
-std::uint16_t readUnsigned16(const JsonNode& node) {
-  return static_cast<std::uint16_t>(node.integer(0, 0xffff));
-}
 
 void readBitmap(const JsonNode& node, Entry& entry) {
   const std::string_view text = node.string();
@@ -114,17 +110,10 @@ MacEntrySource usualSource(MacEntryType type) {
   return MacEntrySource::software;
 }
 
-/** An entry complete, with its place in the document. */
-struct Row {
-  MacVlanPair key;
-  std::uint32_t index;
-  MacEntry value;
-};
-
 void readEntries(const JsonNode& list, SwitchModel& model) {
-  IntfReader interfaces;
+  IntfReader interfaces(model);
   const std::uint64_t everyModule = model.moduleBitmap();
-  std::vector<Row> rows;
+  KeyedRows<MacVlanPair, MacEntry> rows;
   readList(list, [&](const JsonNode& node) {
     Entry entry{.interfaces = interfaces};
     readMembers(node, kEntryMembers, entry);
@@ -133,20 +122,11 @@ void readEntries(const JsonNode& list, SwitchModel& model) {
                                                          : MacEntryType::learnedDynamic);
     value.source = entry.source.value_or(usualSource(value.type));
     value.modBitmap = entry.bitmap.value_or(everyModule);
-    rows.push_back(
-        {MacVlanPair(entry.vlan, entry.mac), static_cast<std::uint32_t>(rows.size()), value});
+    rows.add(MacVlanPair(entry.vlan, entry.mac), value);
   });
-
-  // In ascending order, filling the table is no more than appending to it, and equal keys meet.
-  const auto before = [](const Row& a, const Row& b) {
-    return a.key != b.key ? a.key < b.key : a.index < b.index;
-  };
-  if (!std::ranges::is_sorted(rows, before)) std::ranges::sort(rows, before);
-  const auto twice = std::ranges::adjacent_find(rows, {}, &Row::key);
-  if (twice != rows.end()) {
-    refuseSameKey(list, twice->index, std::next(twice)->index, twice->key);
-  }
-  for (const Row& row : rows) model.swMacTable().put(row.key, row.value);
+  rows.fill(list, describeKey, [&model](const MacVlanPair& key, const MacEntry& value) {
+    model.swMacTable().put(key, value);
+  });
 }
 
 constexpr JsonMember<SwitchModel> kTableMembers[]{

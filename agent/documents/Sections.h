@@ -15,8 +15,15 @@ void readChips(const JsonNode& chips, SwitchModel& model);
 void readReadiness(const JsonNode& section, SwitchModel& model);
 void readToggles(const JsonNode& section, SwitchModel& model);
 void readChipAttributes(const JsonNode& section, SwitchModel& model);
+void readL2TableFeature(const JsonNode& section, SwitchModel& model);
+void readInterfaces(const JsonNode& section, SwitchModel& model);
+void readPortChannels(const JsonNode& section, SwitchModel& model);
 void readLagMembership(const JsonNode& section, SwitchModel& model);
 void readSwitchportConfig(const JsonNode& section, SwitchModel& model);
+void readRouting(const JsonNode& section, SwitchModel& model);
+void readVxlan(const JsonNode& section, SwitchModel& model);
+void readVlanTranslation(const JsonNode& section, SwitchModel& model);
+void readVlanRanges(const JsonNode& section, SwitchModel& model);
 void readRemoteMac(const JsonNode& section, SwitchModel& model);
 void readMacTable(const JsonNode& section, SwitchModel& model);
 

@@ -1,4 +1,5 @@
-// The sections about the switch as a whole: switch, readiness, toggles, chipAttributes.
+// The sections about the switch as a whole: switch, readiness, toggles, chipAttributes,
+// l2TableFeature.
 
 #include <algorithm>
 #include <array>
@@ -44,6 +45,11 @@ void readFlag(const JsonNode& node, SwitchModel& model) {
   (model.*kSet)(node.boolean());
 }
 
+template <void (UnicastAgentModel::*kSet)(bool)>
+void readFlag(const JsonNode& node, SwitchModel& model) {
+  (model.unicast().*kSet)(node.boolean());
+}
+
 constexpr JsonMember<SwitchModel> kReadinessMembers[]{
     {"l2Agent", readFlag<&SwitchModel::l2AgentPresentIs>},
     {"unicastAgent", readUnicastAgent},
@@ -58,6 +64,9 @@ constexpr JsonMember<SwitchModel> kReadinessMembers[]{
      }},
     {"mcast", readFlag<&SwitchModel::mcastPresentIs>},
     {"readUnknownChips", readFlag<&SwitchModel::readUnknownChipsIs>},
+    {"vxlanL2Sm", readFlag<&UnicastAgentModel::vxlanPresentIs>},
+    {"vlanXlateSm", readFlag<&UnicastAgentModel::vlanXlatePresentIs>},
+    {"ingVlanRangeSm", readFlag<&UnicastAgentModel::ingVlanRangePresentIs>},
 };
 
 // The section "chipAttributes".
@@ -72,6 +81,21 @@ constexpr JsonMember<ChipAttributes> kChipAttributeMembers[]{
      [](const JsonNode& node, ChipAttributes& a) { a.ingVlanXlate = node.boolean(); }},
     {"egrVlanXlate",
      [](const JsonNode& node, ChipAttributes& a) { a.egrVlanXlate = node.boolean(); }},
+};
+
+// The section "l2TableFeature".
+
+constexpr JsonMember<KorvoL2::ChipL2TableFeature> kL2TableFeatureMembers[]{
+    {"ingVlanRange",
+     [](const JsonNode& node, KorvoL2::ChipL2TableFeature& f) { f.ingVlanRange = node.boolean(); }},
+    {"ingVlanDynamicRange",
+     [](const JsonNode& node, KorvoL2::ChipL2TableFeature& f) {
+       f.ingVlanDynamicRange = node.boolean();
+     }},
+    {"ingVlanRangeDisabled",
+     [](const JsonNode& node, KorvoL2::ChipL2TableFeature& f) {
+       f.ingVlanRangeDisabled = node.boolean();
+     }},
 };
 
 }  // namespace
@@ -101,6 +125,10 @@ void readChipAttributes(const JsonNode& section, SwitchModel& model) {
     readMembers(node, kChipAttributeMembers, attributes);
     model.chipAttrIs(std::string(identity), attributes.ingVlanXlate, attributes.egrVlanXlate);
   });
+}
+
+void readL2TableFeature(const JsonNode& section, SwitchModel& model) {
+  readMembers(section, kL2TableFeatureMembers, model.l2TableFeature());
 }
 
 }  // namespace KorvoAgent

@@ -1,4 +1,5 @@
-// The sections about the unicast agent: lagMembership, switchportConfig, remoteMac.
+// The sections about the unicast agent: lagMembership, switchportConfig, routing,
+// remoteMac.
 
 #include <map>
 
@@ -19,6 +20,15 @@ constexpr JsonMember<KorvoL2::SwitchportConfig> kSwitchportMembers[]{
      }},
 };
 
+constexpr JsonMember<KorvoL3::RoutingStatus> kRoutingMembers[]{
+    {"routerMac", [](const JsonNode& node,
+                     KorvoL3::RoutingStatus& routing) { routing.routerMac = readMac(node); }},
+    {"virtualRouterMac",
+     [](const JsonNode& node, KorvoL3::RoutingStatus& routing) {
+       routing.virtualRouterMac = readMac(node);
+     }},
+};
+
 struct RemoteMac {
   std::uint16_t vlan = 0;
   Bridging::EthAddr mac;
@@ -29,16 +39,13 @@ constexpr JsonMember<RemoteMac> kRemoteMacMembers[]{
     {"vlan", [](const JsonNode& node, RemoteMac& r) { r.vlan = readVlanNumber(node); }, true},
     {"mac", [](const JsonNode& node, RemoteMac& r) { r.mac = readMac(node); }, true},
     {"tunnelId",
-     [](const JsonNode& node, RemoteMac& r) {
-       r.entry.tunnelId = static_cast<std::uint32_t>(node.integer(0, 0xffff'ffff));
-     },
-     true},
+     [](const JsonNode& node, RemoteMac& r) { r.entry.tunnelId = readUnsigned32(node); }, true},
 };
 
 }  // namespace
 
 void readLagMembership(const JsonNode& section, SwitchModel& model) {
-  IntfReader interfaces;
+  IntfReader interfaces(model);
   readMap(section, [&](const JsonNode& node, std::string_view member) {
     const IntfId memberId = interfaces.named(node, member);
     model.unicast().lagMembershipIs(memberId, interfaces.read(node));
@@ -46,12 +53,16 @@ void readLagMembership(const JsonNode& section, SwitchModel& model) {
 }
 
 void readSwitchportConfig(const JsonNode& section, SwitchModel& model) {
-  IntfReader interfaces;
+  IntfReader interfaces(model);
   readMap(section, [&](const JsonNode& node, std::string_view intf) {
     KorvoL2::SwitchportConfig config;
     readMembers(node, kSwitchportMembers, config);
     model.unicast().switchportConfigIs(interfaces.named(node, intf), config);
   });
+}
+
+void readRouting(const JsonNode& section, SwitchModel& model) {
+  readMembers(section, kRoutingMembers, model.unicast().routing());
 }
 
 void readRemoteMac(const JsonNode& section, SwitchModel& model) {
@@ -62,7 +73,7 @@ void readRemoteMac(const JsonNode& section, SwitchModel& model) {
     readMembers(node, kRemoteMacMembers, remote);
     const MacVlanPair key(remote.vlan, remote.mac);
     const auto [at, added] = seen.emplace(key, index);
-    if (!added) refuseSameKey(section, at->second, index, key);
+    if (!added) refuseSameKey(section, at->second, index, describeKey(key));
     ++index;
     model.unicast().remoteMacIs(key, remote.entry);
   });

@@ -30,8 +30,11 @@ VlanId readVlan(const JsonNode& node) {
 
 EthAddr readMac(const JsonNode& node) {
   const std::string_view text = node.string();
-  if (const auto mac = EthAddr::parse(text)) return *mac;
-  node.refuse(quotedText(text) + " is no MAC address; write hhhh.hhhh.hhhh or hh:hh:hh:hh:hh:hh");
+  const auto mac = EthAddr::parse(text);
+  if (!mac) {
+    node.refuse(quotedText(text) + " is no MAC address; write hhhh.hhhh.hhhh or hh:hh:hh:hh:hh:hh");
+  }
+  return *mac;
 }
 
 IpAddr readIp(const JsonNode& node) {

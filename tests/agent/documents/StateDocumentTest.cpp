@@ -314,7 +314,11 @@ TEST_F(StateDocumentTest, ADamagedDocumentIsLoadedOrRefusedAndNothingElse) {
   const std::string whole =
       R"({"version": 1, "switch": {"chips": [{"id": 1, "name": "a"}]}, "readiness": {"l2Agent":)"
       R"( true}, "chipAttributes": {"q": {}}, "lagMembership": {"a": "b"}, "remoteMac": [],)"
-      R"( "macTable": {"entries": [{"vlan": 10, "mac": "0200.0000.0001", "flags": ["moved"],)"
+      R"( "interfaces": {"a": {"port": {"module": 1, "port": 2, "logicalFap": 3}, "hwIndex": 4},)"
+      R"( "b": {}}, "vxlan": {"orvaVtepIp": "10.0.0.1", "vlans": [{"vlan": 10, "vni": 5,)"
+      R"( "edgePorts": {"a": 1}}]}, "vlanTranslation": {"ingress": {"portVlans": [{"interface":)"
+      R"( "a", "dot1qTag": 5}]}}, "vlanRanges": {"programmed": [{"interface": "a", "ranges":)"
+      R"( ["1-2", 3]}]}, "macTable": {"entries": [{"vlan": 10, "mac": "0200.0000.0001", "flags": ["moved"],)"
       R"( "bitmap": "0x3"}, {"vlan": 1e1, "mac": "02:00:00:00:00:02", "mcastId": 65535}]}})";
   std::size_t refused = 0;
   EXPECT_TRUE(rc::check("any change of a few bytes", [&] {
