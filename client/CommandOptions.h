@@ -22,7 +22,7 @@ inline constexpr std::array kGroupOptions = {
                   .text = "HW_MCAST_DIFF",
                   .replacesKeyword = true,
                   .choice = 1,
-                  .help = "Only the groups that differ from the agent's copy"},
+                  .help = "Only the groups that differ from the shadow"},
     CommandOption{.name = "--index",
                   .kind = ValueKind::kNumber,
                   .text = "HW_MCAST_MCIDX+",
@@ -72,10 +72,12 @@ inline constexpr CommandOption kEntry = {.name = "--entry",
                                          .text = "+VAL+",
                                          .choice = 1,
                                          .help = "Only the entry of this index"};
-inline constexpr CommandOption kAllEntries = {
-    .name = "--all", .text = "+ALLENTRIES", .choice = 1, .help = "Every entry of the table"};
+inline constexpr CommandOption kAllEntries = {.name = "--all",
+                                              .text = "+ALLENTRIES",
+                                              .choice = 1,
+                                              .help = "Every entry, those that are not valid too"};
 inline constexpr CommandOption kRaw = {
-    .name = "--raw", .text = "+RAW", .help = "The entries' contents as the hardware holds them"};
+    .name = "--raw", .text = "+RAW", .help = "The entries' words as the hardware holds them"};
 
 inline constexpr std::array kShadowOptions = {
     CommandOption{.name = "--chip",

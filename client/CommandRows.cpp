@@ -47,14 +47,19 @@ constexpr CommandRow kCommands[] = {
      .entry = Entry::kPlain,
      .keyword = "HW_MCAST_ALL",
      .options = kGroupOptions,
-     .summary = "Hardware multicast groups",
+     .summary = "Multicast groups of the chips",
+     .details =
+         "--differences leaves out what is as the shadow says: the agent's own record of what\n"
+         "it has written to the chips.",
      .example = "korvoctl show multicast groups hardware --index 7"},
 
     {.path = "show mlag egress-mask",
      .entry = Entry::kPlain,
      .keyword = "EGR_MASK_STATUS",
      .summary = "Egress masks of MLAG",
-     .details = "What the masks keep from leaving through a port whose peer has sent it already.",
+     .details =
+         "Which port-channels frames from the peer link must not leave by, since the peer has\n"
+         "sent them there already.",
      .example = "korvoctl show mlag egress-mask"},
 
     {.path = "show fifo registers",
@@ -281,11 +286,13 @@ constexpr CommandRow kCommands[] = {
     {.path = "clear multicast shadow",
      .entry = Entry::kPlain,
      .keyword = "HW_MCAST_CLEAR",
-     .summary = "Empty the copy of multicast groups",
-     .details = "At once and without asking: the agent forgets what it wrote to the hardware's\n"
-                "multicast group table. The hardware and the software's groups stay as they are.\n"
-                "'show multicast groups hardware --differences' then lists every group until the\n"
-                "agent has written it again. Prints nothing.",
+     .summary = "Empty the shadow of multicast groups",
+     .details =
+         "At once and without asking: the agent forgets which multicast groups it has written\n"
+         "to the hardware. What software wants and what the hardware holds stay as they are,\n"
+         "so frames are forwarded as before. 'show multicast groups hardware --differences'\n"
+         "then lists every group that the hardware holds, until the agent writes it again.\n"
+         "Prints nothing.",
      .example = "korvoctl clear multicast shadow"},
 
     {.path = "agent status",

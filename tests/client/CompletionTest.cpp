@@ -19,7 +19,7 @@ std::string contentsOf(const std::string& path) {
 
 TEST(CompletionTest, ScriptsInTheTreeAreThoseOfTheTable) {
   const std::string folder = KORVO_COMPLETIONS;
-  const std::string advice = "make it anew: korvoctl --completion SHELL >";
+  const std::string advice = "make them anew: tests/docs/run_examples.py --update";
   EXPECT_TRUE(contentsOf(folder + "/korvoctl.bash") == completionScript("bash")) << advice;
   EXPECT_TRUE(contentsOf(folder + "/_korvoctl") == completionScript("zsh")) << advice;
 }

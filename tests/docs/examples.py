@@ -1,0 +1,208 @@
+"""Examples in the documents: finding them, running them, comparing them, writing them anew.
+
+A block is a fence of the kind `console`:
+
+    ```console
+    $ korvoctl agent chips
+    0 Linecard3/0
+    ...
+    ```
+
+Lines that begin with "$ " are given to one bash, one after the other ("> " goes on with a command);
+what it prints, on either output, has to be what stands below. A line "..." stands for any number of
+lines, and "..." within a line for any text. Blanks at the ends of lines do not count.
+
+Each block has a folder of its own and an agent of its own, `korvo-l2-agent --demo`, unless it starts
+one itself: a command that ends in " &" is waited for until it has printed a line, and is ended with
+the block. The documents call the agent's socket /tmp/korvo.sock; the examples run elsewhere.
+"""
+
+import os
+import pathlib
+import re
+import subprocess
+import sys
+import tempfile
+import uuid
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "end_to_end"))
+
+from korvo import Agent, kBuild, kPatience
+
+kSocket = "/tmp/korvo.sock"
+kAny = "..."
+# A new example's answer is cut to so much.
+kMaxLines = 16
+kHeadLines = 10
+kTailLines = 2
+kMaxColumns = 120
+
+
+class Example:
+    """A command with what is expected of it; line is where the command stands, from 0."""
+
+    def __init__(self, line, command):
+        self.line = line
+        self.source = [command]
+        self.expected = []
+
+    @property
+    def command(self):
+        return "\n".join(line[2:] for line in self.source)
+
+
+class Block:
+    """The lines between two fences; begin and end are where these stand."""
+
+    def __init__(self, begin, kind):
+        self.begin = begin
+        self.kind = kind
+        self.lines = []
+
+    @property
+    def end(self):
+        return self.begin + 1 + len(self.lines)
+
+    def examples(self):
+        found = []
+        for number, line in enumerate(self.lines, self.begin + 1):
+            if line.startswith("$ "):
+                found.append(Example(number, line))
+            elif not found:
+                raise ValueError(f"line {number + 1}: an answer before the first command")
+            elif line.startswith("> ") and not found[-1].expected:
+                found[-1].source.append(line)
+            else:
+                found[-1].expected.append(line)
+        return found
+
+
+def blocksOf(text):
+    """Every fenced block of a document."""
+    found = []
+    block = None
+    for number, line in enumerate(text.splitlines()):
+        if block is None:
+            if match := re.match(r"```(.*)$", line):
+                block = Block(number, match[1].strip())
+        elif line == "```":
+            found.append(block)
+            block = None
+        else:
+            block.lines.append(line)
+    if block is not None:
+        raise ValueError(f"line {block.begin + 1}: the block has no end")
+    return found
+
+
+def lineMatches(expected, line):
+    pieces = [re.escape(piece) for piece in expected.rstrip().split(kAny)]
+    return re.fullmatch(".*".join(pieces), line.rstrip()) is not None
+
+
+def matches(expected, lines):
+    """Whether an answer is the expected one."""
+    if not expected:
+        return not lines
+    first, *rest = expected
+    if first == kAny:
+        return any(matches(rest, lines[skipped:]) for skipped in range(len(lines) + 1))
+    return bool(lines) and lineMatches(first, lines[0]) and matches(rest, lines[1:])
+
+
+def renewedLine(old, new):
+    """A line that holds still keeps its "..."; a new one is cut where it is too long."""
+    if old is not None and lineMatches(old, new):
+        return old
+    return new if len(new) <= kMaxColumns else new[:kMaxColumns] + kAny
+
+
+def renewedLines(old, new):
+    """As many lines as are new."""
+    return [renewedLine(was, line)
+            for was, line in zip(old + [None] * (len(new) - len(old)), new)]
+
+
+def rewritten(expected, lines):
+    """What is to be expected from now on, as much of it as before."""
+    if matches(expected, lines):
+        return expected
+    lines = [line.rstrip() for line in lines]
+    if kAny in expected:
+        head = expected.index(kAny)
+        tail = expected[::-1].index(kAny)
+    elif not expected and len(lines) > kMaxLines:
+        head, tail = kHeadLines, kTailLines
+    else:
+        return renewedLines(expected, lines)
+    if head + tail >= len(lines):
+        return renewedLines(expected[:head], lines)
+    return [*renewedLines(expected[:head], lines[:head]), kAny,
+            *renewedLines(expected[len(expected) - tail:], lines[len(lines) - tail:])]
+
+
+def scriptOf(examples, mark):
+    """A bash script that prints the mark after the answer to each command."""
+    script = ["exec 2>&1", "trap 'kill $(jobs -p) 2>/dev/null; wait' EXIT"]
+    for number, example in enumerate(examples):
+        command = example.command
+        if command.endswith(" &"):
+            script += [f"mkfifo says{number}; exec {{said}}<>says{number}",
+                       f"{command[:-2]} >says{number} 2>&1 &",
+                       "IFS= read -r line <&\"$said\"; printf '%s\\n' \"$line\""]
+        else:
+            script.append(command)
+        # The next command may want to see the status of this one.
+        script += ["__status=$?", f"printf %s '{mark}'", "(exit $__status)"]
+    return "\n".join(script) + "\n"
+
+
+def answersOf(block):
+    """What each example of a block prints now, as lists of lines."""
+    examples = block.examples()
+    with tempfile.TemporaryDirectory(prefix="korvo-docs-") as folder:
+        socket = os.path.join(folder, "korvo.sock")
+        mark = f"\x1e{uuid.uuid4().hex}\x1e"
+        script = scriptOf(examples, mark).replace(kSocket, socket)
+
+        def run():
+            return subprocess.run(
+                ["bash", "-c", script], cwd=folder, stdin=subprocess.DEVNULL,
+                stdout=subprocess.PIPE, timeout=kPatience,
+                env={"PATH": f"{kBuild / 'bin'}:{os.environ['PATH']}", "HOME": folder,
+                     "LC_ALL": "C.UTF-8", "KORVO_L2_SOCKET": socket}).stdout
+
+        if any("korvo-l2-agent" in example.command for example in examples):
+            output = run()
+        else:
+            with Agent("--demo", socketPath=socket):
+                output = run()
+        answers = output.decode(errors="replace").replace(socket, kSocket).split(mark)[:-1]
+    if len(answers) != len(examples):
+        raise ValueError(f"line {block.begin + 1}: the shell ended after {len(answers)} commands")
+    return [answer.splitlines() for answer in answers]
+
+
+def newLinesOf(block, usages):
+    """What a block is to hold; None for blocks that are nobody's business."""
+    if block.kind == "console":
+        lines = []
+        for example, answer in zip(block.examples(), answersOf(block), strict=True):
+            lines += example.source + rewritten(example.expected, answer)
+        return lines
+    kind, _, command = block.kind.partition(" ")
+    if kind != "usage":
+        return None
+    if command not in usages:
+        raise ValueError(f"line {block.begin + 1}: there is no command '{command}'")
+    return usages[command]
+
+
+def renewed(text, usages):
+    """A Markdown document as it ought to be."""
+    lines = text.splitlines()
+    for block in reversed(blocksOf(text)):
+        new = newLinesOf(block, usages)
+        if new is not None:
+            lines[block.begin + 1:block.end] = new
+    return "\n".join(lines) + "\n"

@@ -1,0 +1,126 @@
+"""The examples' runner notices what it is there to notice."""
+
+import contextlib
+import io
+import pathlib
+import sys
+import tempfile
+import unittest
+from unittest import mock
+
+import examples
+import run_examples
+
+
+def document(*lines, kind="console"):
+    return "\n".join([f"```{kind}", *lines, "```"]) + "\n"
+
+
+class Matching(unittest.TestCase):
+    def test_dots_stand_for_any_lines_and_any_text(self):
+        answer = ["one", "two", "three 3 ms", "four"]
+        for expected in (answer, ["..."], ["one", "..."], ["...", "four"], ["one", "...", "four"],
+                         ["one", "two", "three ... ms", "four"], ["...", *answer, "..."]):
+            self.assertTrue(examples.matches(expected, answer), expected)
+        for expected in ([], ["one"], ["one", "...", "two"], ["one", "two", "three ...", "five"],
+                         ["...", "one", "...", "one", "..."], ["t...", "..."], [*answer, "five"]):
+            self.assertFalse(examples.matches(expected, answer), expected)
+
+    def test_blanks_at_line_ends_do_not_count(self):
+        self.assertTrue(examples.matches(["one"], ["one   "]))
+        self.assertFalse(examples.matches(["one"], [" one"]))
+
+    def test_other_signs_stand_for_themselves(self):
+        self.assertFalse(examples.matches(["a.c (*)"], ["abc (*)"]))
+        self.assertTrue(examples.matches(["a.c (*)"], ["a.c (*)"]))
+
+
+class Rewriting(unittest.TestCase):
+    def test_what_holds_is_left_alone(self):
+        self.assertEqual(examples.rewritten(["one", "..."], ["one", "two"]), ["one", "..."])
+
+    def test_as_many_lines_are_kept_on_both_sides_of_the_dots(self):
+        self.assertEqual(examples.rewritten(["a", "b", "...", "c"], ["1", "2", "3", "4", "5"]),
+                         ["1", "2", "...", "5"])
+        self.assertEqual(examples.rewritten(["a", "b", "...", "c"], ["1", "2"]), ["1", "2"])
+
+    def test_lines_that_still_match_keep_their_dots(self):
+        self.assertEqual(examples.rewritten(["up ... ms", "old"], ["up 7 ms", "new"]),
+                         ["up ... ms", "new"])
+
+    def test_new_examples_are_cut_to_a_readable_length(self):
+        lines = [str(number) for number in range(100)]
+        self.assertEqual(examples.rewritten([], lines), [*lines[:10], "...", "98", "99"])
+        self.assertEqual(examples.rewritten([], lines[:5]), lines[:5])
+        [line] = examples.rewritten([], ["x" * 1000])
+        self.assertTrue(line.endswith("x...") and len(line) < 130)
+        self.assertTrue(examples.matches([line], ["x" * 1000]))
+
+
+class Running(unittest.TestCase):
+    def run_on(self, text, *options):
+        """Exit status, what was printed, and the document afterwards."""
+        with tempfile.TemporaryDirectory() as folder:
+            path = pathlib.Path(folder) / "page.md"
+            path.write_text(text)
+            printed = io.StringIO()
+            with mock.patch.object(sys, "argv", ["run_examples.py", *options, str(path)]), \
+                    contextlib.redirect_stdout(printed):
+                status = run_examples.main()
+            return status, printed.getvalue(), path.read_text()
+
+    def test_true_example_passes(self):
+        status, printed, _ = self.run_on(document("$ korvoctl agent chips", "0 Linecard3/0", "..."))
+        self.assertEqual((status, printed), (0, ""))
+
+    def test_wrong_example_fails_and_shows_what_is_true(self):
+        status, printed, _ = self.run_on(document("$ korvoctl agent chips", "0 Linecard9/9", "..."))
+        self.assertEqual(status, 1)
+        self.assertIn("-0 Linecard9/9\n+0 Linecard3/0\n", printed)
+
+    def test_missing_answer_is_a_wrong_one(self):
+        self.assertEqual(self.run_on(document("$ korvoctl agent chips"))[0], 1)
+        self.assertEqual(self.run_on(document("$ true", "words"))[0], 1)
+
+    def test_update_writes_what_is_true(self):
+        status, _, text = self.run_on(document("$ korvoctl agent chips"), "--update")
+        self.assertEqual(status, 0)
+        self.assertEqual(text, document("$ korvoctl agent chips", "0 Linecard3/0", "1 Linecard3/1",
+                                        "2 Linecard4/0"))
+
+    def test_commands_of_a_block_share_a_shell_with_its_exit_statuses(self):
+        text = document("$ x=7", "$ korvoctl show nonsense 2>/dev/null", "$ echo $? $x", "2 7",
+                        "$ echo one \\", "> two", "one two", "$ echo out; echo err >&2", "out", "err",
+                        "$ printf 'no line end'", "no line end")
+        self.assertEqual(self.run_on(text)[:2], (0, ""))
+
+    def test_block_may_run_an_agent_of_its_own(self):
+        text = document("$ korvo-l2-agent --socket /tmp/korvo.sock --chips 1 &",
+                        "ready /tmp/korvo.sock", "$ korvoctl agent chips", "0 Linecard3/0")
+        self.assertEqual(self.run_on(text)[:2], (0, ""))
+        self.assertFalse(pathlib.Path(examples.kSocket).exists())
+
+    def test_each_block_begins_with_the_same_switch(self):
+        block = document("$ korvoctl agent requests | tail -n 1 | cut -d ' ' -f 1", "1")
+        self.assertEqual(self.run_on(block + block)[:2], (0, ""))
+
+    def test_usage_is_compared_with_the_command_table(self):
+        true = ["korvoctl show vxlan vlan [--detail] [--json]", "  --detail  Show more of each entry",
+                "  --json    Answer in JSON instead of text"]
+        self.assertEqual(self.run_on(document(*true, kind="usage show vxlan vlan"))[0], 0)
+        self.assertEqual(self.run_on(document(*true[:2], kind="usage show vxlan vlan"))[0], 1)
+        status, printed, _ = self.run_on(document(kind="usage show nonsense"))
+        self.assertEqual(status, 1)
+        self.assertIn("there is no command 'show nonsense'", printed)
+
+    def test_other_blocks_are_left_alone(self):
+        self.assertEqual(self.run_on(document("$ false", kind="text"))[:2], (0, ""))
+
+    def test_block_that_is_none_is_told(self):
+        for text in (document("words first", "$ true"), "```console\n$ true\n",
+                     document("$ exit 3", "$ true")):
+            self.assertEqual(self.run_on(text)[0], 1)
+
+
+if __name__ == "__main__":
+    unittest.main()
