@@ -131,6 +131,7 @@ Moved DescriptorSink::copy(int source) {
   if (findings_ != nullptr) {
     findings_->add(data);
   }
+  endsInMidLine_ = !data.ends_with('\n');
   const int error = writeAll(output_, data);
   return error == 0 ? moved : outputError(error, moved.bytes);
 }

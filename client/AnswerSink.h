@@ -46,6 +46,9 @@ class DescriptorSink : public AnswerSink {
   Moved moveFrom(int source) override;
   [[nodiscard]] int output() const override { return output_; }
 
+  // Whether the last line that was written has no end. Not known of what went to a pipe.
+  [[nodiscard]] bool endsInMidLine() const { return endsInMidLine_; }
+
  private:
   // Pages go from the socket to a pipe without being copied, twice as fast as read() and write().
   Moved splice(int source);
@@ -54,6 +57,7 @@ class DescriptorSink : public AnswerSink {
   int output_;
   Findings* findings_;
   bool splices_ = false;
+  bool endsInMidLine_ = false;
   std::vector<char> buffer_;
 };
 

@@ -117,6 +117,10 @@ class Command {
     if (outcome.status != ExitStatus::kOk) {
       return fail(surroundings_, {outcome.status, outcome.message});
     }
+    if (surroundings_.outputIsTerminal && sink.endsInMidLine()) {
+      // A bare number that scripts take as it is; a person's next prompt is not to stick to it.
+      (void)writeAll(surroundings_.output, "\n");
+    }
     if (outcome.received == 0 && !invocation_.row->whenEmpty.empty()) {
       complain(surroundings_, invocation_.row->whenEmpty);
     }

@@ -226,6 +226,17 @@ TEST_F(ProgramTest, EmptyAnswerIsExplainedWhereItMeansSomething) {
   EXPECT_EQ(err_, "");
 }
 
+TEST_F(ProgramTest, OnATerminalTheLastLineIsEnded) {
+  const std::string line = "show vxlan destination 0001.0002.0003 --vlan 10";
+  surroundings_.outputIsTerminal = true;
+  EXPECT_EQ(run(line, {FakeAgent::answers("7")}), ExitStatus::kOk);
+  EXPECT_EQ(out_, "7\n");
+  EXPECT_EQ(run(line, {FakeAgent::answers("")}), ExitStatus::kOk);
+  EXPECT_EQ(out_, "");
+  EXPECT_EQ(run("show vlan vfi", {FakeAgent::answers("table\n")}), ExitStatus::kOk);
+  EXPECT_EQ(out_, "table\n");
+}
+
 TEST_F(ProgramTest, CommandsAreListedWithoutAnAgent) {
   surroundings_.defaultSocket = "/nowhere/agent.sock";
   EXPECT_EQ(runAlone("commands"), ExitStatus::kOk);
