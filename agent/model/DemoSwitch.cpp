@@ -4,6 +4,8 @@
 #include <string>
 #include <utility>
 
+#include "agent/model/DemoNames.h"
+#include "agent/model/DemoVxlan.h"
 #include "platform/types/VlanId.h"
 
 namespace KorvoAgent {
@@ -16,25 +18,12 @@ using KorvoL2::MacEntry;
 using KorvoL2::MacEntrySource;
 using KorvoL2::MacEntryType;
 using KorvoL2::MacKeyType;
+using namespace DemoNames;  // NOLINT(google-build-using-namespace): they are this file's vocabulary
 namespace Flag = KorvoL2::MacEntryFlag;
 
 namespace {
 
 constexpr std::uint64_t kAllChips = 0b111;
-
-// Locally administered addresses: 02:00, the kind, and a number.
-EthAddr address(std::uint8_t kind, std::uint32_t number) {
-  return EthAddr(0x0200'0000'0000ULL | std::uint64_t{kind} << 24 | number);
-}
-constexpr std::uint8_t kHost = 0x01;
-constexpr std::uint8_t kRemoteHost = 0x02;
-constexpr std::uint8_t kPeerHost = 0x03;
-constexpr std::uint8_t kServer = 0x04;
-constexpr std::uint8_t kRouter = 0x0f;
-
-IntfId ethernet(unsigned card, unsigned port) {
-  return IntfId("Ethernet" + std::to_string(card) + "/" + std::to_string(port));
-}
 
 class Demo {
  public:
@@ -55,6 +44,7 @@ class Demo {
     groups();
     oddities();
     hardware();
+    fillDemoVxlan(model_);
   }
 
  private:
@@ -64,28 +54,23 @@ class Demo {
   }
 
   void ports() {
-    for (unsigned card = 3; card <= 4; ++card) {
-      for (unsigned port = 1; port <= 24; ++port) {
+    for (const unsigned card : kCards) {
+      for (unsigned port = 1; port <= kAccessPorts; ++port) {
         model_.unicast().switchportConfigIs(ethernet(card, port), {.nativeVlan = accessVlan(port)});
       }
       // The uplinks are in port-channels, across the line cards.
-      model_.unicast().lagMembershipIs(ethernet(card, 47), IntfId("Port-Channel10"));
+      model_.unicast().lagMembershipIs(ethernet(card, 47), serverLag_);
       model_.unicast().lagMembershipIs(ethernet(card, 48), peerLink_);
     }
-    for (const IntfId lag : {IntfId("Port-Channel10"), peerLink_}) {
+    for (const IntfId lag : {serverLag_, peerLink_}) {
       model_.unicast().switchportConfigIs(lag, {.nativeVlan = 1});
     }
   }
 
-  static std::uint16_t accessVlan(unsigned port) {
-    constexpr std::array<std::uint16_t, 3> kVlans{10, 20, 30};
-    return kVlans[port % kVlans.size()];
-  }
-
   void localHosts() {
     std::uint32_t host = 0;
-    for (unsigned card = 3; card <= 4; ++card) {
-      for (unsigned port = 1; port <= 24; ++port) {
+    for (const unsigned card : kCards) {
+      for (unsigned port = 1; port <= kAccessPorts; ++port) {
         for (int onPort = 0; onPort < 2; ++onPort) {
           ++host;
           MacEntry entry{.intf = ethernet(card, port), .modBitmap = kAllChips};
@@ -100,7 +85,7 @@ class Demo {
     }
     for (std::uint32_t i = 0; i < 20; ++i) {
       put(i % 2 == 0 ? 10 : 100, address(kServer, 0x100 + i),
-          {.intf = IntfId("Port-Channel10"), .modBitmap = kAllChips});
+          {.intf = serverLag_, .modBitmap = kAllChips});
     }
     for (std::uint32_t i = 0; i < 4; ++i) {
       put(30, address(kServer, 0x200 + i),
@@ -156,13 +141,13 @@ class Demo {
   void routers() {
     for (const std::uint16_t vlan : std::to_array<std::uint16_t>({1, 10, 20, 30, 100})) {
       const IntfId routed("Vlan" + std::to_string(vlan));
-      put(vlan, address(kRouter, 1),
+      put(vlan, address(kRouter, kOwnRouter),
           {.intf = routed,
            .modBitmap = kAllChips,
            .flags = Flag::kRouted,
            .type = MacEntryType::router,
            .source = MacEntrySource::system});
-      put(vlan, address(kRouter, 2),
+      put(vlan, address(kRouter, kVirtualRouter),
           {.intf = routed,
            .modBitmap = kAllChips,
            .flags = Flag::kRouted | Flag::kVirtualRouted,
@@ -187,10 +172,9 @@ class Demo {
 
   void oddities() {
     // Names that no form of fits the column.
-    put(1, address(kServer, 0x400),
-        {.intf = IntfId("uplink-to-spine-east-1"), .modBitmap = kAllChips});
+    put(1, address(kServer, 0x400), {.intf = IntfId(kLongName), .modBitmap = kAllChips});
     put(1, address(kServer, 0x401),
-        {.intf = IntfId("management-sensor"), .modBitmap = kAllChips, .flags = Flag::kMoved});
+        {.intf = IntfId(kSensor), .modBitmap = kAllChips, .flags = Flag::kMoved});
     // The switch's own addresses on its inner VLAN: the agent keeps them for itself.
     for (std::uint32_t i = 1; i <= 3; ++i) {
       put(4094, address(kRouter, 0x100 + i),
@@ -218,7 +202,7 @@ class Demo {
     // server ages, a group leads elsewhere, and a slot was damaged.
     first.differs.push_back({key(20, address(kServer, 0x302)),
                              {.destination = HwDestination::onPort(0, 7), .dstDiscard = false}});
-    second.differs.push_back({key(100, address(kRouter, 1)), {.classId = 0}});
+    second.differs.push_back({key(100, address(kRouter, kOwnRouter)), {.classId = 0}});
     third.differs.push_back({key(100, address(kServer, 4)), {.type = HwMacType::dynamic}});
     third.differs.push_back(
         {key(100, EthAddr(0x0100'5e01'0101ULL)), {.destination = HwDestination::mcastGroup(2)}});
@@ -254,8 +238,9 @@ class Demo {
 
   SwitchModel& model_;
   SwMacTable& table_;
-  const IntfId vxlan_{"Vxlan1"};
-  const IntfId peerLink_{"Port-Channel999"};
+  const IntfId vxlan_{kVxlan};
+  const IntfId serverLag_{kServerLag};
+  const IntfId peerLink_{kPeerLink};
 };
 
 }  // namespace
