@@ -19,8 +19,11 @@ namespace KorvoCtl {
 namespace {
 
 Problem wrongUsage(std::string_view path, std::string_view text) {
+  const CommandRow* row = findCommand(path);
   return {ExitStatus::kUsage,
-          fmt::format("{}\nTry 'korvoctl {}{}--help'.\n", text, path, path.empty() ? "" : " ")};
+          fmt::format("{}\n{}Try 'korvoctl {}{}--help'.\n", text,
+                      row == nullptr ? "" : fmt::format("Usage: korvoctl {}\n", usage(*row)), path,
+                      path.empty() ? "" : " ")};
 }
 
 // An option that stands here, but was given with the words before, or one that may have been meant.

@@ -295,7 +295,10 @@ TEST(CommandLineTest, OptionInFrontOfItsCommandIsToldWhereItStands) {
               HasSubstr("korvoctl show mac address-table --json"));
 }
 
-TEST(CommandLineTest, WrongUsagePointsToTheCommandsHelp) {
+TEST(CommandLineTest, WrongUsageShowsTheRightOneAndPointsToTheHelp) {
+  EXPECT_THAT(problemIn("show router-mac 10"),
+              EndsWith("\nUsage: korvoctl show router-mac [--vlan N | --mac MAC]\n"
+                       "Try 'korvoctl show router-mac --help'.\n"));
   EXPECT_THAT(problemIn("agent cancel"), EndsWith("\nTry 'korvoctl agent cancel --help'.\n"));
   EXPECT_THAT(problemIn("--weather"), EndsWith("\nTry 'korvoctl --help'.\n"));
 }

@@ -1,6 +1,7 @@
 // The client and the plug-in are built apart and meet on the wire. Here they meet in one program:
 // what a command line sends is given to the plug-in, over an agent of mocks.
 #include <gmock/gmock.h>
+#include <rapidcheck/gtest.h>
 
 #include <sstream>
 #include <string>
@@ -11,6 +12,9 @@
 #include "KorvoL2/KorvoL2CliCallbacks/PlainHandlerChain.h"
 #include "KorvoL2/KorvoL2CliCallbacks/ShadowShowHandlers.h"
 #include "client/CommandLine.h"
+#include "client/Value.h"
+#include "platform/types/EthAddr.h"
+#include "platform/types/IntfId.h"
 #include "tests/KorvoL2/KorvoL2CliCallbacks/CallbackFixture.h"
 
 namespace KorvoCtl {
@@ -187,6 +191,30 @@ TEST_F(PluginContractTest, ShadowCommandsReachTheTablesOfTheirNames) {
   EXPECT_CALL(*world.ringManager, evtapTable);
   EXPECT_CALL(*world.evtap, show);
   give("show shadow egress-tag-actions");
+}
+
+// A text of the characters that addresses and names are made of, and those that stand between.
+rc::Gen<std::string> likelyText() {
+  const std::string alphabet = "0123456789abcdefABCDEF0000::::....gGE/+-, =\n\t";
+  return rc::gen::container<std::string>(rc::gen::elementOf(alphabet));
+}
+
+RC_GTEST_PROP(PluginValuesTest, ClientAndAgentReadTheSameAddresses, ()) {
+  std::string text = *rc::gen::oneOf(likelyText(), rc::gen::just(std::string("0011.22aB.ccdd")),
+                                     rc::gen::just(std::string("00:11:22:aB:cc:dd")));
+  if (!text.empty() && *rc::gen::arbitrary<bool>()) {
+    text.at(*rc::gen::inRange<std::size_t>(0, text.size())) =
+        *rc::gen::elementOf(std::string("0aF:.g "));
+  }
+  RC_ASSERT(problemWith(ValueKind::kMac, text).empty() ==
+            Bridging::EthAddr::parse(text).has_value());
+}
+
+RC_GTEST_PROP(PluginValuesTest, ClientTakesNoInterfaceThatTheAgentRefuses, ()) {
+  const std::string text = *likelyText();
+  RC_PRE(problemWith(ValueKind::kInterface, text).empty());
+  RC_ASSERT(Bridging::IntfId(text).stringValue() == text);
+  RC_ASSERT(text.find_first_of(",\n") == std::string::npos);
 }
 
 TEST_F(PluginContractTest, DestinationIsLookedUpByVlanOrByInterface) {
