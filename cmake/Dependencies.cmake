@@ -6,26 +6,13 @@
 
 find_package(Threads REQUIRED)
 
-# fmt 10. Where the distribution's own is older, `./dev setup` unpacks a newer package of the
-# headers below KORVO_FMT_ROOT; only these are used from it.
+# Where the distribution's own fmt is older, `./dev setup` unpacks a newer package of the headers here.
 set(KORVO_FMT_ROOT "${CMAKE_SOURCE_DIR}/build/deps/fmt10" CACHE PATH
   "Where an unpacked libfmt-dev 10 lies, used when the system has none")
-find_package(fmt 10 QUIET CONFIG)
-if(NOT fmt_FOUND)
-  set(fmtCore "${KORVO_FMT_ROOT}/usr/include/fmt/core.h")
-  set(fmtVersion 0)
-  if(EXISTS "${fmtCore}")
-    file(STRINGS "${fmtCore}" fmtVersionLine REGEX "^#define FMT_VERSION [0-9]+")
-    string(REGEX MATCH "[0-9]+" fmtVersion "${fmtVersionLine}")
-  endif()
-  if(fmtVersion LESS 100000 OR NOT fmtVersion LESS 110000)
-    message(FATAL_ERROR
-      "fmt 10 was found neither in the system nor in ${KORVO_FMT_ROOT}. Run ./dev setup first.")
-  endif()
-  add_library(fmt::fmt-header-only INTERFACE IMPORTED GLOBAL)
-  set_target_properties(fmt::fmt-header-only PROPERTIES
-    INTERFACE_INCLUDE_DIRECTORIES "${KORVO_FMT_ROOT}/usr/include"
-    INTERFACE_COMPILE_DEFINITIONS "FMT_HEADER_ONLY=1")
+find_package(Fmt10 QUIET)
+if(NOT Fmt10_FOUND)
+  message(FATAL_ERROR
+    "fmt 10 was found neither in the system nor in ${KORVO_FMT_ROOT}. Run ./dev setup first.")
 endif()
 
 find_package(absl REQUIRED CONFIG)
