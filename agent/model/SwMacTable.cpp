@@ -38,8 +38,10 @@ bool SwMacTable::learn(const MacVlanPair& key, Bridging::IntfId intf, std::uint6
       entry.flags |= Flag::kMoved;
     });
     entryChanged(key, keyType);
+    ++numReported_;
     return true;
   }
+  ++numReported_;
   put(key, MacEntry{.intf = intf, .modBitmap = modBitmap});
   return true;
 }

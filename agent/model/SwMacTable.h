@@ -52,6 +52,8 @@ class SwMacTable final : public KorvoL2::MacTblShadow {
    * An entry of any other type stays as it is. True if the table changed.
    */
   bool learn(const Bridging::MacVlanPair& key, Bridging::IntfId intf, std::uint64_t modBitmap);
+  /** How many addresses learn() has added or moved so far. */
+  std::uint64_t numReported() const noexcept { return numReported_; }
   /** Removes the entry; false if it was not there. */
   bool erase(const Bridging::MacVlanPair& key);
   void clear();
@@ -81,6 +83,7 @@ class SwMacTable final : public KorvoL2::MacTblShadow {
   KorvoL2::MacEntryCollection entries_;
   Listener* listener_ = nullptr;
   HwMacRows* hwRows_ = nullptr;
+  std::uint64_t numReported_ = 0;
   bool collectionPresent_ = true;
   std::uint64_t refModBitmap_ = 0;
   mutable MacRowPrinter printer_;  // caches the cells of interfaces

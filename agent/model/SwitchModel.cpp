@@ -4,16 +4,17 @@
 #include <utility>
 
 #include "platform/base/Exceptions.h"
-#include "platform/rendering/PrintBuffer.h"
 
 namespace KorvoAgent {
 
 class SwitchModel::MacAddrSmHelper final : public KorvoL2::KorvoL2MacAddrSmHelper {
  public:
-  explicit MacAddrSmHelper(Qel::Ptr<SwMacTable> table) : table_(std::move(table)) {}
+  MacAddrSmHelper(Qel::Ptr<SwMacTable> table, const Service<ModFifoShowModel>& fifos)
+      : table_(std::move(table)), fifos_(fifos) {}
   KorvoL2::MacTblShadow* macTblShadow() const override {
     return shadowPresent_ ? table_.get() : nullptr;
   }
+  KorvoL2::L2ModFifoShowSm* l2ModFifoShowSm() const override { return fifos_.shown(); }
   const KorvoL2::FapChipCollection* fapChip() const override { return chips_; }
   bool readUnknownChips() const override { return readUnknownChips_; }
   KorvoL2::L2TableReadSm* l2TableReadSm() const override { return reader_; }
@@ -29,46 +30,33 @@ class SwitchModel::MacAddrSmHelper final : public KorvoL2::KorvoL2MacAddrSmHelpe
 
  private:
   Qel::Ptr<SwMacTable> table_;
+  const Service<ModFifoShowModel>& fifos_;
   const KorvoL2::FapChipCollection* chips_ = nullptr;
   KorvoL2::L2TableReadSm* reader_ = nullptr;
   bool shadowPresent_ = true;
   bool readUnknownChips_ = false;
 };
 
-namespace {
-
-// The simulated chips keep no multicast group tables, and this helper says so.
-class McastHelperModel final : public KorvoL2::KorvoL2McastHelper {
- public:
-  void showHwMcastGroupTable(std::uint32_t socket, bool, bool, std::uint32_t) override {
-    sayThatThereIsNone(socket);
-  }
-  void showMcastGroupTable(std::uint32_t socket) override { sayThatThereIsNone(socket); }
-  void clearShadowMcastGroupTable() override {}
-
- private:
-  static void sayThatThereIsNone(std::uint32_t socket) {
-    Rendering::printToSocket(socket, "the simulated chips keep no multicast group table\n");
-  }
-};
-
-}  // namespace
-
 class SwitchModel::Mcast final : public KorvoL2::McastObject {
  public:
-  KorvoL2::McastHelper* mcastHelper() const override { return helper_.get(); }
+  explicit Mcast(const Service<McastHelperModel>& helper) : helper_(helper) {}
+  KorvoL2::McastHelper* mcastHelper() const override { return helper_.shown(); }
 
  private:
-  Qel::Ptr<McastHelperModel> helper_ = Qel::makePtr<McastHelperModel>();
+  const Service<McastHelperModel>& helper_;
 };
 
 SwitchModel::SwitchModel(Qel::Ptr<const Qel::Clock> clock)
     : clock_(std::move(clock)),
       swMacTable_(Qel::makePtr<SwMacTable>()),
       unicast_(Qel::makePtr<UnicastAgentModel>()),
-      macAddrSmHelper_(Qel::makePtr<MacAddrSmHelper>(swMacTable_)),
-      mcast_(Qel::makePtr<Mcast>()) {
+      services_(
+          clock_, [this] { return chipNames(); },
+          [table = swMacTable_] { return table->numReported(); }, unicast_->vxlan()),
+      macAddrSmHelper_(Qel::makePtr<MacAddrSmHelper>(swMacTable_, services_.modFifoShow)),
+      mcast_(Qel::makePtr<Mcast>(services_.mcastHelper)) {
   QEL_ASSERT(clock_ != nullptr);
+  unicast_->services().routerMac->macTableIs(swMacTable_.get());
   chipsIs(1);
   unicast_->chipIdentityIs(kDefaultChipIdentity);
   chipAttrIs(kDefaultChipIdentity, true, true);
@@ -136,6 +124,12 @@ void SwitchModel::chipDelAll() {
 void SwitchModel::chipsChanged() {
   swMacTable_->refModBitmapIs(moduleBitmap());
   changed("chips");
+}
+
+std::vector<ChipName> SwitchModel::chipNames() const {
+  std::vector<ChipName> names;
+  for (const Chip& chip : chips_) names.push_back({chip.id, chip.name});
+  return names;
 }
 
 std::uint64_t SwitchModel::moduleBitmap() const noexcept {

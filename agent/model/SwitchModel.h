@@ -14,7 +14,7 @@
 #include "agent/model/ChipDeviation.h"
 #include "agent/model/SwMacTable.h"
 #include "agent/model/UnicastAgentModel.h"
-#include "agent/services/CmdRingManagerModel.h"
+#include "agent/services/SwitchServices.h"
 #include "platform/l2/L2Agent.h"
 
 namespace KorvoAgent {
@@ -49,7 +49,17 @@ class SwitchModel final : public KorvoL2::L2Agent {
   Qel::Ptr<const Qel::Clock> activityClock() const override { return clock_; }
   KorvoL2::McastObject* mcast() const override;
   KorvoL2::L2CmdRingManager* l2CmdRingManager() const override {
-    return cmdRingManagerPresent_ ? cmdRingManager_.get() : nullptr;
+    return services_.cmdRingManager.shown();
+  }
+  KorvoL2::KorvoL2ModFifoMonitorSm* l2ModFifoMonitorSm() const override {
+    return services_.modFifoMonitor.shown();
+  }
+  KorvoL2::MlagHelper* mlagHelper() const override { return services_.mlagHelper.shown(); }
+  KorvoL2::VfiAllocatorSm* vfiAllocatorSm() const override {
+    return services_.vfiAllocator.shown();
+  }
+  KorvoL2::KorvoL2FlexCounter* flexCounter() const override {
+    return services_.flexCounter.shown();
   }
   bool hwTableStateAvailable() const override { return hwTableStateAvailable_; }
   bool isModulePresent(Tessar::FapId chip) const override;
@@ -87,9 +97,7 @@ class SwitchModel final : public KorvoL2::L2Agent {
   void macTblShadowPresentIs(bool present);
   void mcastPresentIs(bool present);
   void readUnknownChipsIs(bool read);
-  void cmdRingManagerPresentIs(bool present) {
-    attributeIs(cmdRingManagerPresent_, present, "cmdRingManagerPresent");
-  }
+  void cmdRingManagerPresentIs(bool present) { services_.cmdRingManager.presentIs(present); }
 
   /**
    * What there is of hardware: the chips as commands see them, who reads their tables and who
@@ -104,7 +112,9 @@ class SwitchModel final : public KorvoL2::L2Agent {
   const SwMacTable& swMacTable() const noexcept { return *swMacTable_; }
   UnicastAgentModel& unicast() noexcept { return *unicast_; }
   const UnicastAgentModel& unicast() const noexcept { return *unicast_; }
-  CmdRingManagerModel& cmdRingManager() noexcept { return *cmdRingManager_; }
+  CmdRingManagerModel& cmdRingManager() noexcept { return *services_.cmdRingManager; }
+  /** The objects that plain commands forward to, and whether they are present. */
+  SwitchServices& services() noexcept { return services_; }
   /** What the layer-2 tables of the agent's chip can do about VLAN ranges. */
   KorvoL2::ChipL2TableFeature& l2TableFeature() noexcept { return *chipL2TableFeature_; }
   /** Enters or replaces the attributes of the chips of that identity. */
@@ -123,6 +133,7 @@ class SwitchModel final : public KorvoL2::L2Agent {
 
   ~SwitchModel() override;
   void chipsChanged();
+  std::vector<ChipName> chipNames() const;
 
   Qel::Ptr<const Qel::Clock> clock_;
   std::string name_ = "switch";
@@ -133,14 +144,13 @@ class SwitchModel final : public KorvoL2::L2Agent {
   bool unicastAgentPresent_ = true;
   bool macAddrSmHelperPresent_ = true;
   bool mcastPresent_ = true;
-  bool cmdRingManagerPresent_ = true;
   bool hwTableStateAvailable_ = true;
   std::uint32_t maxL2MulticastGroupsAll_ = 4096;
   Qel::Ptr<SwMacTable> swMacTable_;
   Qel::Ptr<UnicastAgentModel> unicast_;
+  SwitchServices services_;
   Qel::Ptr<MacAddrSmHelper> macAddrSmHelper_;
   Qel::Ptr<Mcast> mcast_;
-  Qel::Ptr<CmdRingManagerModel> cmdRingManager_ = Qel::makePtr<CmdRingManagerModel>();
   Qel::Ptr<KorvoL2::ChipL2TableFeature> chipL2TableFeature_ =
       Qel::makePtr<KorvoL2::ChipL2TableFeature>();
   KorvoL2::ChipAttrDir chipAttrDir_;

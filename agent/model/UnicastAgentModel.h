@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string>
 
+#include "agent/services/SwitchServices.h"
 #include "agent/services/VlanXlateModel.h"
 #include "agent/services/VxlanL2SmModel.h"
 #include "platform/l2/UnicastAgent.h"
@@ -25,6 +26,14 @@ class UnicastAgentModel final : public KorvoL2::UnicastAgent {
   }
   KorvoL2::IngVlanRangeSm* ingVlanRangeSm() const override {
     return ingVlanRangePresent_ ? ingVlanRange_.get() : nullptr;
+  }
+  KorvoL2::SvpManager* svpManager() const override { return services_.svpManager.shown(); }
+  KorvoL2::KorvoRouterMacSm* routerMacSm() const override { return services_.routerMac.shown(); }
+  KorvoL2::VlanXlate2Manager* vlanXlate2Manager() const override {
+    return services_.vlanXlate2Manager.shown();
+  }
+  KorvoL2::EgrVlanXlateQuorraManager* egrVlanXlateManager() const override {
+    return services_.egrVlanXlateManager.shown();
   }
   Qel::Ptr<const KorvoL2::FeatureAgentCommonSmData> featureAgentCommonSmData() const override {
     return common_;
@@ -73,6 +82,8 @@ class UnicastAgentModel final : public KorvoL2::UnicastAgent {
 
   // The contents, there whether or not the object that leads to them is present.
 
+  /** The objects that plain commands forward to, and whether they are present. */
+  UnicastServices& services() noexcept { return services_; }
   VxlanL2SmModel& vxlan() noexcept { return *vxlan_; }
   VlanXlateSmModel& vlanXlate() noexcept { return *vlanXlate_; }
   IngVlanRangeSmModel& ingVlanRange() noexcept { return *ingVlanRange_; }
@@ -91,6 +102,7 @@ class UnicastAgentModel final : public KorvoL2::UnicastAgent {
       Qel::makePtr<KorvoL2::FeatureAgentCommonSmData>();
   Qel::Ptr<KorvoL3::RoutingStatus> routingStatus_ = Qel::makePtr<KorvoL3::RoutingStatus>();
   Qel::Ptr<KorvoL2::VlanSvpConfigDir> vlanSvpConfig_ = Qel::makePtr<KorvoL2::VlanSvpConfigDir>();
+  UnicastServices services_{*vxlan_, vlanXlate_, routingStatus_};
   Bridging::IntfId recircIntf_;
   bool initialized_ = true;
   bool ready_ = true;

@@ -1,47 +1,52 @@
 #include "agent/services/CmdRingManagerModel.h"
 
-#include "platform/rendering/PrintBuffer.h"
-
 namespace KorvoAgent {
 
-namespace {
+using KorvoL2::ShadowTable;
 
-// The simulated chips hold none of these tables, and the printers say so.
-void sayThatThereIsNone(std::uint32_t socket) {
-  Rendering::printToSocket(socket, "the simulated chips do not hold this table\n");
-}
-
-class NoTable final : public KorvoL2::ShadowTable {
- public:
-  void show(std::uint32_t socket, const Qel::Ptr<KorvoL2::ShadowShow>&) override {
-    sayThatThereIsNone(socket);
+CmdRingManagerModel::CmdRingManagerModel(const ChipNames& chips) {
+  for (const ShadowLayout& layout : shadowLayouts()) {
+    tables_.push_back(Qel::makePtr<ShadowTableModel>(layout, chips));
   }
-};
+}
 
-}  // namespace
+void CmdRingManagerModel::showEgrVfiTable(std::uint32_t socket, const Parameters& parameters) {
+  shadowTable(ShadowTableId::egrVfi).show(socket, parameters);
+}
 
-void CmdRingManagerModel::showEgrVfiTable(std::uint32_t socket, const Parameters&) {
-  sayThatThereIsNone(socket);
+void CmdRingManagerModel::showEgrVlanXlate2Entries(std::uint32_t socket,
+                                                   const Parameters& parameters) {
+  shadowTable(ShadowTableId::egrXlate2).show(socket, parameters);
 }
-void CmdRingManagerModel::showEgrVlanXlate2Entries(std::uint32_t socket, const Parameters&) {
-  sayThatThereIsNone(socket);
+
+void CmdRingManagerModel::showEgrVlanXlateEntries(std::uint32_t socket,
+                                                  const Parameters& parameters) {
+  shadowTable(ShadowTableId::egrXlate).show(socket, parameters);
 }
-void CmdRingManagerModel::showEgrVlanXlateEntries(std::uint32_t socket, const Parameters&) {
-  sayThatThereIsNone(socket);
+
+void CmdRingManagerModel::showVfiTable(std::uint32_t socket, const Parameters& parameters) {
+  shadowTable(ShadowTableId::vfi).show(socket, parameters);
 }
-void CmdRingManagerModel::showVfiTable(std::uint32_t socket, const Parameters&) {
-  sayThatThereIsNone(socket);
+
+void CmdRingManagerModel::showVlanXlate2Entries(std::uint32_t socket,
+                                                const Parameters& parameters) {
+  shadowTable(ShadowTableId::vlanXlate2).show(socket, parameters);
 }
-void CmdRingManagerModel::showVlanXlate2Entries(std::uint32_t socket, const Parameters&) {
-  sayThatThereIsNone(socket);
+
+void CmdRingManagerModel::showVlanXlateEntries(std::uint32_t socket, const Parameters& parameters) {
+  shadowTable(ShadowTableId::vlanXlate).show(socket, parameters);
 }
-void CmdRingManagerModel::showVlanXlateEntries(std::uint32_t socket, const Parameters&) {
-  sayThatThereIsNone(socket);
+
+Qel::Ptr<ShadowTable> CmdRingManagerModel::evtapTable() {
+  return {&shadowTable(ShadowTableId::evTap)};
 }
-Qel::Ptr<KorvoL2::ShadowTable> CmdRingManagerModel::evtapTable() { return Qel::makePtr<NoTable>(); }
-Qel::Ptr<KorvoL2::ShadowTable> CmdRingManagerModel::ivtapTable() { return Qel::makePtr<NoTable>(); }
-Qel::Ptr<KorvoL2::ShadowTable> CmdRingManagerModel::sourceVpTable() {
-  return Qel::makePtr<NoTable>();
+
+Qel::Ptr<ShadowTable> CmdRingManagerModel::ivtapTable() {
+  return {&shadowTable(ShadowTableId::ivTap)};
+}
+
+Qel::Ptr<ShadowTable> CmdRingManagerModel::sourceVpTable() {
+  return {&shadowTable(ShadowTableId::sourceVp)};
 }
 
 KorvoL2::IngVlanRangeParam CmdRingManagerModel::getIngVlanRangeEntry(std::uint16_t logicalFap,
