@@ -32,11 +32,15 @@ class CliCallbackWithFormat final : public AgentCommand::CliCallbackBaseWithForm
   class AsyncHandler;
   class DefaultH;
   class DefaultAsyncH;
+  class EgrVlanXlateStatusH;
+  class IngVlanRangeH;
   class MacTableHandler;
   class MactAllH;
   class MactDiffH;
   class MactHwAllH;
   class MactMissingH;
+  class VlanDumpHandler;
+  class VlanXlateStatusH;
 
   explicit CliCallbackWithFormat(std::string name);
   /** A new callback with its notifications switched on. */

@@ -3,6 +3,7 @@
 #include <array>
 
 #include "KorvoL2/KorvoL2CliCallbacks/MacTableHandlers.h"
+#include "KorvoL2/KorvoL2CliCallbacks/VlanDumpHandlers.h"
 
 namespace KorvoL2 {
 
@@ -23,10 +24,13 @@ constexpr std::array kChain{
 static_assert(firstFaultyRow<CliCallbackWithFormat::Handler>(kChain) == kChain.size());
 
 constexpr std::array kAsyncChain{
+    asyncRow<CliCallbackWithFormat::EgrVlanXlateStatusH>("EGR_VLAN_XLATE_STATUS"),
+    asyncRow<CliCallbackWithFormat::IngVlanRangeH>("ING_VLAN_RANGE"),
     asyncRow<CliCallbackWithFormat::MactDiffH>("MACT_DIFF"),
     asyncRow<CliCallbackWithFormat::MactHwAllH>("MACT_HW_ALL"),
     asyncRow<CliCallbackWithFormat::MactMissingH>("MACT_MISSING"),
     asyncRow<CliCallbackWithFormat::MactAllH>("MACT_ALL"),
+    asyncRow<CliCallbackWithFormat::VlanXlateStatusH>("VLAN_XLATE_STATUS"),
     asyncRow<CliCallbackWithFormat::DefaultAsyncH>(""),
 };
 static_assert(firstFaultyRow<CliCallbackWithFormat::AsyncHandler>(kAsyncChain) ==

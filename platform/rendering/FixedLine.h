@@ -43,6 +43,11 @@ class FixedLine {
     buffer_.commit(std::max<const char*>(end, out + kWidth));
     return *this;
   }
+  /** Left-aligned in `kWidth` bytes; "-" for 0, where that stands for "none". */
+  template <std::size_t kWidth>
+  FixedLine& leftOrDash(std::uint32_t number) {
+    return number == 0 ? left<kWidth>("-") : left<kWidth>(number);
+  }
   /** Right-aligned in `kWidth` bytes. */
   template <std::size_t kWidth>
   FixedLine& right(std::uint32_t number) {

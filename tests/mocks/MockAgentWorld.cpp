@@ -88,6 +88,9 @@ void MockAgentWorld::answerAsUnicastAgent() {
   ON_CALL(*unicast, routerMacSm).WillByDefault(Return(routerMac.get()));
   ON_CALL(*unicast, vlanXlate2Manager).WillByDefault(Return(vlanXlate2.get()));
   ON_CALL(*unicast, egrVlanXlateManager).WillByDefault(Return(egrVlanXlate.get()));
+  ON_CALL(*unicast, vlanXlateSm).WillByDefault(Return(vlanXlate.get()));
+  ON_CALL(*unicast, ingVlanRangeSm).WillByDefault(Return(ingVlanRange.get()));
+  ON_CALL(*unicast, featureAgentCommonSmData).WillByDefault(ReturnPointee(&fcsd));
   ON_CALL(*unicast, remoteMac).WillByDefault(ReturnRef(remoteMacs));
   ON_CALL(*unicast, lagMembership).WillByDefault(ReturnRef(lagMembership));
   ON_CALL(*unicast, switchportConfig).WillByDefault(ReturnRef(switchports));

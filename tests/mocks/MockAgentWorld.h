@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 
 #include "platform/base/Clock.h"
+#include "tests/mocks/FakeVlanServices.h"
 #include "tests/mocks/MockL2Agent.h"
 #include "tests/mocks/MockL2CmdRingManager.h"
 #include "tests/mocks/MockL2Services.h"
@@ -54,6 +55,9 @@ class MockAgentWorld {
   SwitchportConfigCollection switchports;
   MacEntryCollection macs;
   FapChipCollection fapChips;
+  Qel::Ptr<FeatureAgentCommonSmData> fcsd = Qel::makePtr<FeatureAgentCommonSmData>();
+  Qel::Ptr<FakeVlanXlateSm> vlanXlate = Qel::makePtr<FakeVlanXlateSm>();
+  Qel::Ptr<FakeIngVlanRangeSm> ingVlanRange = Qel::makePtr<FakeIngVlanRangeSm>();
 
   Qel::Ptr<Qel::ManualClock> clock = Qel::makePtr<Qel::ManualClock>();
   Qel::Ptr<MockL2Agent> agent;

@@ -63,12 +63,16 @@ TEST(HandlerChainsTest, CommandsAnsweredAtOnceInTheirOrder) {
 }
 
 TEST(HandlerChainsTest, CommandsWithAStateMachineInTheirOrder) {
-  EXPECT_THAT(rowsOf(asyncHandlerChain()),
-              ElementsAre(Pair("MACT_DIFF", "CliCallbackWithFormat::MactDiffH"),
-                          Pair("MACT_HW_ALL", "CliCallbackWithFormat::MactHwAllH"),
-                          Pair("MACT_MISSING", "CliCallbackWithFormat::MactMissingH"),
-                          Pair("MACT_ALL", "CliCallbackWithFormat::MactAllH"),
-                          Pair("", "CliCallbackWithFormat::DefaultAsyncH")));
+  EXPECT_THAT(
+      rowsOf(asyncHandlerChain()),
+      ElementsAre(Pair("EGR_VLAN_XLATE_STATUS", "CliCallbackWithFormat::EgrVlanXlateStatusH"),
+                  Pair("ING_VLAN_RANGE", "CliCallback::IngVlanRangeH"),
+                  Pair("MACT_DIFF", "CliCallbackWithFormat::MactDiffH"),
+                  Pair("MACT_HW_ALL", "CliCallbackWithFormat::MactHwAllH"),
+                  Pair("MACT_MISSING", "CliCallbackWithFormat::MactMissingH"),
+                  Pair("MACT_ALL", "CliCallbackWithFormat::MactAllH"),
+                  Pair("VLAN_XLATE_STATUS", "CliCallbackWithFormat::VlanXlateStatusH"),
+                  Pair("", "CliCallbackWithFormat::DefaultAsyncH")));
 }
 
 TEST(HandlerChainsTest, AllKeepTheRules) {

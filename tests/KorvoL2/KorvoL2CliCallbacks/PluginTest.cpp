@@ -60,6 +60,8 @@ TEST(PluginTest, ExportsItsEntryTheFactoriesAndTheCreationFunctionsOnly) {
   };
   // The request state machines; each has a factory and a creation function.
   for (const std::string machine : {
+           "EgrVlanXlateSwRequestSmBase",
+           "IngVlanXlateSwRequestSmBase",
            "IngVlanRangeRequestSmBase",
            "IngVlanRangeRequestSm",
            "IngDynamicVlanRangeRequestSm",

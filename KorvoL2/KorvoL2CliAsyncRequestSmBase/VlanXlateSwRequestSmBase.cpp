@@ -1,0 +1,24 @@
+#include "KorvoL2/KorvoL2CliAsyncRequestSmBase/VlanXlateSwRequestSmBase.h"
+
+namespace KorvoL2 {
+
+VlanXlateSwRequestSmBase::~VlanXlateSwRequestSmBase() = default;
+
+void VlanXlateSwRequestSmBase::getAsyncState() {
+  if (inProgress_) {
+    yieldingIs(false);
+    return;
+  }
+  renderer().openObject();
+  inProgressIs(true);
+}
+
+void VlanXlateSwRequestSmBase::executionComplete() {
+  QEL_TRACE(trace(), 8, "");
+  renderer().closeObject();
+  renderer().documentEnd();
+  finishRequest(*this);
+  inProgressIs(false);
+}
+
+}  // namespace KorvoL2
