@@ -16,8 +16,8 @@ constexpr std::string_view kHint = "select one with HW_MCAST_MCIDX+INDEX";
 
 void makeSet(McastPorts& ports) {
   std::ranges::sort(ports);
-  const auto twice = std::ranges::unique(ports);
-  ports.erase(twice.begin(), twice.end());
+  // Not std::ranges::unique, which clang 14 cannot compile with g++ 12's library.
+  ports.erase(std::unique(ports.begin(), ports.end()), ports.end());
 }
 
 std::string portsText(const McastPorts& ports) {

@@ -18,7 +18,8 @@ void VfiAllocatorModel::showVlanVfiMap(std::uint32_t socket) {
     table.row(vlan.value(), mapping.vfi, NoneIfZero{mapping.vni});
   }
   std::ranges::sort(used);
-  const auto numUsed = static_cast<std::size_t>(std::ranges::unique(used).begin() - used.begin());
+  const auto numUsed =
+      static_cast<std::size_t>(std::unique(used.begin(), used.end()) - used.begin());
   const std::string total =
       std::to_string(numUsed) + " of " + counted(size_, "VFI", "VFIs") + " in use";
   Answer answer(socket);
