@@ -139,7 +139,7 @@ constexpr CommandRow kCommands[] = {
      .details =
          "Prints the number of the VXLAN tunnel through which a frame to the address MAC would\n"
          "leave, and nothing when there is none.",
-     .example = "korvoctl show vxlan destination 0200.0300.0001 --vlan 10"},
+     .example = "korvoctl show vxlan destination 0200.0200.0008 --vlan 10"},
 
     {.path = "show vxlan virtual-ports",
      .entry = Entry::kPlain,

@@ -48,6 +48,22 @@ class Rewriting(unittest.TestCase):
         self.assertEqual(examples.rewritten(["up ... ms", "old"], ["up 7 ms", "new"]),
                          ["up ... ms", "new"])
 
+    def test_words_that_change_by_themselves_give_way_to_dots(self):
+        self.assertEqual(examples.steady(["up 7 ms", "same"], ["up 12 ms", "same"]),
+                         ["up ... ms", "same"])
+        merged = examples.steady(["id      9  x"], ["id     10  x"])
+        self.assertEqual(merged, ["id ...  x"])
+        for line in ("id      9  x", "id     10  x", "id 123456  x"):
+            self.assertTrue(examples.matches(merged, [line]))
+        self.assertEqual(examples.steady(["a b"], ["a b c"]), ["a b..."])
+        self.assertEqual(examples.steady(["one"], ["one", "two"]), ["one"])
+
+    def test_answers_that_have_grown_long_are_cut_too(self):
+        lines = [str(number) for number in range(100)]
+        self.assertEqual(examples.rewritten(["none"], lines), [*lines[:10], "...", "98", "99"])
+        # Who wrote down a long one wants it long.
+        self.assertEqual(examples.rewritten(lines[:50], lines), lines)
+
     def test_new_examples_are_cut_to_a_readable_length(self):
         lines = [str(number) for number in range(100)]
         self.assertEqual(examples.rewritten([], lines), [*lines[:10], "...", "98", "99"])
@@ -87,6 +103,11 @@ class Running(unittest.TestCase):
         self.assertEqual(status, 0)
         self.assertEqual(text, document("$ korvoctl agent chips", "0 Linecard3/0", "1 Linecard3/1",
                                         "2 Linecard4/0"))
+
+    def test_update_leaves_out_what_changes_by_itself(self):
+        text = self.run_on(document("$ korvoctl agent status | head -n 1"), "--update")[2]
+        self.assertRegex(text, r"\nuptime +\.\.\. ms\n")
+        self.assertEqual(self.run_on(text)[:2], (0, ""))
 
     def test_commands_of_a_block_share_a_shell_with_its_exit_statuses(self):
         text = document("$ x=7", "$ korvoctl show nonsense 2>/dev/null", "$ echo $? $x", "2 7",
