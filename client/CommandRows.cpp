@@ -79,6 +79,7 @@ constexpr CommandRow kCommands[] = {
     {.path = "show vlan range ingress",
      .entry = Entry::kAsync,
      .keyword = "ING_VLAN_RANGE",
+     .whenEmpty = "no interface has VLAN ranges",
      .summary = "Ingress VLAN ranges of each interface",
      .example = "korvoctl show vlan range ingress"},
 
@@ -113,6 +114,7 @@ constexpr CommandRow kCommands[] = {
      .entry = Entry::kAsync,
      .keyword = "VXLAN_VLAN",
      .options = kDetailOnly,
+     .whenEmpty = "VXLAN carries no VLAN",
      .summary = "VNI and VFI of each VLAN in VXLAN",
      .details = "--detail adds each VLAN's multicast index, SVP and interfaces.",
      .example = "korvoctl show vxlan vlan --detail"},

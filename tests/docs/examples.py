@@ -187,8 +187,8 @@ def answersOf(block, after=0):
             return subprocess.run(
                 ["bash", "-c", script], cwd=folder, stdin=subprocess.DEVNULL,
                 stdout=subprocess.PIPE, timeout=kPatience,
-                env={"PATH": f"{kBuild / 'bin'}:{os.environ['PATH']}", "HOME": folder,
-                     "LC_ALL": "C.UTF-8", "KORVO_L2_SOCKET": socket}).stdout
+                env={**os.environ, "PATH": f"{kBuild / 'bin'}:{os.environ['PATH']}",
+                     "HOME": folder, "LC_ALL": "C.UTF-8", "KORVO_L2_SOCKET": socket}).stdout
 
         if any("korvo-l2-agent" in example.command for example in examples):
             output = run()
