@@ -66,11 +66,36 @@ class TinyMulticast final : public KorvoL2::McastObject {
   KorvoL2::McastHelper* mcastHelper() const override { return nullptr; }
 };
 
+/** VXLAN with one VLAN; the summary is printed from these records. */
+class TinyVxlan final : public KorvoL2::VxlanL2Sm {
+ public:
+  TinyVxlan() {
+    const Bridging::VlanId vlan(10);
+    state_->vlanMapping.add(vlan);
+    state_->vlanToSvp.put(vlan, {.number = 7});
+    config_->vlanMapping.put(vlan, {.vlanId = vlan.value(), .vfi = 4106, .vni = 10010});
+  }
+  void showSoftwareVxlanDebugInfo(std::uint32_t socket) override {
+    Rendering::printToSocket(socket, "one VLAN\n");
+  }
+  Qel::Ptr<const KorvoL2::VxlanL2State> vxlanL2State() const override { return state_; }
+  Qel::Ptr<const KorvoL2::VxlanL3Config> vxlanL3Config() const override { return config_; }
+  Qel::Ptr<const KorvoL2::VxlanL3Status> vxlanL3Status() const override { return status_; }
+  Qel::Ptr<const KorvoL2::VxlanCapabilities> vxlanCapabilities() const override { return chips_; }
+
+ private:
+  Qel::Ptr<KorvoL2::VxlanL2State> state_ = Qel::makePtr<KorvoL2::VxlanL2State>();
+  Qel::Ptr<KorvoL2::VxlanL3Config> config_ = Qel::makePtr<KorvoL2::VxlanL3Config>();
+  Qel::Ptr<KorvoL2::VxlanL3Status> status_ = Qel::makePtr<KorvoL2::VxlanL3Status>();
+  Qel::Ptr<KorvoL2::VxlanCapabilities> chips_ = Qel::makePtr<KorvoL2::VxlanCapabilities>();
+};
+
 class TinyUnicastAgent final : public KorvoL2::UnicastAgent {
  public:
   bool initialized() const override { return true; }
   bool ready() const override { return true; }
   std::string chipIdentity() const override { return "tiny"; }
+  KorvoL2::VxlanL2Sm* vxlanL2Sm() const override { return vxlan_.get(); }
   const KorvoL2::RemoteMacCollection& remoteMac() const override { return remoteMac_; }
   const KorvoL2::LagMembershipCollection& lagMembership() const override { return lags_; }
   const KorvoL2::SwitchportConfigCollection& switchportConfig() const override { return ports_; }
@@ -79,6 +104,7 @@ class TinyUnicastAgent final : public KorvoL2::UnicastAgent {
   KorvoL2::RemoteMacCollection remoteMac_;
   KorvoL2::LagMembershipCollection lags_;
   KorvoL2::SwitchportConfigCollection ports_;
+  Qel::Ptr<TinyVxlan> vxlan_ = Qel::makePtr<TinyVxlan>();
 };
 
 class TinyAgent final : public KorvoL2::L2Agent {
