@@ -1,5 +1,6 @@
 #include "platform/types/IntfId.h"
 
+#include <algorithm>
 #include <array>
 #include <memory>
 #include <unordered_map>
@@ -34,6 +35,29 @@ std::string briefOf(std::string_view name) {
   return std::string(name);
 }
 
+// The name with each run of digits, less leading zeros, behind its length: a longer number is a
+// larger one. Lengths up to nine are a digit, one less, and longer ones '9' and a byte, so that
+// against any other character they compare as digits do.
+std::string orderOf(std::string_view name) {
+  constexpr std::size_t kShort = 9;
+  std::string order;
+  for (std::size_t i = 0; i < name.size();) {
+    if (!isDigit(name[i])) {
+      order += name[i++];
+      continue;
+    }
+    std::size_t end = i;
+    while (end < name.size() && isDigit(name[end])) ++end;
+    while (i + 1 < end && name[i] == '0') ++i;
+    const std::size_t length = end - i;
+    order += static_cast<char>('0' + std::min(length - 1, kShort));
+    if (length > kShort) order += static_cast<char>(length);
+    order += name.substr(i, length);
+    i = end;
+  }
+  return order;
+}
+
 }  // namespace
 
 const IntfId::Name IntfId::kNone{};
@@ -54,6 +78,7 @@ IntfId::IntfId(std::string_view name) : name_(&kNone) {
     throw Qel::RangeException("more than " + std::to_string(kMaxNames) + " interface names");
   }
   auto entry = std::make_unique<Name>();
+  entry->order = orderOf(name);
   entry->full = name;
   entry->brief = briefOf(name);
   entry->json.clear();
@@ -61,35 +86,6 @@ IntfId::IntfId(std::string_view name) : name_(&kNone) {
   name_ = entry.get();
   const std::string_view key = entry->full;
   names->emplace(key, std::move(entry));
-}
-
-std::strong_ordering IntfId::compareNames(std::string_view a, std::string_view b) noexcept {
-  std::size_t i = 0;
-  std::size_t j = 0;
-  while (i < a.size() && j < b.size()) {
-    if (isDigit(a[i]) && isDigit(b[j])) {
-      const std::size_t aStart = i;
-      const std::size_t bStart = j;
-      while (i < a.size() && isDigit(a[i])) ++i;
-      while (j < b.size() && isDigit(b[j])) ++j;
-      std::string_view x = a.substr(aStart, i - aStart);
-      std::string_view y = b.substr(bStart, j - bStart);
-      while (x.size() > 1 && x.front() == '0') x.remove_prefix(1);
-      while (y.size() > 1 && y.front() == '0') y.remove_prefix(1);
-      if (x.size() != y.size()) return x.size() <=> y.size();
-      if (const int c = x.compare(y); c != 0) return c <=> 0;
-      continue;
-    }
-    if (a[i] != b[j]) {
-      return static_cast<unsigned char>(a[i]) <=> static_cast<unsigned char>(b[j]);
-    }
-    ++i;
-    ++j;
-  }
-  if (i < a.size()) return std::strong_ordering::greater;
-  if (j < b.size()) return std::strong_ordering::less;
-  // Equal but for leading zeros ("Et01", "Et1"): different names must not compare equal.
-  return a.compare(b) <=> 0;
 }
 
 }  // namespace Bridging

@@ -44,7 +44,9 @@ class IntfId {
   friend bool operator==(IntfId a, IntfId b) noexcept { return a.name_ == b.name_; }
   friend std::strong_ordering operator<=>(IntfId a, IntfId b) noexcept {
     if (a.name_ == b.name_) return std::strong_ordering::equal;
-    return compareNames(a.name_->full, b.name_->full);
+    const int c = a.name_->order.compare(b.name_->order);
+    // Equal but for leading zeros ("Et01", "Et1"): different names must not compare equal.
+    return (c != 0 ? c : a.name_->full.compare(b.name_->full)) <=> 0;
   }
   template <class H>
   friend H AbslHashValue(H h, IntfId i) {
@@ -53,11 +55,11 @@ class IntfId {
 
  private:
   struct Name {
+    std::string order;  // compares bytewise as a person orders the names
     std::string full;
     std::string brief;
     std::string json = "\"\"";
   };
-  static std::strong_ordering compareNames(std::string_view a, std::string_view b) noexcept;
   static const Name kNone;
 
   const Name* name_;
