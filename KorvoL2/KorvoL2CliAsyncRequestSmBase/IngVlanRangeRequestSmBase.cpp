@@ -66,12 +66,13 @@ void IngVlanRangeRequestSmBase::showIngVlanRanges() {
 
 RowOutcome IngVlanRangeRequestSmBase::showIntf(Bridging::IntfId intf) {
   const std::uint32_t logicalPort = getLogicalPort(intf);
-  const KorvoPortIdBase* const portId = fcsd_->intfPortId.find(intf);
-  const auto* const fap =
-      fcsd_->modPortLogicalFap.find(portId == nullptr ? Bridging::ModPort{} : portId->modPort);
+  // Before the rest is looked up: most interfaces of a switch have no entry.
   const VlanXlateScaleEntry* const scale = vlanXlateScaleEntryDir_->entries.find(intf);
   if (scale == nullptr || cmdRingManager_ == nullptr) return RowOutcome::silent;
   const bool oversize = ingVlanRangeSize_ < scale->size;
+  const KorvoPortIdBase* const portId = fcsd_->intfPortId.find(intf);
+  const auto* const fap =
+      fcsd_->modPortLogicalFap.find(portId == nullptr ? Bridging::ModPort{} : portId->modPort);
   const IngVlanRangeParam programmed =
       cmdRingManager_->getIngVlanRangeEntry(fap == nullptr ? kNoLogicalFap : *fap, logicalPort);
   if (programmed.ranges.empty()) return RowOutcome::silent;

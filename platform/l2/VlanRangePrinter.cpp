@@ -1,8 +1,9 @@
 #include "platform/l2/VlanRangePrinter.h"
 
-#include <array>
+#include <algorithm>
 #include <charconv>
-#include <string>
+#include <cstddef>
+#include <limits>
 #include <string_view>
 
 namespace KorvoL2 {
@@ -13,67 +14,88 @@ using Rendering::RendererV2;
 
 namespace {
 
-// Words with blanks between them, folded into lines.
-class FoldedLine {
+// Words with blanks between them, folded into lines, in room of the print buffer that is reserved
+// for all of them.
+class FoldedText {
  public:
-  explicit FoldedLine(Rendering::PrintBuffer& buffer) : buffer_(buffer) {}
+  static constexpr std::string_view kFold = "\n    ";
 
-  void word(std::string_view text) {
-    constexpr std::size_t kWidth = 100;
-    constexpr std::string_view kContinuation = "\n    ";
-    if (column_ != 0 && column_ + 1 + text.size() > kWidth) {
-      buffer_.append(kContinuation);
-      column_ = kContinuation.size() - 1;
-    } else if (column_ != 0) {
-      buffer_.append(' ');
-      ++column_;
+  FoldedText(Rendering::PrintBuffer& buffer, std::size_t room)
+      : buffer_(buffer), out_(buffer.reserve(room)), lineStart_(out_) {}
+
+  /** Begins a word of `size` bytes. */
+  void begin(std::size_t size) {
+    constexpr std::ptrdiff_t kWidth = 100;
+    if (out_ == lineStart_) return;
+    if (out_ - lineStart_ + 1 + static_cast<std::ptrdiff_t>(size) > kWidth) {
+      *this << kFold;
+      lineStart_ = out_ - (kFold.size() - 1);
+    } else {
+      *out_++ = ' ';
     }
-    buffer_.append(text);
-    column_ += text.size();
   }
-  void end() { buffer_.append('\n'); }
+  FoldedText& operator<<(std::string_view text) {
+    out_ = std::copy(text.begin(), text.end(), out_);
+    return *this;
+  }
+  FoldedText& operator<<(std::size_t number) {
+    out_ = std::to_chars(out_, out_ + kMaxDigits, number).ptr;
+    return *this;
+  }
+  void end() {
+    *out_++ = '\n';
+    buffer_.commit(out_);
+  }
+
+  static constexpr std::size_t kMaxDigits = std::numeric_limits<std::size_t>::digits10 + 1;
 
  private:
   Rendering::PrintBuffer& buffer_;
-  std::size_t column_ = 0;
+  char* out_;
+  const char* lineStart_;
 };
 
-// "10-20," or "30": a word of the list, with the comma behind all but the last.
-class RangeWord {
- public:
-  RangeWord(const VlanIdRange& range, bool last) {
-    number(range.first());
-    if (range.last() != range.first()) {
-      *end_++ = '-';
-      number(range.last());
-    }
-    if (!last) *end_++ = ',';
-  }
-  std::string_view text() const {
-    return {text_.data(), static_cast<std::size_t>(end_ - text_.data())};
-  }
-
- private:
-  void number(Bridging::VlanId vlan) {
-    end_ = std::to_chars(end_, text_.data() + text_.size(), vlan.value()).ptr;
-  }
-  std::array<char, 12> text_{};
-  char* end_ = text_.data();
-};
+std::size_t numDigits(std::size_t number) {
+  std::size_t digits = 1;
+  for (; number >= 10; number /= 10) ++digits;
+  return digits;
+}
 
 void printText(RendererV2& renderer, IntfId intf, const IntfId* lag, std::uint16_t logicalPort,
                bool oversize, const std::vector<VlanIdRange>& ranges) {
-  FoldedLine line(renderer.buffer());
-  line.word(intf.stringValue() + ":");
-  line.word("logical port " + std::to_string(logicalPort) + ",");
-  if (lag != nullptr) line.word("member of " + lag->stringValue() + ",");
-  if (oversize) line.word("wants more than its table holds,");
-  line.word(std::to_string(ranges.size()) +
-            (ranges.size() == 1 ? " VLAN range:" : " VLAN ranges:"));
-  for (std::size_t i = 0; i < ranges.size(); ++i) {
-    line.word(RangeWord(ranges[i], i + 1 == ranges.size()).text());
+  constexpr std::string_view kPort = "logical port ";
+  constexpr std::string_view kMember = "member of ";
+  constexpr std::string_view kOversize = "wants more than its table holds,";
+  const std::string_view noun = ranges.size() == 1 ? " VLAN range:" : " VLAN ranges:";
+  constexpr std::size_t kHeadRoom = 2 * IntfId::kMaxNameLength + 200;
+  constexpr std::size_t kRangeRoom =
+      FoldedText::kFold.size() + std::string_view("4094-4094,").size();
+
+  FoldedText text(renderer.buffer(), kHeadRoom + ranges.size() * kRangeRoom);
+  text << intf.stringValue() << ":";
+  text.begin(kPort.size() + numDigits(logicalPort) + 1);
+  text << kPort << std::size_t{logicalPort} << ",";
+  if (lag != nullptr) {
+    text.begin(kMember.size() + lag->stringValue().size() + 1);
+    text << kMember << lag->stringValue() << ",";
   }
-  line.end();
+  if (oversize) {
+    text.begin(kOversize.size());
+    text << kOversize;
+  }
+  text.begin(numDigits(ranges.size()) + noun.size());
+  text << ranges.size() << noun;
+  for (std::size_t i = 0; i < ranges.size(); ++i) {
+    const std::size_t first = ranges[i].first().value();
+    const std::size_t last = ranges[i].last().value();
+    const std::string_view comma = i + 1 == ranges.size() ? "" : ",";
+    const std::size_t lastSize = first == last ? 0 : 1 + numDigits(last);
+    text.begin(numDigits(first) + lastSize + comma.size());
+    text << first;
+    if (first != last) text << "-" << last;
+    text << comma;
+  }
+  text.end();
 }
 
 void printJson(RendererV2& renderer, IntfId intf, const IntfId* lag, std::uint16_t logicalPort,
