@@ -6,5 +6,6 @@
 #include "KorvoL2/KorvoL2CliAsyncRequestSm/L2HwTableRequestSm.h"            // IWYU pragma: export
 #include "KorvoL2/KorvoL2CliAsyncRequestSm/L2MacDiffRequestSm.h"            // IWYU pragma: export
 #include "KorvoL2/KorvoL2CliAsyncRequestSm/L2MacMissingRequestSm.h"         // IWYU pragma: export
+#include "KorvoL2/KorvoL2CliAsyncRequestSm/L2RoutingInfoRequestSm.h"        // IWYU pragma: export
 #include "KorvoL2/KorvoL2CliAsyncRequestSm/L2SwTableRequestSm.h"            // IWYU pragma: export
 #include "KorvoL2/KorvoL2CliAsyncRequestSm/TextHelpers.h"                   // IWYU pragma: export

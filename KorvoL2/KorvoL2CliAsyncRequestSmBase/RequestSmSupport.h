@@ -3,6 +3,7 @@
 
 #include <utility>
 
+#include "platform/base/Exceptions.h"
 #include "platform/command/AgentAsyncCommandRequestSm.h"
 
 namespace KorvoL2 {
@@ -20,6 +21,19 @@ template <class Record>
 Qel::Ptr<const Record> recordOrEmpty(Qel::Ptr<const Record> record) {
   if (record == nullptr) return Qel::makePtr<Record>();
   return record;
+}
+
+/**
+ * Visits all entries at once, for tables that are small by nature: void(const Entry&). A collection
+ * that is found corrupted is told so, and ends there.
+ */
+template <class Collection, class Visit>
+void forEachEntry(const Collection& collection, Visit&& visit) {
+  try {
+    for (const typename Collection::Entry& entry : collection) visit(entry);
+  } catch (const Qel::CorruptionException& e) {
+    collection.corruptionDetected(e.what());
+  }
 }
 
 /** The common end of all executionComplete(): hand everything to the socket, then say so. */

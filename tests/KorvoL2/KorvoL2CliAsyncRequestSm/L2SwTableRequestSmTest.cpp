@@ -6,21 +6,8 @@
 #include "KorvoL2/KorvoL2CliAsyncRequestSm/L2SwTableRequestSm.h"
 #include "platform/base/Exceptions.h"
 #include "platform/base/Tracked.h"
+#include "tests/KorvoL2/KeyedCollectionDamage.h"
 #include "tests/KorvoL2/RequestHarness.h"
-
-namespace Qel {
-
-struct KeyedCollectionTestAccess {
-  // Breaks the mark of the chunk at `position`, as a stray write would.
-  template <class Collection>
-  static void damageChunk(Collection& collection, std::size_t position) {
-    auto at = collection.index_.begin();
-    std::advance(at, static_cast<std::ptrdiff_t>(position));
-    at->second->mark = 0;
-  }
-};
-
-}  // namespace Qel
 
 namespace KorvoL2::Testing {
 namespace {

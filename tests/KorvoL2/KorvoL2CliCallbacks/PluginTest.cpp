@@ -71,6 +71,9 @@ TEST(PluginTest, ExportsItsEntryTheFactoriesAndTheCreationFunctionsOnly) {
            "L2HwTableRequestSm",
            "L2MacDiffRequestSm",
            "L2MacMissingRequestSm",
+           "L2RoutingInfoRequestSmBase",
+           "L2RoutingInfoRequestSm",
+           "L2VxlanVlanRequestSmBase",
        }) {
     std::string factory = machine + "Factory";
     factory.front() = static_cast<char>(std::tolower(factory.front()));

@@ -1,0 +1,130 @@
+// The VXLAN routing information, as far as it does not need the agent's MAC table: the header
+// (recirculation channel, router MAC addresses, the switch's own addresses as a tunnel end) and the
+// work list, a copy of the map of virtual ports by VLAN.
+//
+// Text:  an empty line
+//        Recirc-channel: Recirc-Channel1         or "Recirc-channel NOT configured"
+//        an empty line
+//        Router MAC: 0011.2233.4455
+//        Virtual router MAC: 0000.5e00.0101      or "Virtual router MAC not configured"
+//        an empty line
+//        ORVA VTEP IP: 10.0.0.1                  each if it is set; "ORVA VTEP IP not configured"
+//        ORVA VTEP IPv6: 2001:db8::1             if none is
+//           SVP: 3                               if one is
+//        an empty line
+//        one line for each VLAN
+// JSON:  {"recircChannel":"...","routerMac":"...","virtualRouterMac":"...","orvaVtepIp":"...",
+//          "orvaVtepIp6":"...","orvaVtepSvp":3,"vlans":{"10":{...}}} and a newline; what is not
+//          configured has no member.
+//
+// Threading: the agent's event-loop thread only.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "KorvoL2/Export.h"
+#include "KorvoL2/KorvoL2CliAsyncRequestSmBase/ResumableWalk.h"
+#include "platform/base/Tracked.h"
+#include "platform/command/AgentAsyncCommandRequestSm.h"
+#include "platform/l2/VxlanRecords.h"
+#include "platform/types/IntfId.h"
+
+namespace KorvoL2 {
+
+class L2RoutingInfoRequestSmBase : public AgentCommand::AgentAsyncCommandRequestSm {
+  QEL_TRACKED_ALLOCATION(L2RoutingInfoRequestSmBase)
+ public:
+  /**
+   * `recircIntf` is the recirculation channel, the default interface for none. A record that is
+   * null counts as empty.
+   */
+  L2RoutingInfoRequestSmBase(std::string name,
+                             Qel::Ptr<const AgentCommand::AgentCommandRequest> request,
+                             Qel::Duration maxRunTime, Qel::Ptr<const Qel::Clock> clock,
+                             Bridging::IntfId recircIntf,
+                             Qel::Ptr<const KorvoL3::RoutingStatus> routingStatus,
+                             Qel::Ptr<const VxlanL2State> vxlanL2State,
+                             Qel::Ptr<const VlanSvpConfigDir> vlanSvpConfigDir,
+                             Qel::Ptr<const VxlanCapabilities> vxlanCapabilities);
+
+  void handleAsyncCommand(std::uint32_t socket, std::uint32_t format) override;
+  /** One slice of the walk; a derived class knows the MAC table. */
+  virtual void showVxlanRoutingInfo();
+
+  /** Takes the machine into service. */
+  void handleInitialized();
+
+  Bridging::IntfId recircIntf() const noexcept { return recircIntf_; }
+  const Qel::Ptr<const KorvoL3::RoutingStatus>& routingStatus() const noexcept {
+    return routingStatus_;
+  }
+  const Qel::Ptr<const VxlanL2State>& vxlanL2State() const noexcept { return vxlanL2State_; }
+  const Qel::Ptr<const VlanSvpConfigDir>& vlanSvpConfigDir() const noexcept {
+    return vlanSvpConfigDir_;
+  }
+  const Qel::Ptr<const VxlanCapabilities>& vxlanCapabilities() const noexcept {
+    return vxlanCapabilities_;
+  }
+
+  /** Set once the work list is made and the walk may run; cleared at completion. */
+  bool inProgress() const noexcept { return inProgress_; }
+  void inProgressIs(bool inProgress) { attributeIs(inProgress_, inProgress, "inProgress"); }
+  /** The header is still to be printed. */
+  bool printHeader() const noexcept { return printHeader_; }
+  void printHeaderIs(bool print) { attributeIs(printHeader_, print, "printHeader"); }
+  /** The VLAN to print when the walk resumes. */
+  Bridging::VlanId bookmark() const noexcept { return walk_.bookmark(); }
+  void bookmarkIs(Bridging::VlanId vlan) { walk_.bookmarkIs(vlan); }
+
+  /** The VLANs to print, with their virtual ports; made by the first slice, empty at the end. */
+  const VlanToSvpCollection& vlan2Svp() const noexcept { return vlan2Svp_; }
+  /** The virtual port of `vlan`, without a number when the list does not hold the VLAN. */
+  VirtualPort vlan2Svp(Bridging::VlanId vlan) const;
+  VirtualPort vlan2SvpGet(Bridging::VlanId vlan) const { return vlan2Svp(vlan); }
+  void vlan2SvpIs(Bridging::VlanId vlan, VirtualPort port);
+  void vlan2SvpDel(Bridging::VlanId vlan);
+  void vlan2SvpDelAll();
+
+  const Qel::TypeData& typeData() const noexcept override;
+
+ protected:
+  /** On the first call, makes the work list and opens the document; later, nothing. */
+  void getInProgressState();
+  void doPrintHeader();
+  void executionComplete();
+
+  ResumableWalk<VlanToSvpCollection>& walk() noexcept { return walk_; }
+
+ private:
+  void printRecircChannel();
+  void printRouterMacs();
+  void printOrvaVtep();
+
+  Bridging::IntfId recircIntf_;
+  Qel::Ptr<const KorvoL3::RoutingStatus> routingStatus_;
+  Qel::Ptr<const VxlanL2State> vxlanL2State_;
+  Qel::Ptr<const VlanSvpConfigDir> vlanSvpConfigDir_;
+  Qel::Ptr<const VxlanCapabilities> vxlanCapabilities_;
+  bool inProgress_ = false;
+  bool printHeader_ = true;
+  VlanToSvpCollection vlan2Svp_;
+  ResumableWalk<VlanToSvpCollection> walk_;
+};
+
+KORVO_L2_API Qel::Ptr<L2RoutingInfoRequestSmBase> L2RoutingInfoRequestSmBaseIs(
+    const std::string& name, const Qel::Ptr<const AgentCommand::AgentCommandRequest>& request,
+    Qel::Duration maxRunTime, const Qel::Ptr<const Qel::Clock>& clock, Bridging::IntfId recircIntf,
+    const Qel::Ptr<const KorvoL3::RoutingStatus>& routingStatus,
+    const Qel::Ptr<const VxlanL2State>& vxlanL2State,
+    const Qel::Ptr<const VlanSvpConfigDir>& vlanSvpConfigDir,
+    const Qel::Ptr<const VxlanCapabilities>& vxlanCapabilities);
+KORVO_L2_API Qel::Ptr<L2RoutingInfoRequestSmBase> l2RoutingInfoRequestSmBaseFactory(
+    const std::string& name, const Qel::Ptr<const AgentCommand::AgentCommandRequest>& request,
+    Qel::Duration maxRunTime, const Qel::Ptr<const Qel::Clock>& clock, Bridging::IntfId recircIntf,
+    const Qel::Ptr<const KorvoL3::RoutingStatus>& routingStatus,
+    const Qel::Ptr<const VxlanL2State>& vxlanL2State,
+    const Qel::Ptr<const VlanSvpConfigDir>& vlanSvpConfigDir,
+    const Qel::Ptr<const VxlanCapabilities>& vxlanCapabilities);
+
+}  // namespace KorvoL2

@@ -1,0 +1,134 @@
+// The VXLAN VLAN dump: every VLAN that is mapped to a VXLAN network, with its network identifier
+// and forwarding instance; in detail, with its multicast group, its virtual port and the interfaces
+// that carry it.
+//
+// Text:  for each VLAN
+//          Vlan 10:
+//             VNI 10010, VFI 4097:
+//             Mcast index: 3              in detail only, as all that follows
+//             Vlan SVP: 12                if it has one
+//             Interfaces:                 if it has a list of them
+//                Ethernet1: SVP 20
+// JSON:  {"vlans":{"10":{"vni":10010,"vfi":4097,"mcastIndex":3,"vlanSvp":12,
+//          "virtualPorts":{"Ethernet1":20}}}} and a newline; "virtualPorts" is there in any case.
+//
+// The work list. The VLANs are copied when the dump starts; in detail, the virtual ports are turned
+// round into lists by VLAN. Both happen once for each request. The lists take about 12 bytes for
+// each interface of each VLAN, and time: like the dump itself they are made slice by slice, from a
+// bookmark in the agent's table. What the agent changes behind that bookmark is not seen. All that
+// is known of a VLAN beyond its list is looked up when the VLAN is printed.
+//
+// Slices. The machine asks whether to yield after every VLAN and, since one VLAN may have very many
+// interfaces, after every interface. A VLAN that is left in the middle has a bookmark of its own.
+//
+// Threading: the agent's event-loop thread only. The agent's records may change between two slices.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "KorvoL2/Export.h"
+#include "KorvoL2/KorvoL2CliAsyncRequestSmBase/ResumableWalk.h"
+#include "platform/base/Tracked.h"
+#include "platform/command/AgentAsyncCommandRequestSm.h"
+#include "platform/l2/FeatureAgentCommonSmData.h"
+#include "platform/l2/VpList.h"
+#include "platform/l2/VxlanRecords.h"
+
+namespace KorvoL2 {
+
+class L2VxlanVlanRequestSmBase : public AgentCommand::AgentAsyncCommandRequestSm {
+  QEL_TRACKED_ALLOCATION(L2VxlanVlanRequestSmBase)
+ public:
+  using VlanSet = Qel::KeyedSet<Bridging::VlanId>;
+
+  /** A record that is null counts as empty. */
+  L2VxlanVlanRequestSmBase(std::string name,
+                           Qel::Ptr<const AgentCommand::AgentCommandRequest> request,
+                           Qel::Duration maxRunTime, Qel::Ptr<const Qel::Clock> clock,
+                           Qel::Ptr<const FeatureAgentCommonSmData> fcsd,
+                           Qel::Ptr<const VxlanL2State> vxlanL2State,
+                           Qel::Ptr<const VxlanL3Config> vxlanL3Config,
+                           Qel::Ptr<const VxlanL3Status> vxlanL3Status, bool detail);
+
+  void handleAsyncCommand(std::uint32_t socket, std::uint32_t format) override;
+  /** One slice of the walk. */
+  virtual void showVxlanVlans();
+
+  /** Takes the machine into service. */
+  void handleInitialized();
+
+  const Qel::Ptr<const FeatureAgentCommonSmData>& fcsd() const noexcept { return fcsd_; }
+  const Qel::Ptr<const VxlanL2State>& vxlanL2State() const noexcept { return vxlanL2State_; }
+  const Qel::Ptr<const VxlanL3Config>& vxlanL3Config() const noexcept { return vxlanL3Config_; }
+  const Qel::Ptr<const VxlanL3Status>& vxlanL3Status() const noexcept { return vxlanL3Status_; }
+  bool detail() const noexcept { return detail_; }
+
+  /** The virtual ports of each VLAN; null without detail and before the first slice. */
+  const Qel::Ptr<VpList>& vpList() const noexcept { return vpList_; }
+  void vpListIs(Qel::Ptr<VpList> list) { attributeIs(vpList_, std::move(list), "vpList"); }
+  /** The work list is complete; VLANs may be printed. */
+  bool vpListBuilt() const noexcept { return vpListBuilt_; }
+  void vpListBuiltIs(bool built) { attributeIs(vpListBuilt_, built, "vpListBuilt"); }
+
+  /** The VLANs to print; filled by the first slice, empty again at completion. */
+  const VlanSet& vlanMapping() const noexcept { return vlanMapping_; }
+  void vlanMappingIs(Bridging::VlanId vlan);
+  void vlanMappingDel(Bridging::VlanId vlan);
+  void vlanMappingDelAll();
+  bool vlanMappingHas(Bridging::VlanId vlan) const { return vlanMapping_.has(vlan); }
+
+  /** Set once the preamble is written and the walk may run; cleared at completion. */
+  bool inProgress() const noexcept { return inProgress_; }
+  void inProgressIs(bool inProgress) { attributeIs(inProgress_, inProgress, "inProgress"); }
+  /** The VLAN to print, or to go on with, when the walk resumes. */
+  Bridging::VlanId bookmark() const noexcept { return vlans_.bookmark(); }
+  void bookmarkIs(Bridging::VlanId vlan) { vlans_.bookmarkIs(vlan); }
+
+  const Qel::TypeData& typeData() const noexcept override;
+
+ protected:
+  /** On the first call, copies the VLANs, writes the preamble and sets inProgress; later, nothing.
+   */
+  void getInProgressState();
+  void executionComplete();
+
+ private:
+  bool buildVpList();
+  RowOutcome showVlan(Bridging::VlanId vlan);
+  void openVlan(Bridging::VlanId vlan);
+  void closeVlan();
+  void showDetail(std::uint16_t vlan);
+  const VlanVpList* interfacesOf(Bridging::VlanId vlan) const;
+
+  Qel::Ptr<const FeatureAgentCommonSmData> fcsd_;
+  Qel::Ptr<const VxlanL2State> vxlanL2State_;
+  Qel::Ptr<const VxlanL3Config> vxlanL3Config_;
+  Qel::Ptr<const VxlanL3Status> vxlanL3Status_;
+  bool detail_;
+  bool vpListBuilt_ = false;
+  bool inProgress_ = false;
+  Qel::Ptr<VpList> vpList_;
+  VlanSet vlanMapping_;
+  std::optional<Bridging::VlanId> openVlan_;  // the VLAN whose interfaces are being printed
+  ResumableWalk<PortToEdgeSvpCollection> building_;
+  ResumableWalk<VlanSet> vlans_;
+  ResumableWalk<VlanVpList> interfaces_;  // of the open VLAN
+};
+
+KORVO_L2_API Qel::Ptr<L2VxlanVlanRequestSmBase> L2VxlanVlanRequestSmBaseIs(
+    const std::string& name, const Qel::Ptr<const AgentCommand::AgentCommandRequest>& request,
+    Qel::Duration maxRunTime, const Qel::Ptr<const Qel::Clock>& clock,
+    const Qel::Ptr<const FeatureAgentCommonSmData>& fcsd,
+    const Qel::Ptr<const VxlanL2State>& vxlanL2State,
+    const Qel::Ptr<const VxlanL3Config>& vxlanL3Config,
+    const Qel::Ptr<const VxlanL3Status>& vxlanL3Status, bool detail);
+KORVO_L2_API Qel::Ptr<L2VxlanVlanRequestSmBase> l2VxlanVlanRequestSmBaseFactory(
+    const std::string& name, const Qel::Ptr<const AgentCommand::AgentCommandRequest>& request,
+    Qel::Duration maxRunTime, const Qel::Ptr<const Qel::Clock>& clock,
+    const Qel::Ptr<const FeatureAgentCommonSmData>& fcsd,
+    const Qel::Ptr<const VxlanL2State>& vxlanL2State,
+    const Qel::Ptr<const VxlanL3Config>& vxlanL3Config,
+    const Qel::Ptr<const VxlanL3Status>& vxlanL3Status, bool detail);
+
+}  // namespace KorvoL2
