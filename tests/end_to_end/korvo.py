@@ -15,6 +15,7 @@ import signal
 import socket
 import subprocess
 import tempfile
+import time
 import unittest
 
 kPatience = 60
@@ -117,6 +118,14 @@ def readAll(connection):
 
 def events(control):
     return [json.loads(line) for line in readAll(control).decode().splitlines()]
+
+
+def waitUntil(condition):
+    """Asks the agent until it says so; the answer comes within a few turns of its loop."""
+    end = time.monotonic() + kPatience
+    while not condition():
+        if time.monotonic() > end:
+            raise AssertionError("it does not come about")
 
 
 def runAgent(*options):

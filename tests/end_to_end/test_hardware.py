@@ -2,7 +2,6 @@
 
 import json
 import re
-import time
 
 from korvo import *
 
@@ -38,14 +37,6 @@ def missing(document):
 
 def total(text, words):
     return int(re.search(words + r":  (\d+)", text).group(1))
-
-
-def waitUntil(condition):
-    """Asks the agent until it says so; the answer comes within a few turns of its loop."""
-    end = time.monotonic() + kPatience
-    while not condition():
-        if time.monotonic() > end:
-            raise AssertionError("it does not come about")
 
 
 class Hardware(TestCase):
