@@ -41,6 +41,9 @@ class CliCallbackWithFormat final : public AgentCommand::CliCallbackBaseWithForm
   class MactMissingH;
   class VlanDumpHandler;
   class VlanXlateStatusH;
+  class VxlanRoutingInfoH;
+  class VxlanVlanH;
+  class VxlanVlanSummaryH;
 
   explicit CliCallbackWithFormat(std::string name);
   /** A new callback with its notifications switched on. */

@@ -46,7 +46,10 @@ bool CliCallbackWithFormat::DefaultH::condition(
 }
 
 void CliCallbackWithFormat::DefaultH::action(const Qel::Ptr<CliCallbackWithFormat>& callback) {
-  callback->outcomeIs({.kind = Kind::noHandler, .reason = {}});
+  // A handler that knew the command but missed something has already said so.
+  if (callback->outcome().kind == Kind::handled) {
+    callback->outcomeIs({.kind = Kind::noHandler, .reason = {}});
+  }
 }
 
 bool CliCallbackWithFormat::DefaultAsyncH::condition(

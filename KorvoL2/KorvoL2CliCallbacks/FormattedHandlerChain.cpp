@@ -4,6 +4,7 @@
 
 #include "KorvoL2/KorvoL2CliCallbacks/MacTableHandlers.h"
 #include "KorvoL2/KorvoL2CliCallbacks/VlanDumpHandlers.h"
+#include "KorvoL2/KorvoL2CliCallbacks/VxlanHandlers.h"
 
 namespace KorvoL2 {
 
@@ -19,6 +20,7 @@ constexpr ChainRow<CliCallbackWithFormat::AsyncHandler> asyncRow(std::string_vie
 }
 
 constexpr std::array kChain{
+    row<CliCallbackWithFormat::VxlanVlanSummaryH>("VXLAN_VLAN_SUMMARY"),
     row<CliCallbackWithFormat::DefaultH>(""),
 };
 static_assert(firstFaultyRow<CliCallbackWithFormat::Handler>(kChain) == kChain.size());
@@ -31,6 +33,8 @@ constexpr std::array kAsyncChain{
     asyncRow<CliCallbackWithFormat::MactMissingH>("MACT_MISSING"),
     asyncRow<CliCallbackWithFormat::MactAllH>("MACT_ALL"),
     asyncRow<CliCallbackWithFormat::VlanXlateStatusH>("VLAN_XLATE_STATUS"),
+    asyncRow<CliCallbackWithFormat::VxlanRoutingInfoH>("VXLAN_ROUTING_INFO"),
+    asyncRow<CliCallbackWithFormat::VxlanVlanH>("VXLAN_VLAN"),
     asyncRow<CliCallbackWithFormat::DefaultAsyncH>(""),
 };
 static_assert(firstFaultyRow<CliCallbackWithFormat::AsyncHandler>(kAsyncChain) ==

@@ -1,6 +1,25 @@
 #include "KorvoL2/KorvoL2CliCallbacks/VxlanHandlers.h"
 
+#include "KorvoL2/KorvoL2CliAsyncRequestSm/L2RoutingInfoRequestSm.h"
+#include "KorvoL2/KorvoL2CliAsyncRequestSmBase/L2VxlanVlanRequestSmBase.h"
+#include "KorvoL2/KorvoL2CliAsyncRequestSmBase/RequestSmSupport.h"
+#include "KorvoL2/KorvoL2CliCallbacks/CommandContext.h"
+#include "KorvoL2/Trace.h"
+#include "platform/l2/VxlanPrinters.h"
+
 namespace KorvoL2 {
+
+using Machine = CliCallbackWithFormat::AsyncHandler::Machine;
+
+namespace {
+
+/** The agent's VXLAN object, or null. */
+const VxlanL2Sm* vxlanOf(const CliCallbackWithFormat& callback) {
+  const UnicastAgent* const unicast = callback.l2Agent()->unicastAgent();
+  return unicast == nullptr ? nullptr : unicast->vxlanL2Sm();
+}
+
+}  // namespace
 
 void CliCallback::VxlanDebugStateH::action(const Qel::Ptr<CliCallback>& callback) {
   forward(callback, callback->l2Agent()->unicastAgent()->vxlanL2Sm(), "no vxlanL2 Sm",
@@ -10,6 +29,55 @@ void CliCallback::VxlanDebugStateH::action(const Qel::Ptr<CliCallback>& callback
 void CliCallback::VxlanSvpUsageH::action(const Qel::Ptr<CliCallback>& callback) {
   forward(callback, callback->l2Agent()->unicastAgent()->svpManager(), "no svp mgr",
           &SvpManager::showVirtualPorts, callback->socket());
+}
+
+Machine CliCallbackWithFormat::VxlanRoutingInfoH::action(
+    const Qel::Ptr<CliCallbackWithFormat>& callback) {
+  const UnicastAgent& unicast = *callback->l2Agent()->unicastAgent();
+  const VxlanL2Sm* const vxlan = vxlanOf(*callback);
+  return createMachine(
+      callback, l2RoutingInfoRequestSmFactory, unicast.recircIntf(), unicast.routingStatus(),
+      vxlan == nullptr ? nullptr : vxlan->vxlanL2State(), unicast.vlanSvpConfigDir(),
+      vxlan == nullptr ? nullptr : vxlan->vxlanCapabilities(), callback->macAddrSmHelper());
+}
+
+bool CliCallbackWithFormat::VxlanVlanH::condition(
+    const Qel::Ptr<CliCallbackWithFormat>& callback) const {
+  if (!AsyncHandler::condition(callback)) return false;
+  if (vxlanOf(*callback) != nullptr) return true;
+  callback->outcomeIs(notReady("no vxlanL2 Sm"));
+  return false;
+}
+
+Machine CliCallbackWithFormat::VxlanVlanH::action(const Qel::Ptr<CliCallbackWithFormat>& callback) {
+  const VxlanL2Sm& vxlan = *vxlanOf(*callback);
+  return createMachine(callback, l2VxlanVlanRequestSmBaseFactory,
+                       callback->l2Agent()->unicastAgent()->featureAgentCommonSmData(),
+                       vxlan.vxlanL2State(), vxlan.vxlanL3Config(), vxlan.vxlanL3Status(),
+                       callback->detail());
+}
+
+bool CliCallbackWithFormat::VxlanVlanSummaryH::condition(
+    const Qel::Ptr<CliCallbackWithFormat>& callback) const {
+  if (!Handler::condition(callback)) return false;
+  if (vxlanOf(*callback) != nullptr) return true;
+  callback->outcomeIs(notReady("no vxlanL2 Sm"));
+  return false;
+}
+
+void CliCallbackWithFormat::VxlanVlanSummaryH::action(
+    const Qel::Ptr<CliCallbackWithFormat>& callback) {
+  try {
+    const VxlanL2Sm& vxlan = *vxlanOf(*callback);
+    const auto buffer = Qel::makePtr<Rendering::PrintBuffer>(callback->socket(), defaultBufferSize,
+                                                             Rendering::PrintBuffer::kStream);
+    const auto renderer =
+        Qel::makePtr<Rendering::RendererV2>(callback->outputFormat(), buffer, true);
+    printVxlanVlanSummaryUtil(*renderer, *recordOrEmpty(vxlan.vxlanL2State()),
+                              *recordOrEmpty(vxlan.vxlanL3Config()));
+  } catch (...) {
+    QEL_TRACE(trace(), 8, "Exception caught");
+  }
 }
 
 }  // namespace KorvoL2

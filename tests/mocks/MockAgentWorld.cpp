@@ -47,6 +47,7 @@ MockAgentWorld::MockAgentWorld(Unexpected serviceCall)
   make(routerMac, serviceCall);
   answerAsAgent();
   answerAsUnicastAgent();
+  answerAsVxlan();
   answerAsHolders();
   chipIs(Chip{});
 }
@@ -91,9 +92,20 @@ void MockAgentWorld::answerAsUnicastAgent() {
   ON_CALL(*unicast, vlanXlateSm).WillByDefault(Return(vlanXlate.get()));
   ON_CALL(*unicast, ingVlanRangeSm).WillByDefault(Return(ingVlanRange.get()));
   ON_CALL(*unicast, featureAgentCommonSmData).WillByDefault(ReturnPointee(&fcsd));
+  ON_CALL(*unicast, routingStatus).WillByDefault(ReturnPointee(&routingStatus));
+  ON_CALL(*unicast, vlanSvpConfigDir).WillByDefault(ReturnPointee(&vlanSvpConfig));
+  ON_CALL(*unicast, recircIntf).WillByDefault(ReturnPointee(&recircIntf));
   ON_CALL(*unicast, remoteMac).WillByDefault(ReturnRef(remoteMacs));
   ON_CALL(*unicast, lagMembership).WillByDefault(ReturnRef(lagMembership));
   ON_CALL(*unicast, switchportConfig).WillByDefault(ReturnRef(switchports));
+}
+
+// Its records are questions, not services: a strict mock must not fail for them.
+void MockAgentWorld::answerAsVxlan() {
+  EXPECT_CALL(*vxlan, vxlanL2State).WillRepeatedly(ReturnPointee(&vxlanL2State));
+  EXPECT_CALL(*vxlan, vxlanL3Config).WillRepeatedly(ReturnPointee(&vxlanL3Config));
+  EXPECT_CALL(*vxlan, vxlanL3Status).WillRepeatedly(ReturnPointee(&vxlanL3Status));
+  EXPECT_CALL(*vxlan, vxlanCapabilities).WillRepeatedly(ReturnPointee(&vxlanCapabilities));
 }
 
 void MockAgentWorld::answerAsHolders() {

@@ -56,6 +56,13 @@ class MockAgentWorld {
   MacEntryCollection macs;
   FapChipCollection fapChips;
   Qel::Ptr<FeatureAgentCommonSmData> fcsd = Qel::makePtr<FeatureAgentCommonSmData>();
+  Qel::Ptr<KorvoL3::RoutingStatus> routingStatus = Qel::makePtr<KorvoL3::RoutingStatus>();
+  Qel::Ptr<VlanSvpConfigDir> vlanSvpConfig = Qel::makePtr<VlanSvpConfigDir>();
+  Bridging::IntfId recircIntf;
+  Qel::Ptr<VxlanL2State> vxlanL2State = Qel::makePtr<VxlanL2State>();
+  Qel::Ptr<VxlanL3Config> vxlanL3Config = Qel::makePtr<VxlanL3Config>();
+  Qel::Ptr<VxlanL3Status> vxlanL3Status = Qel::makePtr<VxlanL3Status>();
+  Qel::Ptr<VxlanCapabilities> vxlanCapabilities = Qel::makePtr<VxlanCapabilities>();
   Qel::Ptr<FakeVlanXlateSm> vlanXlate = Qel::makePtr<FakeVlanXlateSm>();
   Qel::Ptr<FakeIngVlanRangeSm> ingVlanRange = Qel::makePtr<FakeIngVlanRangeSm>();
 
@@ -87,6 +94,7 @@ class MockAgentWorld {
  private:
   void answerAsAgent();
   void answerAsUnicastAgent();
+  void answerAsVxlan();
   void answerAsHolders();
 };
 

@@ -59,7 +59,8 @@ TEST(HandlerChainsTest, PlainCommandsInTheirOrder) {
 
 TEST(HandlerChainsTest, CommandsAnsweredAtOnceInTheirOrder) {
   EXPECT_THAT(rowsOf(formattedHandlerChain()),
-              ElementsAre(Pair("", "CliCallbackWithFormat::DefaultH")));
+              ElementsAre(Pair("VXLAN_VLAN_SUMMARY", "CliCallbackWithFormat::VxlanVlanSummaryH"),
+                          Pair("", "CliCallbackWithFormat::DefaultH")));
 }
 
 TEST(HandlerChainsTest, CommandsWithAStateMachineInTheirOrder) {
@@ -72,6 +73,8 @@ TEST(HandlerChainsTest, CommandsWithAStateMachineInTheirOrder) {
                   Pair("MACT_MISSING", "CliCallbackWithFormat::MactMissingH"),
                   Pair("MACT_ALL", "CliCallbackWithFormat::MactAllH"),
                   Pair("VLAN_XLATE_STATUS", "CliCallbackWithFormat::VlanXlateStatusH"),
+                  Pair("VXLAN_ROUTING_INFO", "CliCallbackWithFormat::VxlanRoutingInfoH"),
+                  Pair("VXLAN_VLAN", "CliCallbackWithFormat::VxlanVlanH"),
                   Pair("", "CliCallbackWithFormat::DefaultAsyncH")));
 }
 

@@ -107,6 +107,8 @@ class RandomCommandsTest : public CallbackFixture {
         .WillByDefault(Return(oneIn(4) ? nullptr : world.vlanXlate.get()));
     ON_CALL(*world.unicast, ingVlanRangeSm)
         .WillByDefault(Return(oneIn(4) ? nullptr : world.ingVlanRange.get()));
+    ON_CALL(*world.unicast, vxlanL2Sm)
+        .WillByDefault(Return(oneIn(4) ? nullptr : world.vxlan.get()));
     ON_CALL(*world.agent, l2CmdRingManager)
         .WillByDefault(Return(oneIn(4) ? nullptr : world.ringManager.get()));
     ON_CALL(*world.agent, flexCounter)
