@@ -125,8 +125,12 @@ class Host {
     const auto renderer = Qel::makePtr<Rendering::RendererV2>(format, answer.output, false);
     const auto request = Qel::makePtr<AgentCommand::AgentCommandRequest>("request 1", command,
                                                                          socket, format, renderer);
-    answer.machine = formatted_->createAgentAsyncCommandRequestSm(request);
-    tellOutcome(*formatted_);
+    try {
+      answer.machine = formatted_->createAgentAsyncCommandRequestSm(request);
+      tellOutcome(*formatted_);
+    } catch (const std::exception& e) {
+      tellFailure(e);
+    }
     if (answer.machine != nullptr) answer.machine->slicePolicyIs(policy);
     serve(answer);
   }
@@ -148,15 +152,15 @@ class Host {
         });
     try {
       call(asSocket(given.get()));
+      tellOutcome(callback);
     } catch (const std::exception& e) {
-      std::printf("-- failed: %s\n", e.what());
+      tellFailure(e);
     }
     SocketPort::heldIs(SocketPort::kNoSocket);
     PrintBuffer::undeliveredHandlerIs(before);
     // Closed here unless it is closed already: then its number may be another file's by now.
     if (!sameFile(given.get(), answer.socket.get())) given.release();
     given.close();
-    tellOutcome(callback);
     serve(answer);
   }
 
@@ -189,7 +193,7 @@ class Host {
       answer.machine->runCommand();
       complete = answer.machine->executionCompleteFlag();
     } catch (const std::exception& e) {
-      std::printf("-- failed: %s\n", e.what());
+      tellFailure(e);
       complete = true;
     }
     std::printf("-- slice %u ends: %u rows so far\n",
@@ -207,6 +211,9 @@ class Host {
     return size > 0;
   }
 
+  static void tellFailure(const std::exception& failure) {
+    std::printf("-- failed: %s\n", failure.what());
+  }
   static void tellOutcome(const AgentCommand::CliCallbackCommon& callback) {
     const CommandOutcome& outcome = callback.outcome();
     switch (outcome.kind) {
