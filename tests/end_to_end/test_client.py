@@ -2,10 +2,76 @@
 
 import json
 import os
+import shlex
 import signal
 import subprocess
 
 from korvo import *
+
+
+def commandTable():
+    """The commands that ask an agent."""
+    listed = subprocess.run([kClient, "commands", "--json"], capture_output=True, check=True,
+                            timeout=kPatience).stdout
+    return [each for each in json.loads(listed)["commands"] if each["entry"] is not None]
+
+
+class EveryCommand(TestCase):
+    def test_examples_of_the_help_texts_are_answered_by_the_demo_switch(self):
+        with Agent("--demo") as agent:
+            for command in commandTable():
+                words = shlex.split(command["example"].split(" && ")[0])[1:]
+                done = agent.client(*words)
+                with self.subTest(example=command["example"]):
+                    if command["command"] == "agent cancel":
+                        self.assertEqual(done.returncode, 3)
+                        continue
+                    found = command["command"].startswith("check ")
+                    self.assertEqual((done.returncode, done.stderr), (1 if found else 0, b""))
+                    silent = command["command"].startswith("clear ")
+                    self.assertEqual(done.stdout == b"", silent)
+
+    def test_what_can_answer_in_json_does(self):
+        with Agent("--demo") as agent:
+            for command in commandTable():
+                if not command["json"] or command["arguments"]:
+                    continue
+                with self.subTest(command=command["command"]):
+                    done = agent.client(*command["command"].split(), "--json")
+                    self.assertIn(done.returncode, (0, 1))
+                    self.assertEqual(done.stderr, b"")
+                    self.assertNotIn(json.loads(done.stdout), ({}, []))
+
+    def test_every_option_of_every_command_is_understood(self):
+        values = {"N": "1", "MAC": "0200.0f00.0001", "LIST": "0,Linecard4/0", "CHIP": "Linecard3/1",
+                  "INTERFACE": "Ethernet3/3"}
+        with Agent("--demo") as agent:
+            for command in commandTable():
+                given = [values[each["name"]] for each in command["arguments"]]
+                if command["command"] == "agent cancel":
+                    continue
+                needed = [word for each in command["options"] if each["needed"]
+                          for word in (each["name"], values[each["value"]])][:2]
+                for option in command["options"]:
+                    words = [option["name"], *filter(None, [values.get(option["value"])])]
+                    if not option["needed"]:
+                        words += needed
+                    with self.subTest(command=command["command"], option=option["name"]):
+                        done = agent.client(*command["command"].split(), *given, *words)
+                        self.assertIn(done.returncode, (0, 1), done.stderr)
+
+    def test_every_command_says_something_of_a_switch_that_has_nothing(self):
+        # Whatever a switch lacks, a command never ends well without having said anything.
+        with Agent() as agent:
+            for command in commandTable():
+                if command["arguments"] or command["command"].startswith("clear "):
+                    continue
+                needed = [word for each in command["options"] if each["needed"]
+                          for word in (each["name"], "0")]
+                with self.subTest(command=command["command"]):
+                    done = agent.client(*command["command"].split(), *needed)
+                    self.assertIn(done.returncode, (0, 3, 4))
+                    self.assertNotEqual(done.stdout + done.stderr, b"")
 
 
 class Client(TestCase):

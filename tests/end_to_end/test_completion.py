@@ -36,6 +36,7 @@ class Completion(TestCase):
         self.assertEqual(self.complete("show", "vxlan", "counters", "vni", ""),
                          ["ingress", "egress"])
         self.assertEqual(self.complete("nonsense", "sho"), ["show"])
+        self.assertEqual(self.complete("help", "show", "vl"), ["vlan"])
 
     def test_every_command_is_reached_word_by_word(self):
         listed = json.loads(subprocess.run([kClient, "commands", "--json"], capture_output=True,
