@@ -72,8 +72,7 @@ std::size_t snprintfRow(char* out, std::size_t room, Rendering::OutputFormat for
     std::snprintf(bitmap, sizeof bitmap, "0x%" PRIx64, entry.modBitmap);
     char flags[8];
     std::snprintf(flags, sizeof flags, "0x%x", unsigned{entry.flags});
-    const std::string& name =
-        entry.intf.stringValue().size() <= 11 ? entry.intf.stringValue() : entry.intf.shortName();
+    const std::string& name = entry.intf.shortName();
     // The made-up table has no multicast entries: their column is always a dash.
     length = std::snprintf(out, room, "%8u%16s%12s%10s%24s%12s%12s%6s%8s\n", key.vlan(), macText,
                            entry.intf.isDefault() ? "-" : name.c_str(), "-", type.data(), bitmap,

@@ -26,4 +26,8 @@ std::string intfCellText(Bridging::IntfId id, std::size_t room) {
   return brief.size() <= room ? brief : whole;
 }
 
+std::string shortIntfCellText(Bridging::IntfId id) {
+  return id.isDefault() ? "-" : withoutControlBytes(id.shortName());
+}
+
 }  // namespace KorvoAgent

@@ -17,5 +17,7 @@ std::string withoutControlBytes(std::string_view text);
  * short form if that fits, else the whole; "-" for none.
  */
 std::string intfCellText(Bridging::IntfId id, std::size_t room);
+/** The short form, for columns in which not every usual name has room; "-" for none. */
+std::string shortIntfCellText(Bridging::IntfId id);
 
 }  // namespace KorvoAgent

@@ -150,7 +150,7 @@ void printTextPlain(RendererV2& renderer, const MacVlanPair& key, const MacEntry
   const std::array<std::string, 9> cells{
       key.vlan() == 0 ? "-" : std::to_string(key.vlan()),
       key.mac().stringValue(),
-      intfCellText(entry.intf, kIntfRoom),
+      shortIntfCellText(entry.intf),
       entry.mcastId == 0 ? "-" : std::to_string(entry.mcastId),
       wordText(kMacTypeWords, static_cast<std::size_t>(entry.type)),
       hexText(entry.modBitmap),
@@ -191,7 +191,7 @@ void printJsonPlain(RendererV2& renderer, const MacVlanPair& key, const MacEntry
 
 void MacRowPrinter::fill(IntfCell& cell, IntfId id) {
   cell.name = &id.stringValue();
-  const std::string shown = intfCellText(id, kIntfRoom);
+  const std::string shown = shortIntfCellText(id);
   cell.textFits = shown.size() <= kIntfRoom;
   cell.text.fill(' ');
   if (cell.textFits) std::copy(shown.rbegin(), shown.rend(), cell.text.rbegin());

@@ -50,7 +50,7 @@ class MacRowPrinterTest : public ::testing::Test {
 TEST_F(MacRowPrinterTest, ALearnedEntryFillsTheColumns) {
   const MacEntry entry{.intf = IntfId("Ethernet1"), .modBitmap = 3};
   EXPECT_EQ(text(entry),
-            "      10  001c.7300.0001   Ethernet1         -          learnedDynamic         0x3"
+            "      10  001c.7300.0001         Et1         -          learnedDynamic         0x3"
             "    hardware   0x0  bridge\n");
   EXPECT_EQ(json(entry), R"({"vlan":10,"mac":"001c.7300.0001","interface":"Ethernet1","mcastId":0,)"
                          R"("type":"learnedDynamic","bitmap":"0x3","source":"hardware","flags":[],)"
@@ -87,26 +87,22 @@ TEST_F(MacRowPrinterTest, WhatIsAbsentIsADashInTextAndKeepsItsTypeInJson) {
             R"("keyType":"bridge"})");
 }
 
-TEST_F(MacRowPrinterTest, AnInterfaceOfElevenBytesIsPrintedWhole) {
-  EXPECT_THAT(text({.intf = IntfId("Ethernet1/1")}), ::testing::HasSubstr("0001 Ethernet1/1   "));
-}
-
-TEST_F(MacRowPrinterTest, AnInterfaceTooWideForItsColumnIsPrintedInItsShortForm) {
-  // Twelve bytes would touch the cell before.
+TEST_F(MacRowPrinterTest, EveryInterfaceIsPrintedInItsShortFormWhateverRoomThereIs) {
+  EXPECT_THAT(text({.intf = IntfId("Ethernet1/1")}),
+              ::testing::HasSubstr("0001       Et1/1         -"));
   EXPECT_THAT(text({.intf = IntfId("Ethernet10/1")}),
               ::testing::HasSubstr("0001      Et10/1         -"));
   EXPECT_THAT(text({.intf = IntfId("Port-Channel1")}),
               ::testing::HasSubstr("0001         Po1         -"));
 }
 
-TEST_F(MacRowPrinterTest, AnInterfaceWithoutAFittingFormIsPrintedWholeAndTheNextCellsGiveWay) {
+TEST_F(MacRowPrinterTest, AShortFormThatDoesNotFitIsPrintedWholeAndTheNextCellsGiveWay) {
   const MacEntry entry{.intf = IntfId("uplink-to-spine-east-1"), .modBitmap = 1};
   EXPECT_EQ(text(entry),
             "      10  001c.7300.0001 uplink-to-spine-east-1 -       learnedDynamic         0x1"
             "    hardware   0x0  bridge\n");
-  // A short form that does not fit either is no reason to lose the whole one.
   EXPECT_THAT(text({.intf = IntfId("Port-Channel1234567890")}),
-              ::testing::HasSubstr("0001 Port-Channel1234567890 -   "));
+              ::testing::HasSubstr("0001 Po1234567890        -"));
 }
 
 TEST_F(MacRowPrinterTest, AVeryWideInterfacePushesTheRowAsFarAsItMust) {
@@ -119,7 +115,7 @@ TEST_F(MacRowPrinterTest, AVeryWideInterfacePushesTheRowAsFarAsItMust) {
 TEST_F(MacRowPrinterTest, ABitmapOfSixtyFourModulesIsNeverCut) {
   const MacEntry entry{.intf = IntfId("Ethernet1"), .modBitmap = 0xfedc'ba98'7654'3210ULL};
   EXPECT_EQ(text(entry),
-            "      10  001c.7300.0001   Ethernet1         -          learnedDynamic"
+            "      10  001c.7300.0001         Et1         -          learnedDynamic"
             " 0xfedcba9876543210 hardware 0x0 bridge\n");
   EXPECT_THAT(json(entry), ::testing::HasSubstr(R"("bitmap":"0xfedcba9876543210")"));
   EXPECT_THAT(json({.modBitmap = 0x1'0000'0000ULL}),
@@ -213,8 +209,7 @@ TEST_F(MacRowPrinterTest, MoreInterfacesThanAreCachedAreStillToldApart) {
 // The layout once more, as plainly as can be and in a way of its own: cells in order, each padded
 // to its column.
 std::string plainText(const MacVlanPair& key, const MacEntry& entry) {
-  std::string intf = entry.intf.isDefault() ? "-" : entry.intf.stringValue();
-  if (intf.size() > 11 && entry.intf.shortName().size() <= 11) intf = entry.intf.shortName();
+  const std::string intf = entry.intf.isDefault() ? "-" : entry.intf.shortName();
   std::string row = key.vlan() == 0 ? "       -" : fmt::format("{:>8}", key.vlan());
   const auto cell = [&row](std::size_t end, const std::string& content) {
     row += ' ';
