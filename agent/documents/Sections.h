@@ -24,6 +24,13 @@ void readRouting(const JsonNode& section, SwitchModel& model);
 void readVxlan(const JsonNode& section, SwitchModel& model);
 void readVlanTranslation(const JsonNode& section, SwitchModel& model);
 void readVlanRanges(const JsonNode& section, SwitchModel& model);
+void readMulticast(const JsonNode& section, SwitchModel& model);
+void readFifos(const JsonNode& section, SwitchModel& model);
+void readMlag(const JsonNode& section, SwitchModel& model);
+void readFlexCounters(const JsonNode& section, SwitchModel& model);
+void readPools(const JsonNode& section, SwitchModel& model);
+void readOwnRouterMacs(const JsonNode& section, SwitchModel& model);
+void readShadowTables(const JsonNode& section, SwitchModel& model);
 void readRemoteMac(const JsonNode& section, SwitchModel& model);
 void readMacTable(const JsonNode& section, SwitchModel& model);
 

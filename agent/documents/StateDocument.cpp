@@ -31,6 +31,13 @@ constexpr JsonMember<SwitchModel> kSections[]{
     {"vxlan", readVxlan},
     {"vlanTranslation", readVlanTranslation},
     {"vlanRanges", readVlanRanges},
+    {"multicast", readMulticast},
+    {"fifos", readFifos},
+    {"mlag", readMlag},
+    {"flexCounters", readFlexCounters},
+    {"pools", readPools},
+    {"ownRouterMacs", readOwnRouterMacs},
+    {"shadowTables", readShadowTables},
     {"remoteMac", readRemoteMac},
     {"macTable", readMacTable},
 };

@@ -50,6 +50,16 @@ void readFlag(const JsonNode& node, SwitchModel& model) {
   (model.unicast().*kSet)(node.boolean());
 }
 
+template <auto kService>
+void readServiceFlag(const JsonNode& node, SwitchModel& model) {
+  (model.services().*kService).presentIs(node.boolean());
+}
+
+template <auto kService>
+void readUnicastServiceFlag(const JsonNode& node, SwitchModel& model) {
+  (model.unicast().services().*kService).presentIs(node.boolean());
+}
+
 constexpr JsonMember<SwitchModel> kReadinessMembers[]{
     {"l2Agent", readFlag<&SwitchModel::l2AgentPresentIs>},
     {"unicastAgent", readUnicastAgent},
@@ -67,6 +77,17 @@ constexpr JsonMember<SwitchModel> kReadinessMembers[]{
     {"vxlanL2Sm", readFlag<&UnicastAgentModel::vxlanPresentIs>},
     {"vlanXlateSm", readFlag<&UnicastAgentModel::vlanXlatePresentIs>},
     {"ingVlanRangeSm", readFlag<&UnicastAgentModel::ingVlanRangePresentIs>},
+    {"mcastHelper", readServiceFlag<&SwitchServices::mcastHelper>},
+    {"l2ModFifoShowSm", readServiceFlag<&SwitchServices::modFifoShow>},
+    {"l2ModFifoMonitorSm", readServiceFlag<&SwitchServices::modFifoMonitor>},
+    {"mlagHelper", readServiceFlag<&SwitchServices::mlagHelper>},
+    {"vfiAllocatorSm", readServiceFlag<&SwitchServices::vfiAllocator>},
+    {"flexCounter", readServiceFlag<&SwitchServices::flexCounter>},
+    {"l2CmdRingManager", readServiceFlag<&SwitchServices::cmdRingManager>},
+    {"svpManager", readUnicastServiceFlag<&UnicastServices::svpManager>},
+    {"routerMacSm", readUnicastServiceFlag<&UnicastServices::routerMac>},
+    {"vlanXlate2Manager", readUnicastServiceFlag<&UnicastServices::vlanXlate2Manager>},
+    {"egrVlanXlateManager", readUnicastServiceFlag<&UnicastServices::egrVlanXlateManager>},
 };
 
 // The section "chipAttributes".

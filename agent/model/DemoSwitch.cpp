@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "agent/model/DemoNames.h"
+#include "agent/model/DemoServices.h"
 #include "agent/model/DemoVxlan.h"
 #include "platform/types/VlanId.h"
 
@@ -45,6 +46,7 @@ class Demo {
     oddities();
     hardware();
     fillDemoVxlan(model_);
+    fillDemoServices(model_);
   }
 
  private:

@@ -54,6 +54,14 @@ void ShadowTableModel::entryIs(std::uint32_t index, ShadowEntry entry) {
   changed("entry");
 }
 
+void ShadowTableModel::entryDel(std::uint32_t index) {
+  for (auto it = entries_.lowerBound({index, 0}); it != entries_.end() && it->key.index == index;
+       it = entries_.lowerBound({index, 0})) {
+    entries_.erase(Key(it->key));
+  }
+  changed("entry");
+}
+
 std::vector<std::uint32_t> ShadowTableModel::words(const ShadowEntry& entry) const {
   std::vector<std::uint32_t> words{entry.valid ? 1U : 0U};
   std::uint32_t used = 1;  // of the last word

@@ -72,6 +72,8 @@ class ShadowTableModel final : public KorvoL2::ShadowTable {
    * for, and where one of its chips holds another entry of that index.
    */
   void entryIs(std::uint32_t index, ShadowEntry entry);
+  /** Removes all entries of an index. */
+  void entryDel(std::uint32_t index);
 
   /** The words of an entry, lowest first: bit 0 says that it is valid, the fields follow. */
   std::vector<std::uint32_t> words(const ShadowEntry& entry) const;
