@@ -22,6 +22,7 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
 
 #include "KorvoL2/Export.h"
 #include "KorvoL2/KorvoL2CliAsyncRequestSmBase/ResumableWalk.h"

@@ -26,6 +26,7 @@
 
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "KorvoL2/Export.h"
 #include "KorvoL2/KorvoL2CliAsyncRequestSmBase/ResumableWalk.h"

@@ -432,15 +432,38 @@ class WaitingMachine final : public AgentCommand::AgentAsyncCommandRequestSm {
   const bool& mayGoOn_;
 };
 
+/** A machine that works for some slices before it prints. */
+class PreparingMachine final : public AgentCommand::AgentAsyncCommandRequestSm {
+ public:
+  PreparingMachine(Qel::Ptr<const AgentCommand::AgentCommandRequest> request,
+                   Qel::Ptr<const Qel::Clock> clock, const int& slices)
+      : AgentAsyncCommandRequestSm(request->requestString(), request, milliseconds(50),
+                                   std::move(clock)),
+        left_(slices) {}
+  void handleAsyncCommand(std::uint32_t, std::uint32_t) override {
+    if (left_-- > 0) {
+      while (!shouldYieldSilent()) continue;
+      return;
+    }
+    renderer().buffer().append("done\n");
+    executionCompleteFlagIs(true);
+  }
+
+ private:
+  int left_;
+};
+
 class WaitingRequestTest : public SliceSchedulerTest {
  protected:
-  void startWaiting(Client& client) {
+  void startWaiting(Client& client) { startMachine<WaitingMachine>(client, mayGoOn); }
+  template <class Machine, class Argument>
+  void startMachine(Client& client, const Argument& argument) {
     begin(client);
     const auto output = buffer(client);
     const auto request = Qel::makePtr<const AgentCommand::AgentCommandRequest>(
         "request", "WAIT", 0U, Rendering::kText,
         Qel::makePtr<Rendering::RendererV2>(Rendering::kText, output, false));
-    scheduler().run(client.id, Qel::makePtr<WaitingMachine>(request, clock, mayGoOn), output);
+    scheduler().run(client.id, Qel::makePtr<Machine>(request, clock, argument), output);
   }
   Job::State stateOf(const Client& client) { return scheduler().jobs().at(client.id).state(); }
 
@@ -464,6 +487,16 @@ TEST_F(WaitingRequestTest, ARequestThatHasNothingToDoYetIsAskedAgainAfterAPauseO
   EXPECT_EQ(client.port->taken, "done\n");
   EXPECT_EQ(client.owner.figures().slices, 3U);
   EXPECT_EQ(scheduler().nextDeadline(), std::nullopt);
+}
+
+TEST_F(WaitingRequestTest, ARequestThatWorksWithoutPrintingIsNotMadeToWait) {
+  Client client;
+  policy.slice.silentBudget = 100;
+  startMachine<PreparingMachine>(client, 5);
+  EXPECT_EQ(runAll(), 6);
+  EXPECT_EQ(client.owner.status(), RequestStatus::ok);
+  EXPECT_EQ(client.port->taken, "done\n");
+  EXPECT_EQ(client.owner.figures().rows, 0U) << "nothing of it was a row";
 }
 
 TEST_F(WaitingRequestTest, OthersDoNotNoticeARequestThatWaits) {
