@@ -187,7 +187,8 @@ class Host {
 
   // Returns whether the slice did anything.
   static bool runSlice(Answer& answer) {
-    const std::uint64_t before = answer.output->appended();
+    const std::uint64_t bytes = answer.output->appended();
+    const std::uint64_t entries = answer.machine->entriesDone();
     bool complete = false;
     try {
       answer.machine->runCommand();
@@ -199,8 +200,10 @@ class Host {
     std::printf("-- slice %u ends: %u rows so far\n",
                 static_cast<unsigned>(answer.machine->slices()),
                 static_cast<unsigned>(answer.machine->rows()));
+    const bool busy =
+        answer.output->appended() != bytes || answer.machine->entriesDone() != entries;
     if (complete) answer.machine = nullptr;
-    return complete || answer.output->appended() != before;
+    return complete || busy;
   }
 
   // False at the end of the answer.
