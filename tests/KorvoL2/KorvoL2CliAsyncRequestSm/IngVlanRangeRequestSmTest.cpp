@@ -6,6 +6,7 @@
 
 #include "platform/base/Exceptions.h"
 #include "platform/base/Tracked.h"
+#include "tests/KorvoL2/KeyedCollectionDamage.h"
 #include "tests/KorvoL2/VlanRangeHarness.h"
 
 namespace KorvoL2::Testing {
@@ -300,6 +301,23 @@ TEST_F(IngVlanRangeRequest, WhatTheReaderThrowsPassesOn) {
   ring->onRead = [] { throw std::runtime_error("ring is stuck"); };
   EXPECT_THROW(sm->runCommand(), std::runtime_error);
   EXPECT_FALSE(sm->executionCompleteFlag());
+}
+
+TEST_F(IngVlanRangeRequest, ADamagedSetOfInterfacesIsToldSoAndTheDocumentEnds) {
+  for (std::uint16_t i = 0; i < 1000; ++i) {
+    putRanges("Ethernet" + std::to_string(i), i, {range(10, 20)});
+  }
+  std::vector<std::string> reports;
+  fcsd->intf.corruptionHandlerIs([&](std::string_view message) { reports.emplace_back(message); });
+  Qel::KeyedCollectionTestAccess::damageChunk(fcsd->intf, 2);
+  auto sm = start(kJson, 50);
+  runToCompletion(*sm);
+  EXPECT_THAT(reports, ElementsAre("keyed collection is damaged: a chunk has lost its mark"));
+  rapidjson::Document document;
+  ASSERT_FALSE(document.Parse(reader->received.c_str()).HasParseError());
+  EXPECT_EQ(document["intfVlanRanges"].MemberCount(), sm->rows());
+  EXPECT_GT(sm->rows(), 0U);
+  EXPECT_LT(sm->rows(), 1000U);
 }
 
 // The machine as an object.

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "platform/base/Tracked.h"
+#include "tests/KorvoL2/KeyedCollectionDamage.h"
 #include "tests/KorvoL2/VlanXlateHarness.h"
 
 namespace KorvoL2::Testing {
@@ -443,6 +444,22 @@ TEST_F(VlanXlateRequest, ASectionEndsThoughEntriesAreAddedAheadFasterThanItPrint
   });
   EXPECT_LE(slices, 5U);
   EXPECT_THAT(reader->received, HasSubstr("Et1     4094 "));
+}
+
+TEST_F(VlanXlateRequest, ADamagedDirectoryIsToldSoAndTheDumpGoesOnWithTheNextSection) {
+  fill();
+  for (unsigned vlan = 1; vlan <= 1000; ++vlan) putVlanSvp(vlan, vlan);
+  std::vector<std::string> reports;
+  vlanSvps->entries.corruptionHandlerIs(
+      [&](std::string_view message) { reports.emplace_back(message); });
+  Qel::KeyedCollectionTestAccess::damageChunk(vlanSvps->entries, 2);
+  auto sm = startIng(kText, 50);
+  runToCompletion(*sm);
+  EXPECT_THAT(reports, ElementsAre("keyed collection is damaged: a chunk has lost its mark"));
+  EXPECT_GT(sm->rows(), 50U);
+  EXPECT_LT(sm->rows(), 1000U);
+  EXPECT_THAT(reader->received, HasSubstr(dashes(30) + "Number of Vlan SVP entries : 1001\n"));
+  EXPECT_THAT(reader->received, EndsWith(portVlanSection()));
 }
 
 // The machines as objects.
