@@ -240,6 +240,19 @@ TEST_F(L2SwTableRequest, CorruptionGoesToTheTablesHandlerAndTheDumpEndsWithItsTr
   }
 }
 
+TEST_F(L2SwTableRequest, CorruptionThatARowFindsElsewhereIsNotTheWalkedTables) {
+  fillFive();
+  bool blamed = false;
+  helper->shadow->entries.corruptionHandlerIs([&](std::string_view) { blamed = true; });
+  helper->shadow->onPrint = [](const Bridging::MacVlanPair&) {
+    throw Qel::CorruptionException("another table is damaged");
+  };
+  auto sm = start(kText);
+  EXPECT_THROW(sm->runCommand(), Qel::CorruptionException);
+  EXPECT_FALSE(blamed);
+  EXPECT_FALSE(sm->executionCompleteFlag());
+}
+
 TEST_F(L2SwTableRequest, OtherExceptionsPassOnAndTheShadowIsReleased) {
   fillFive();
   const auto users = helper->shadow->users();

@@ -501,6 +501,39 @@ TEST_F(VxlanVlanRequest, ACorruptedTableThatIsLookedUpInEndsTheRequest) {
   EXPECT_FALSE(sm->executionCompleteFlag());
 }
 
+TEST_F(VxlanVlanRequest, AFailureWhileTheListIsBuiltEndsTheRequestAndBlamesNobodyElse) {
+  mapVlan(10, 10);
+  for (unsigned port = 1; port <= 10; ++port) putEdge(port, 10, 1);
+  fcsd->lagIs(IntfId("Port-Channel1"));
+  using Lags = FeatureAgentCommonSmData::LagToPortCollection;
+  Qel::KeyedCollectionTestAccess::damageChunk(const_cast<Lags&>(fcsd->lagToPort()), 0);
+  bool blamed = false;
+  l2State->portToEdgeSvp.corruptionHandlerIs([&](std::string_view) { blamed = true; });
+  auto sm = makeVlanDump(kJson, true);
+  EXPECT_THROW(sm->runCommand(), Qel::CorruptionException);
+  EXPECT_FALSE(blamed);
+  EXPECT_FALSE(sm->vpListBuilt());
+  EXPECT_FALSE(sm->executionCompleteFlag());
+  sm->renderer().buffer().flush();
+  EXPECT_EQ(reader->received, "{\"vlans\":{");
+  sm = nullptr;
+  EXPECT_EQ(l2State->users(), 1U);
+}
+
+TEST_F(VxlanVlanRequest, ARequestCancelledInTheMiddleOfAVlanLeavesNothing) {
+  const auto before = Qel::liveInstances("L2VxlanVlanRequestSmBase");
+  mapVlan(10, 10);
+  for (unsigned port = 1; port <= 100; ++port) putEdge(port, 10, 1);
+  auto sm = makeVlanDump(kText, true);
+  sm->slicePolicyIs({.rowBudget = 10});
+  sm->runCommand();
+  ASSERT_FALSE(sm->executionCompleteFlag());
+  const Qel::Ptr<VpList> list = sm->vpList();
+  sm = nullptr;
+  EXPECT_EQ(list->users(), 1U);
+  EXPECT_EQ(Qel::liveInstances("L2VxlanVlanRequestSmBase"), before);
+}
+
 TEST_F(VxlanVlanRequest, ARequestCancelledWhileItsListIsBuiltLeavesNothing) {
   const auto before = Qel::liveInstances("L2VxlanVlanRequestSmBase");
   mapVlan(10, 10);
