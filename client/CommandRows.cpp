@@ -229,7 +229,7 @@ constexpr CommandRow kCommands[] = {
      .options = kShadowOptions,
      .summary = "VFI table",
      .details = "Reads what the software keeps of the hardware table, not the hardware.",
-     .example = "korvoctl show shadow vfi --entry 5"},
+     .example = "korvoctl show shadow vfi --entry 4106"},
 
     {.path = "show shadow egress-vfi",
      .entry = Entry::kPlain,
