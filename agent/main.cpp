@@ -126,6 +126,8 @@ void serve(const AgentOptions& options) {
   std::optional<Churn> churn;
   std::optional<ChurnDriver> churnDriver;
   if (options.churn > 0) {
+    // Where hosts come and go there are frames to count.
+    model->services().flexCounter->trafficIs(options.seed);
     churn.emplace(*model, options.churn, options.seed);
     churnDriver.emplace(clock, options.churn, [&churn](Qel::Duration now, std::size_t maxEvents) {
       return churn->advance(now, maxEvents);
