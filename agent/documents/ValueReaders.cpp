@@ -15,6 +15,10 @@ std::uint32_t readUnsigned32(const JsonNode& node) {
   return static_cast<std::uint32_t>(node.integer(0, 0xffff'ffff));
 }
 
+std::uint32_t readVni(const JsonNode& node) {
+  return static_cast<std::uint32_t>(node.integer(0, 0xff'ffff));
+}
+
 std::uint16_t readVlanNumber(const JsonNode& node) {
   const std::uint32_t number = node.number();
   if (number == 0) return 0;

@@ -21,6 +21,8 @@ namespace KorvoAgent {
 
 std::uint16_t readUnsigned16(const JsonNode& node);
 std::uint32_t readUnsigned32(const JsonNode& node);
+/** A VXLAN network identifier, 24 bits. */
+std::uint32_t readVni(const JsonNode& node);
 /** A VLAN number, or 0 for outside any VLAN. */
 std::uint16_t readVlanNumber(const JsonNode& node);
 /** The number of a VLAN. */

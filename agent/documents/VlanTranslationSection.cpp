@@ -134,14 +134,9 @@ constexpr JsonMember<SwitchModel> kIngressMembers[]{
 // Egress.
 
 using VlanVniRow = Row<KorvoL2::EgrVlanXlateVxlanVfiConfig>;
-constexpr std::uint32_t kMaxVni = 0xff'ffff;
 constexpr JsonMember<VlanVniRow> kVlanVniMembers[]{
     {"vlan", readVxlanVlan, true},
-    {"vni",
-     [](const JsonNode& n, VlanVniRow& r) {
-       r.value.vni = static_cast<std::uint32_t>(n.integer(0, kMaxVni));
-     },
-     true},
+    {"vni", [](const JsonNode& n, VlanVniRow& r) { r.value.vni = readVni(n); }, true},
     {"v6", [](const JsonNode& n, VlanVniRow& r) { r.v6 = n.boolean(); }},
 };
 

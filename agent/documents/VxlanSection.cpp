@@ -67,13 +67,10 @@ struct Vlan {
   VlanRecords records{};
 };
 
-constexpr std::uint32_t kMaxVni = 0xff'ffff;
-
 constexpr JsonMember<Vlan> kVlanMembers[]{
     {"vlan", [](const JsonNode& n, Vlan& v) { v.id = readVlan(n); }, true},
     {"listed", [](const JsonNode& n, Vlan& v) { v.records.listed = n.boolean(); }},
-    {"vni", [](const JsonNode& n,
-               Vlan& v) { v.records.vni = static_cast<std::uint32_t>(n.integer(0, kMaxVni)); }},
+    {"vni", [](const JsonNode& n, Vlan& v) { v.records.vni = readVni(n); }},
     {"vfi", [](const JsonNode& n, Vlan& v) { v.records.vfi = readUnsigned16(n); }},
     {"mappingVlan", [](const JsonNode& n, Vlan& v) { v.records.mappingVlan = readUnsigned16(n); }},
     {"mcastIndex", [](const JsonNode& n, Vlan& v) { v.records.mcastIndex = readUnsigned16(n); }},
