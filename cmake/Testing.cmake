@@ -32,15 +32,19 @@ function(korvo_add_test)
     PROPERTIES ${properties})
 endfunction()
 
-# korvo_add_python_tests(NAME name [ENVIRONMENT variable=value...])
+# korvo_add_python_tests(NAME name [TIMEOUT seconds] [ENVIRONMENT variable=value...])
 #
 # Registers each test of the unittest modules test_*.py of the current folder with ctest as
 # "name.module.Class.test", with the label `name`. They find the build in KORVO_BUILD_DIR and the
 # sanitizers that it was built with in KORVO_SANITIZED.
 function(korvo_add_python_tests)
-  cmake_parse_arguments(PARSE_ARGV 0 arg "" "NAME" "ENVIRONMENT")
+  cmake_parse_arguments(PARSE_ARGV 0 arg "" "NAME;TIMEOUT" "ENVIRONMENT")
   if(NOT arg_NAME OR arg_UNPARSED_ARGUMENTS)
-    message(FATAL_ERROR "korvo_add_python_tests(NAME name [ENVIRONMENT variable=value...])")
+    message(FATAL_ERROR
+      "korvo_add_python_tests(NAME name [TIMEOUT seconds] [ENVIRONMENT variable=value...])")
+  endif()
+  if(NOT arg_TIMEOUT)
+    set(arg_TIMEOUT 120)
   endif()
   set(lister "${PROJECT_SOURCE_DIR}/cmake/ListPythonTests.py")
   file(GLOB modules CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/test_*.py")
@@ -56,7 +60,7 @@ function(korvo_add_python_tests)
       COMMAND "${KORVO_PYTHON}" -B -m unittest "${test}"
       WORKING_DIRECTORY "${CMAKE_CURRENT_SOURCE_DIR}")
     set_tests_properties("${arg_NAME}.${test}" PROPERTIES
-      TIMEOUT 120
+      TIMEOUT ${arg_TIMEOUT}
       LABELS "${arg_NAME}"
       SKIP_REGULAR_EXPRESSION "OK \\(skipped=1\\)"
       ENVIRONMENT "${environment}")
