@@ -55,7 +55,10 @@ void L2VxlanVlanRequestSmBase::getInProgressState() {
 }
 
 void L2VxlanVlanRequestSmBase::showVxlanVlans() {
-  if (!vpListBuilt_ && !buildVpList()) return;
+  if (!vpListBuilt_) {
+    showFirstHead();
+    if (!buildVpList()) return;
+  }
   const WalkEnd end = vlans_.runSlice(
       vlanMapping_, *this, [this](const VlanSet::Entry& entry) { return showVlan(entry.key); });
   if (end == WalkEnd::yielded) return;
@@ -63,6 +66,14 @@ void L2VxlanVlanRequestSmBase::showVxlanVlans() {
   if (openVlan_) closeVlan();
   QEL_TRACE(trace(), 8, "Execution Completed");
   executionComplete();
+}
+
+// What is known of the first VLAN without its interfaces: a reader does not wait for the lists.
+void L2VxlanVlanRequestSmBase::showFirstHead() {
+  if (openVlan_ || vlanMapping_.empty()) return;
+  const VlanId first = vlanMapping_.begin()->key;
+  bookmarkIs(first);
+  openVlan(first);
 }
 
 // False when the slice is spent; the next one goes on, or starts to print.
@@ -97,6 +108,7 @@ RowOutcome L2VxlanVlanRequestSmBase::showVlan(VlanId vlan) {
   if (openVlan_ && *openVlan_ != vlan) closeVlan();
   if (!openVlan_) openVlan(vlan);
   if (const VlanVpList* const list = interfacesOf(vlan)) {
+    if (!interfaces_.started()) renderer().addFrills("   Interfaces:\n");
     const WalkEnd end = interfaces_.runSlice(*list, *this, [this](const VlanVpList::Entry& entry) {
       printVirtualPortUtil(renderer(), entry.key.intf(), entry.value);
       return RowOutcome::printed;
@@ -120,7 +132,6 @@ void L2VxlanVlanRequestSmBase::openVlan(VlanId vlan) {
   out.addFrills("   VNI %d, VFI %d:\n", mapping.vni, mapping.vfi);
   if (detail_) showDetail(mapping.vlanId);
   out.openObject("virtualPorts");
-  if (interfacesOf(vlan) != nullptr) out.addFrills("   Interfaces:\n");
   interfaces_.restart();
   openVlan_ = vlan;
 }

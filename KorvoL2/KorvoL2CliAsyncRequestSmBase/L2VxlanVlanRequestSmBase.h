@@ -16,7 +16,8 @@
 // round into lists by VLAN. Both happen once for each request. The lists take about 12 bytes for
 // each interface of each VLAN, and time: like the dump itself they are made slice by slice, from a
 // bookmark in the agent's table. What the agent changes behind that bookmark is not seen. All that
-// is known of a VLAN beyond its list is looked up when the VLAN is printed.
+// is known of a VLAN beyond its list is looked up when the VLAN's head is printed; that of the
+// first one comes before the lists are made, so that a reader has something to read at once.
 //
 // Slices. The machine asks whether to yield after every VLAN and, since one VLAN may have very many
 // interfaces, after every interface. A VLAN that is left in the middle has a bookmark of its own.
@@ -95,6 +96,7 @@ class L2VxlanVlanRequestSmBase : public AgentCommand::AgentAsyncCommandRequestSm
   void executionComplete();
 
  private:
+  void showFirstHead();
   bool buildVpList();
   RowOutcome showVlan(Bridging::VlanId vlan);
   void openVlan(Bridging::VlanId vlan);
@@ -111,7 +113,7 @@ class L2VxlanVlanRequestSmBase : public AgentCommand::AgentAsyncCommandRequestSm
   bool inProgress_ = false;
   Qel::Ptr<VpList> vpList_;
   VlanSet vlanMapping_;
-  std::optional<Bridging::VlanId> openVlan_;  // the VLAN whose interfaces are being printed
+  std::optional<Bridging::VlanId> openVlan_;  // the VLAN whose head is printed, its end not yet
   ResumableWalk<PortToEdgeSvpCollection> building_;
   ResumableWalk<VlanSet> vlans_;
   ResumableWalk<VlanVpList> interfaces_;  // of the open VLAN

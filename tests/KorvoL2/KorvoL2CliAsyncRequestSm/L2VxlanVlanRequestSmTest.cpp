@@ -225,7 +225,7 @@ TEST_F(VxlanVlanRequest, BytesAreTheSameHoweverTheReaderReads) {
 
 // Slices.
 
-TEST_F(VxlanVlanRequest, TheWorkListIsBuiltInSlicesBeforeAnythingOfAVlanIsPrinted) {
+TEST_F(VxlanVlanRequest, TheWorkListIsBuiltInSlicesBehindTheHeadOfTheFirstVlan) {
   mapVlan(10, 10010);
   for (unsigned port = 1; port <= 10; ++port) putEdge(port, 10, 7);
   auto sm = makeVlanDump(kJson, true);
@@ -235,7 +235,8 @@ TEST_F(VxlanVlanRequest, TheWorkListIsBuiltInSlicesBeforeAnythingOfAVlanIsPrinte
     EXPECT_FALSE(sm->vpListBuilt());
     ASSERT_NE(sm->vpList(), nullptr);
     EXPECT_EQ(sm->vpList()->vlanVpList(VlanId(10))->size(), built);
-    EXPECT_EQ(reader->received, "{\"vlans\":{");
+    EXPECT_EQ(reader->received,
+              R"({"vlans":{"10":{"vni":10010,"vfi":0,"mcastIndex":0,"virtualPorts":{)");
     EXPECT_EQ(sm->rows(), 0U);
   }
   EXPECT_EQ(sm->entriesDone(), 8U);
@@ -245,7 +246,7 @@ TEST_F(VxlanVlanRequest, TheWorkListIsBuiltInSlicesBeforeAnythingOfAVlanIsPrinte
   EXPECT_EQ(sm->rows(), 11U) << "ten interfaces and their VLAN";
 }
 
-TEST_F(VxlanVlanRequest, ASliceThatEndsWithTheLastEntryOfTheWorkListPrintsNothing) {
+TEST_F(VxlanVlanRequest, ASliceThatEndsWithTheLastEntryOfTheWorkListPrintsNoInterface) {
   mapVlan(10, 10010);
   for (unsigned port = 1; port <= 8; ++port) putEdge(port, 10, 7);
   auto sm = makeVlanDump(kText, true);
@@ -253,9 +254,39 @@ TEST_F(VxlanVlanRequest, ASliceThatEndsWithTheLastEntryOfTheWorkListPrintsNothin
   sm->runCommand();
   sm->runCommand();
   EXPECT_TRUE(sm->vpListBuilt());
-  EXPECT_EQ(reader->received, "");
+  EXPECT_EQ(reader->received, "Vlan 10:\n   VNI 10010, VFI 0:\n   Mcast index: 0\n");
   sm->runCommand();
   EXPECT_TRUE(sm->executionCompleteFlag());
+}
+
+TEST_F(VxlanVlanRequest, VlansThatComeBeforeTheFirstOneWhileTheListIsBuiltDoNotRepeatIt) {
+  mapVlan(10, 10010);
+  mapVlan(20, 10020);
+  for (unsigned port = 1; port <= 4; ++port) putEdge(port, 20, 7);
+  auto sm = makeVlanDump(kJson, true);
+  sm->slicePolicyIs({.silentBudget = 2});
+  sm->runCommand();
+  ASSERT_FALSE(sm->vpListBuilt());
+  sm->vlanMappingIs(VlanId(5));
+  runToCompletion(*sm);
+  EXPECT_EQ(reader->received,
+            R"({"vlans":{"10":{"vni":10010,"vfi":0,"mcastIndex":0,"virtualPorts":{}},)"
+            R"("20":{"vni":10020,"vfi":0,"mcastIndex":0,"virtualPorts":)"
+            R"({"Ethernet1":7,"Ethernet2":7,"Ethernet3":7,"Ethernet4":7}}}})"
+            "\n");
+}
+
+TEST_F(VxlanVlanRequest, TheFirstVlanRemovedFromTheSetWhileTheListIsBuiltIsClosed) {
+  mapVlan(10, 10010);
+  for (unsigned port = 1; port <= 4; ++port) putEdge(port, 10, 7);
+  auto sm = makeVlanDump(kJson, true);
+  sm->slicePolicyIs({.silentBudget = 2});
+  sm->runCommand();
+  sm->vlanMappingDel(VlanId(10));
+  runToCompletion(*sm);
+  EXPECT_EQ(reader->received,
+            R"({"vlans":{"10":{"vni":10010,"vfi":0,"mcastIndex":0,"virtualPorts":{}}}})"
+            "\n");
 }
 
 TEST_F(VxlanVlanRequest, BuildingEndsASliceWhenItsTimeIsSpent) {
@@ -515,7 +546,7 @@ TEST_F(VxlanVlanRequest, AFailureWhileTheListIsBuiltEndsTheRequestAndBlamesNobod
   EXPECT_FALSE(sm->vpListBuilt());
   EXPECT_FALSE(sm->executionCompleteFlag());
   sm->renderer().buffer().flush();
-  EXPECT_EQ(reader->received, "{\"vlans\":{");
+  EXPECT_THAT(reader->received, EndsWith("\"virtualPorts\":{"));
   sm = nullptr;
   EXPECT_EQ(l2State->users(), 1U);
 }
