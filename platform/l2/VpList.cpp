@@ -9,6 +9,16 @@ namespace KorvoL2 {
 using Bridging::IntfId;
 using Bridging::VlanId;
 
+VirtualPortBlock* VirtualPortBlocks::make() {
+  if (used_ == slabSize_) {
+    const std::size_t size = std::clamp(slabSize_ * 2, kFirstSlab, kLargestSlab);
+    slabs_.push_back(std::make_unique<VirtualPortBlock[]>(size));
+    slabSize_ = size;
+    used_ = 0;
+  }
+  return &slabs_.back()[used_++];
+}
+
 VlanVpList::const_iterator::const_iterator(const VlanVpList* list, std::size_t block,
                                            std::size_t row)
     : list_(list), block_(block), row_(row) {
@@ -50,7 +60,7 @@ VlanVpList::Place VlanVpList::placeOf(IntfId intf) const {
   if (blocks_.empty()) return {0, 0};
   // The last block that does not begin behind `intf`, else the first.
   auto at = std::ranges::upper_bound(blocks_, intf, {},
-                                     [](const auto& block) { return block->intf.front(); });
+                                     [](const Block* block) { return block->intf.front(); });
   if (at != blocks_.begin()) --at;
   const auto rows = (*at)->intf.begin();
   const auto row = std::lower_bound(rows, rows + (*at)->size, intf);
@@ -75,7 +85,7 @@ void VlanVpList::virtualPortListIs(const Key& key, VirtualPortInfo port) {
 
 void VlanVpList::append(IntfId intf, VirtualPortInfo port) {
   if (blocks_.empty() || blocks_.back()->size == Block::kRows) {
-    blocks_.push_back(std::make_unique<Block>());
+    blocks_.push_back(memory_->make());
   }
   Block& block = *blocks_.back();
   block.intf[block.size] = intf;
@@ -87,13 +97,13 @@ void VlanVpList::append(IntfId intf, VirtualPortInfo port) {
 void VlanVpList::insert(Place place, IntfId intf, VirtualPortInfo port) {
   if (blocks_[place.block]->size == Block::kRows) {
     constexpr std::size_t kHalf = Block::kRows / 2;
-    const auto upper = blocks_.insert(
-        blocks_.begin() + static_cast<std::ptrdiff_t>(place.block) + 1, std::make_unique<Block>());
+    Block* const upper = memory_->make();
+    blocks_.insert(blocks_.begin() + static_cast<std::ptrdiff_t>(place.block) + 1, upper);
     Block& full = *blocks_[place.block];
-    std::copy(full.intf.begin() + kHalf, full.intf.end(), (*upper)->intf.begin());
-    std::copy(full.port.begin() + kHalf, full.port.end(), (*upper)->port.begin());
+    std::copy(full.intf.begin() + kHalf, full.intf.end(), upper->intf.begin());
+    std::copy(full.port.begin() + kHalf, full.port.end(), upper->port.begin());
     full.size = kHalf;
-    (*upper)->size = Block::kRows - kHalf;
+    upper->size = Block::kRows - kHalf;
     if (place.row > kHalf) place = {place.block + 1, place.row - kHalf};
   }
   Block& block = *blocks_[place.block];
@@ -111,7 +121,7 @@ VlanVpList& VpList::vlanVpListIs(VlanId vlan) {
   if (lists_.size() <= vlan.value()) lists_.resize(vlan.value() + std::size_t{1});
   Qel::Ptr<VlanVpList>& list = lists_[vlan.value()];
   if (list == nullptr) {
-    list = Qel::makePtr<VlanVpList>(vlan);
+    list = Qel::makePtr<VlanVpList>(vlan, blocks_);
     ++size_;
   }
   return *list;

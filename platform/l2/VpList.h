@@ -3,7 +3,8 @@
 // The agent keeps virtual ports by interface; a dump that goes VLAN by VLAN turns that table round
 // into a list of its own. On a large switch that is a row for every interface of every VLAN, so the
 // list is made to be small: 24 rows share a block of 248 bytes, a little more than ten bytes a row.
-// For 4,094 VLANs with 200 interfaces each that is 10 MB.
+// For 4,094 VLANs with 200 interfaces each that is 10 MB. Blocks come from a few large slabs, which
+// go back to the system at once when the list is released.
 //
 //  - Order is ascending by key. Keys that come in ascending order are appended and fill the blocks;
 //    others find their place at the cost of a binary search and the move of half a block.
@@ -19,6 +20,7 @@
 #include <iterator>
 #include <memory>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "platform/base/Ptr.h"
@@ -30,9 +32,35 @@
 
 namespace KorvoL2 {
 
+/** Rows of virtual ports that lie together in memory. */
+struct VirtualPortBlock {
+  static constexpr std::size_t kRows = 24;
+  // Apart, for side by side they would take 16 bytes a row.
+  std::array<Bridging::IntfId, kRows> intf;
+  std::array<VirtualPortInfo, kRows> port;
+  std::uint16_t size = 0;
+};
+static_assert(sizeof(VirtualPortBlock) <= 248);
+
+/** Where the blocks of all lists of one request live; they are given back together. */
+class VirtualPortBlocks final : public Qel::RefCounted {
+ public:
+  /** An empty block; valid as long as this object. */
+  VirtualPortBlock* make();
+
+ private:
+  // The first slab is small, for most switches are; the largest is what the system maps apart.
+  static constexpr std::size_t kFirstSlab = 16;
+  static constexpr std::size_t kLargestSlab = 1024;
+
+  std::vector<std::unique_ptr<VirtualPortBlock[]>> slabs_;
+  std::size_t slabSize_ = 0;  // of the last slab, in blocks
+  std::size_t used_ = 0;      // of those
+};
+
 /** The virtual ports of one VLAN, by interface. */
 class VlanVpList final : public Qel::RefCounted {
-  struct Block;
+  using Block = VirtualPortBlock;
 
  public:
   using Key = Bridging::PortVlanKey;
@@ -74,7 +102,10 @@ class VlanVpList final : public Qel::RefCounted {
     Entry entry_;
   };
 
-  explicit VlanVpList(Bridging::VlanId vlan) : vlan_(vlan) {}
+  /** A list whose blocks come from `blocks`. */
+  explicit VlanVpList(Bridging::VlanId vlan,
+                      Qel::Ptr<VirtualPortBlocks> blocks = Qel::makePtr<VirtualPortBlocks>())
+      : vlan_(vlan), memory_(std::move(blocks)) {}
 
   Bridging::VlanId vlan() const noexcept { return vlan_; }
   std::size_t size() const noexcept { return size_; }
@@ -99,15 +130,6 @@ class VlanVpList final : public Qel::RefCounted {
   void corruptionDetected(std::string_view /*message*/) const noexcept {}
 
  private:
-  struct Block {
-    static constexpr std::size_t kRows = 24;
-    // Apart, for side by side they would take 16 bytes a row.
-    std::array<Bridging::IntfId, kRows> intf;
-    std::array<VirtualPortInfo, kRows> port;
-    std::uint16_t size = 0;
-  };
-  static_assert(sizeof(Block) <= 248, "a block and its allocation share 256 bytes");
-
   struct Place {
     std::size_t block;
     std::size_t row;
@@ -119,7 +141,8 @@ class VlanVpList final : public Qel::RefCounted {
 
   Bridging::VlanId vlan_;
   std::size_t size_ = 0;
-  std::vector<std::unique_ptr<Block>> blocks_;  // none is empty
+  Qel::Ptr<VirtualPortBlocks> memory_;
+  std::vector<Block*> blocks_;  // in memory_; none is empty
 };
 
 /** The lists of all VLANs that have one. */
@@ -136,6 +159,7 @@ class VpList final : public Qel::RefCounted {
  private:
   // By VLAN number: it is looked up for every row that is added.
   std::vector<Qel::Ptr<VlanVpList>> lists_;
+  Qel::Ptr<VirtualPortBlocks> blocks_ = Qel::makePtr<VirtualPortBlocks>();
   std::size_t size_ = 0;
 };
 

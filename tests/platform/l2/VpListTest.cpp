@@ -96,10 +96,14 @@ TEST(VlanVpListTest, RowsThatComeInOrderTakeAboutTenBytesEach) {
   constexpr unsigned kRows = 24'000;
   std::vector<IntfId> names;  // which are the process's, not the list's
   for (unsigned number = 0; number < kRows; ++number) names.push_back(ethernet(number));
+  const auto inUse = [] {
+    const auto info = ::mallinfo2();
+    return info.uordblks + info.hblkhd;
+  };
   const auto list = Qel::makePtr<VlanVpList>(VlanId(10));
-  const std::size_t before = ::mallinfo2().uordblks;
+  const std::size_t before = inUse();
   for (const IntfId& intf : names) list->virtualPortListIs({intf, VlanId(10)}, {});
-  const std::size_t bytes = ::mallinfo2().uordblks - before;
+  const std::size_t bytes = inUse() - before;
   if (bytes == 0) GTEST_SKIP() << "this allocator does not tell what is in use";
   EXPECT_LE(bytes, kRows * 12U);
 }
@@ -129,6 +133,17 @@ RC_GTEST_PROP(VlanVpListProperty, HoldsWhatAMapHolds, ()) {
   const auto wanted = model.lower_bound(probe);
   RC_ASSERT((found == list->end()) == (wanted == model.end()));
   if (wanted != model.end()) RC_ASSERT(found->key.intf() == wanted->first);
+}
+
+TEST(VpListTest, AListOutlivesTheListsThatItIsOneOf) {
+  Qel::Ptr<VpList> lists = vpListFactory();
+  const Qel::Ptr<VlanVpList> kept(&lists->vlanVpListIs(VlanId(10)));
+  for (unsigned number = 1; number <= 100; ++number) {
+    lists->vlanVpListIs(VlanId(number)).virtualPortListIs({ethernet(number), VlanId(number)}, {});
+  }
+  lists = nullptr;
+  kept->virtualPortListIs({ethernet(1), VlanId(10)}, {.svp = 20});
+  EXPECT_EQ(rowsOf(*kept), (Rows{{"Ethernet1", 20}, {"Ethernet10", 0}}));
 }
 
 TEST(VpListTest, HoldsAListForEachVlanThatWasNamed) {
