@@ -97,7 +97,6 @@ class SwitchModel final : public KorvoL2::L2Agent {
   void macTblShadowPresentIs(bool present);
   void mcastPresentIs(bool present);
   void readUnknownChipsIs(bool read);
-  void cmdRingManagerPresentIs(bool present) { services_.cmdRingManager.presentIs(present); }
 
   /**
    * What there is of hardware: the chips as commands see them, who reads their tables and who

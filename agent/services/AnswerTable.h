@@ -59,9 +59,9 @@ class Answer {
 
 class AnswerTable {
  public:
-  /** A table of 10 thousand rows takes some 5 ms and less than a mebibyte. */
+  /** Rows and bytes of cells that a table takes; printing that many takes some ten milliseconds. */
   static constexpr std::size_t kMaxRows = 10'000;
-  static constexpr std::size_t kMaxBytes = std::size_t{1} << 20;
+  static constexpr std::size_t kMaxBytes = std::size_t{1} << 19;
 
   enum Alignment : std::uint8_t { kLeft, kRight };
   struct Column {

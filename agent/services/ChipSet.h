@@ -29,12 +29,10 @@ class ChipSet {
   /** The null id is in no set. */
   bool has(Tessar::FapId chip) const noexcept { return !chip.isNull() && chips_[chip.value()]; }
   bool empty() const noexcept { return chips_.none(); }
-  std::size_t size() const noexcept { return chips_.count(); }
   /** "0-2,5"; empty for none. */
   std::string text() const;
 
   ChipSet operator&(const ChipSet& other) const { return ChipSet(chips_ & other.chips_); }
-  ChipSet operator|(const ChipSet& other) const { return ChipSet(chips_ | other.chips_); }
   /** Those that are in this set and not in the other. */
   ChipSet without(const ChipSet& other) const { return ChipSet(chips_ & ~other.chips_); }
   bool operator==(const ChipSet&) const = default;

@@ -27,9 +27,11 @@ std::uint64_t owner(Purpose purpose, std::uint64_t number) {
 }
 
 std::uint64_t ownerOf(const IpAddr& vtep) {
-  std::uint64_t word = vtep.isV6() ? 1 : 0;
-  for (const std::uint8_t byte : vtep.bytes()) word = mixed(word << 8 ^ word >> 56 ^ byte);
-  return owner(Purpose::vtep, word);
+  std::uint64_t words[2]{};
+  for (std::size_t i = 0; i < vtep.bytes().size(); ++i) {
+    words[i / 8] = words[i / 8] << 8 | vtep.bytes()[i];
+  }
+  return owner(Purpose::vtep, mixed(words[0] ^ (vtep.isV6() ? 1 : 0)) ^ words[1]);
 }
 
 Purpose purposeOf(CounterDirection direction) {
@@ -47,13 +49,15 @@ std::string_view nameOf(CounterDirection direction) {
 /** Sums up counters, and finds the one that counted most. */
 class Sum {
  public:
-  void add(const CounterValue& value, const std::string& owner) {
+  /** `name()` gives the owner's name. */
+  template <class Name>
+  void add(const CounterValue& value, Name&& name) {
     ++count_;
     total_.packets += value.packets;
     total_.bytes += value.bytes;
     if (value.packets > most_) {
       most_ = value.packets;
-      busiest_ = owner;
+      busiest_ = name();
     }
   }
   std::string text() const {
@@ -94,18 +98,20 @@ void FlexCounterModel::trafficIs(std::uint64_t seed) {
 }
 
 Qel::Duration FlexCounterModel::trafficTime() const {
+  if (!seed_) return Qel::Duration::zero();
   // A counter that went back, because the clock did, would be taken for one that wrapped.
   longest_ = std::max(longest_, clock_->now() - trafficStart_);
   return longest_;
 }
 
-CounterValue FlexCounterModel::grown(const CounterValue& value, std::uint64_t owner) const {
+CounterValue FlexCounterModel::grown(const CounterValue& value, std::uint64_t owner,
+                                     Qel::Duration traffic) const {
   if (!seed_) return value;
   constexpr std::uint64_t kNanoseconds = 1'000'000'000;
   const std::uint64_t draw = mixed(owner ^ mixed(*seed_));
   const std::uint64_t perSecond = 10 + draw % 9'990;
   const std::uint64_t packetSize = 64 + (draw >> 32) % 1'437;
-  const auto elapsed = static_cast<std::uint64_t>(trafficTime().count());
+  const auto elapsed = static_cast<std::uint64_t>(traffic.count());
   const std::uint64_t packets =
       elapsed / kNanoseconds * perSecond + elapsed % kNanoseconds * perSecond / kNanoseconds;
   return {value.packets + packets, value.bytes + packets * packetSize};
@@ -113,20 +119,23 @@ CounterValue FlexCounterModel::grown(const CounterValue& value, std::uint64_t ow
 
 std::optional<CounterValue> FlexCounterModel::vtep(const IpAddr& vtep) const {
   const CounterValue* const value = vteps_.find(vtep);
-  return value == nullptr ? std::nullopt : std::optional(grown(*value, ownerOf(vtep)));
+  if (value == nullptr) return std::nullopt;
+  return grown(*value, ownerOf(vtep), trafficTime());
 }
 
 std::optional<CounterValue> FlexCounterModel::vni(std::uint32_t vni,
                                                   CounterDirection direction) const {
   const VniCounters* const values = vnis_.find(vni);
   if (values == nullptr) return std::nullopt;
-  return grown(valueOf(*values, direction), owner(purposeOf(direction), vni));
+  return grown(valueOf(*values, direction), owner(purposeOf(direction), vni), trafficTime());
 }
 
 void FlexCounterModel::showVtepDecapFlexCountersSummary(std::uint32_t socket) {
   Sum sum;
-  for (const auto& [address, value] : vteps_) {
-    sum.add(grown(value, ownerOf(address)), address.stringValue());
+  const Qel::Duration traffic = trafficTime();
+  for (const auto& entry : vteps_) {
+    sum.add(grown(entry.value, ownerOf(entry.key), traffic),
+            [&entry] { return entry.key.stringValue(); });
   }
   Answer answer(socket);
   answer.line("VTEP decapsulation counters");
@@ -137,11 +146,15 @@ void FlexCounterModel::showVtepDecapFlexCountersValues(std::uint32_t socket) {
   using enum AnswerTable::Alignment;
   AnswerTable table({{"VTEP"}, {"Packets", kRight}, {"Bytes", kRight}});
   Sum sum;
+  const Qel::Duration traffic = trafficTime();
   for (const auto& [address, value] : vteps_) {
-    const CounterValue now = grown(value, ownerOf(address));
-    const std::string name = address.stringValue();
-    sum.add(now, name);
-    table.row(name, now.packets, now.bytes);
+    const CounterValue now = grown(value, ownerOf(address), traffic);
+    sum.add(now, [] { return std::string(); });
+    if (table.full()) {
+      table.omit(1);
+    } else {
+      table.row(address.stringValue(), now.packets, now.bytes);
+    }
   }
   Answer answer(socket);
   table.print(answer, {.title = "VTEP decapsulation counters",
@@ -178,7 +191,7 @@ void FlexCounterModel::showVniSummary(std::uint32_t socket, CounterDirection dir
     if (network.vni == last) continue;
     last = network.vni;
     if (network.value) {
-      sum.add(*network.value, "VNI " + std::to_string(network.vni));
+      sum.add(*network.value, [&network] { return "VNI " + std::to_string(network.vni); });
     } else {
       ++without;
     }
@@ -209,7 +222,7 @@ void FlexCounterModel::showVniFlexCountersValues(std::uint32_t socket, CounterDi
       if (it->vlan == 0) continue;
       vlans.append(vlans.empty() ? "" : ", ").append(std::to_string(it->vlan));
     }
-    if (network.value) sum.add(*network.value, {});
+    if (network.value) sum.add(*network.value, [] { return std::string(); });
     table.row(network.vni, vlans,
               network.value ? std::optional(network.value->packets) : std::nullopt,
               network.value ? std::optional(network.value->bytes) : std::nullopt);

@@ -69,7 +69,9 @@ class FlexCounterModel final : public KorvoL2::KorvoL2FlexCounter {
     std::uint16_t vlan = 0;  ///< 0 where no VLAN is mapped to it
     std::optional<CounterValue> value{};
   };
-  CounterValue grown(const CounterValue& value, std::uint64_t owner) const;
+  /** What a counter shows after so much traffic; `owner` tells it from others. */
+  CounterValue grown(const CounterValue& value, std::uint64_t owner, Qel::Duration traffic) const;
+  /** For how long there has been traffic. */
   Qel::Duration trafficTime() const;
   std::vector<Network> networks(KorvoL2::CounterDirection direction) const;
   void showVniSummary(std::uint32_t socket, KorvoL2::CounterDirection direction);

@@ -33,6 +33,38 @@ EgressEntry entryOf(const PortVlanKey& key, const KorvoL2::EgrVxlanVlanXlateStat
   return {&key, "vxlan", {}, {status.dvp}, status.dot1qTag};
 }
 
+/** Finds buckets. Keys come by interface, so that a name is hashed once for many of them. */
+class Buckets {
+ public:
+  std::uint32_t of(const PortVlanKey& key) noexcept {
+    if (!started_ || key.intf() != intf_) {
+      started_ = true;
+      intf_ = key.intf();
+      intfHash_ = 2166136261U;  // FNV-1a
+      for (const char c : intf_.stringValue()) add(intfHash_, static_cast<std::uint8_t>(c));
+    }
+    std::uint32_t hash = intfHash_;
+    add(hash, static_cast<std::uint8_t>(key.vlan().value() >> 8));
+    add(hash, static_cast<std::uint8_t>(key.vlan().value() & 0xff));
+    return (hash ^ hash >> 16) % EgrVlanXlateManagerModel::kBuckets;
+  }
+
+ private:
+  static void add(std::uint32_t& hash, std::uint8_t byte) noexcept {
+    hash = (hash ^ byte) * 16777619U;
+  }
+  Bridging::IntfId intf_;
+  std::uint32_t intfHash_ = 0;
+  bool started_ = false;
+};
+
+/** An entry that is shown, and where chips look it up. */
+struct Place {
+  std::uint32_t bucket = 0;
+  std::uint32_t order = 0;  // within all, so that a bucket fills in the order of keys
+  EgressEntry entry{};
+};
+
 }  // namespace
 
 void VlanXlate2ManagerModel::showVlanXlate2(std::uint32_t socket) {
@@ -63,12 +95,7 @@ void VlanXlate2ManagerModel::showVlanXlate2(std::uint32_t socket) {
 }
 
 std::uint32_t EgrVlanXlateManagerModel::bucketOf(const PortVlanKey& key) noexcept {
-  std::uint32_t hash = 2166136261U;  // FNV-1a
-  const auto add = [&hash](std::uint8_t byte) { hash = (hash ^ byte) * 16777619U; };
-  for (const char c : key.intf().stringValue()) add(static_cast<std::uint8_t>(c));
-  add(static_cast<std::uint8_t>(key.vlan().value() >> 8));
-  add(static_cast<std::uint8_t>(key.vlan().value() & 0xff));
-  return (hash ^ hash >> 16) % kBuckets;
+  return Buckets().of(key);
 }
 
 void EgrVlanXlateManagerModel::showEgrVlanXlate(std::uint32_t socket, bool hashView) {
@@ -110,28 +137,30 @@ void EgrVlanXlateManagerModel::showByKey(std::uint32_t socket) const {
 
 void EgrVlanXlateManagerModel::showByBucket(std::uint32_t socket) const {
   using enum AnswerTable::Alignment;
-  const auto& vlans = directories_->egrPortVlans->entries;
-  const auto& vxlans = directories_->egrVxlanVlans->entries;
-  struct Place {
-    std::uint32_t bucket = 0;
-    std::uint32_t order = 0;  // within all, so that a bucket fills in the order of keys
-    const PortVlanKey* key = nullptr;
+  const auto forEach = [this](auto&& act) {
+    for (const auto& entry : directories_->egrPortVlans->entries) act(entry.key, entry.value);
+    for (const auto& entry : directories_->egrVxlanVlans->entries) act(entry.key, entry.value);
   };
+  // Two passes: which buckets there is room to show, then the entries of those. Sorting all of a
+  // large table would hold up the event loop.
+  std::vector<std::uint32_t> fill(kBuckets);
+  Buckets buckets;
+  std::size_t all = 0;
+  forEach([&](const PortVlanKey& key, const auto&) {
+    ++fill[buckets.of(key)];
+    ++all;
+  });
+  std::uint32_t shownBuckets = 0;
+  for (std::size_t rows = 0; shownBuckets < kBuckets && rows < AnswerTable::kMaxRows;) {
+    rows += fill[shownBuckets++];
+  }
   std::vector<Place> places;
-  places.reserve(vlans.size() + vxlans.size());
-  const auto place = [&places](const auto& entries) {
-    for (const auto& entry : entries) {
-      places.push_back(
-          {bucketOf(entry.key), static_cast<std::uint32_t>(places.size()), &entry.key});
-    }
-  };
-  place(vlans);
-  place(vxlans);
+  forEach([&](const PortVlanKey& key, const auto& status) {
+    const std::uint32_t bucket = buckets.of(key);
+    if (bucket >= shownBuckets) return;
+    places.push_back({bucket, static_cast<std::uint32_t>(places.size()), entryOf(key, status)});
+  });
   std::ranges::sort(places, {}, [](const Place& p) { return std::pair(p.bucket, p.order); });
-  const auto entryAt = [&](const Place& p) {
-    return p.order < vlans.size() ? entryOf(*p.key, *vlans.find(*p.key))
-                                  : entryOf(*p.key, *vxlans.find(*p.key));
-  };
 
   AnswerTable table({{"Bucket", kRight},
                      {"Slot", kRight},
@@ -141,25 +170,22 @@ void EgrVlanXlateManagerModel::showByBucket(std::uint32_t socket) const {
                      {"Inner VLAN", kRight},
                      {"DVP", kRight},
                      {"Tag", kRight}});
-  std::size_t withoutRoom = 0;
-  std::size_t buckets = 0;
   std::uint32_t slot = 0;
   for (std::size_t i = 0; i < places.size(); ++i) {
-    const Place& at = places[i];
-    const bool first = i == 0 || places[i - 1].bucket != at.bucket;
-    slot = first ? 0 : slot + 1;
-    buckets += first ? 1 : 0;
-    const bool fits = slot < kBucketSlots;
-    withoutRoom += fits ? 0 : 1;
-    if (table.full()) {
-      table.omit(1);
-      continue;
-    }
-    const EgressEntry entry = entryAt(at);
-    table.row(at.bucket, fits ? std::optional(slot) : std::nullopt, entry.key->intf().stringValue(),
-              entry.key->vlan().value(), entry.from, entry.innerVlan, entry.dvp, entry.tag);
+    const auto& [bucket, order, entry] = places[i];
+    slot = i == 0 || places[i - 1].bucket != bucket ? 0 : slot + 1;
+    table.row(bucket, slot < kBucketSlots ? std::optional(slot) : std::nullopt,
+              entry.key->intf().stringValue(), entry.key->vlan().value(), entry.from,
+              entry.innerVlan, entry.dvp, entry.tag);
   }
-  const std::string total = std::to_string(buckets) + " of " + std::to_string(kBuckets) +
+  table.omit(all - places.size());
+  std::size_t used = 0;
+  std::size_t withoutRoom = 0;
+  for (const std::uint32_t entries : fill) {
+    used += entries == 0 ? 0 : 1;
+    withoutRoom += entries > kBucketSlots ? entries - kBucketSlots : 0;
+  }
+  const std::string total = std::to_string(used) + " of " + std::to_string(kBuckets) +
                             " buckets, " + std::to_string(withoutRoom) + " without a slot";
   Answer answer(socket);
   table.print(answer, {.title = "Egress VLAN translations by hash bucket",

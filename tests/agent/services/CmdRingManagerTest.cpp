@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <bit>
 #include <functional>
 
 #include "agent/services/AnswerTable.h"

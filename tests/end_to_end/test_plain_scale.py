@@ -1,0 +1,133 @@
+"""Plain commands on switches as large as they get. Each is answered in one go, so none may hold up
+the agent for long: what is large is cut, and says so."""
+
+import json
+
+import large_state
+from korvo import *
+
+kSliceMs = 50
+kAttempts = 5
+# A sanitizer's build takes several times as long for each row.
+kShare = 10 if kSanitized else 1
+kRows = 100_000 // kShare
+kMaxRows = 10_000
+kChips = 128
+kGroups = 4096 // kShare
+
+
+def multicast():
+    ports = [large_state.intf(n) for n in range(20)]
+    return json.dumps({
+        "version": 1,
+        "switch": {"chips": kChips},
+        "multicast": {
+            "groups": [{"index": n, "vlan": n % 4094 + 1, "ports": ports} for n in range(kGroups)],
+            # Every chip holds something else than all others for some groups.
+            "hardware": [{"chip": chip, "index": n, "ports": [large_state.intf(chip)]}
+                         for chip in range(kChips) for n in range(chip, kGroups, kChips // 16)]}})
+
+
+def shadows():
+    return json.dumps({"version": 1, "shadowTables": {"VLAN_XLATE": [
+        {"index": n, "fields": {"port": n % 48, "vlan": n % 4094 + 1, "svp": n % 32768}}
+        for n in range(kRows)]}})
+
+
+def counters():
+    return json.dumps({
+        "version": 1,
+        "vxlan": {"vlans": [{"vlan": n, "vni": 10000 + n} for n in range(1, 4095)]},
+        "flexCounters": {
+            "trafficSeed": 1,
+            "vteps": [{"address": f"10.{n >> 16}.{n >> 8 & 255}.{n & 255}"} for n in range(kRows)],
+            "vnis": [{"vni": 10000 + n} for n in range(1, 4095)]}})
+
+
+class PlainScale(TestCase):
+    def agentOf(self, document, *options):
+        return Agent("--state", self.write("state.json", document), *options)
+
+    def assertQuick(self, agent, command):
+        """Runs a command and gives back the lines of its answer. One that the machine interrupts is
+        long by chance: it is not in every attempt, and one that takes the agent too long is."""
+        took = []
+        for _ in range(kAttempts):
+            answer, told = agent.askWithDescriptor(f"plain text {command}\n")
+            done = told[-1]
+            self.assertEqual(done["status"], "ok", done["message"])
+            took.append(done["worstSliceMs"])
+            if took[-1] < kSliceMs:
+                return answer.decode().splitlines()
+        self.fail(f"{command!r} took {took} ms")
+
+    def assertCut(self, lines, rows, hint):
+        self.assertEqual(lines[-2], f"... {rows - min(rows, kMaxRows)} more; {hint}")
+        self.assertEqual(int(lines[-1].split()[0]), rows)
+        self.assertGreater(len(lines), min(rows, kMaxRows))
+
+    def test_multicast_groups_that_every_chip_holds_otherwise(self):
+        with self.agentOf(multicast()) as agent:
+            lines = self.assertQuick(agent, "HW_MCAST_ALL")
+            self.assertIn("; select one with HW_MCAST_MCIDX+INDEX", lines[-2])
+            self.assertIn("; select one with HW_MCAST_MCIDX+INDEX",
+                          self.assertQuick(agent, "HW_MCAST_DIFF")[-2])
+            self.assertEqual(self.assertQuick(agent, "MCAST_ALL")[-1], f"{kGroups} groups")
+            one = self.assertQuick(agent, f"HW_MCAST_MCIDX+{kGroups - 1}")
+            # One row for each chip that is alone with what it holds, and one for the others.
+            self.assertEqual(one[-1], "17 entries")
+
+    def test_shadows_of_large_tables(self):
+        with self.agentOf(shadows()) as agent:
+            hint = "select one with VAL+INDEX, a chip with CHIP+NUMBER"
+            self.assertCut(self.assertQuick(agent, "ShadowShow+VLAN_XLATE"), kRows, hint)
+            self.assertCut(self.assertQuick(agent, "ShadowShow+VLAN_XLATE+RAW"), kRows, hint)
+            one = self.assertQuick(agent, f"ShadowShow+VLAN_XLATE+VAL+{kRows - 1}")
+            self.assertEqual(one[-1], "1 entry")
+
+    def test_translations(self):
+        with self.agentOf(large_state.translations(kRows)) as agent:
+            self.assertCut(self.assertQuick(agent, "VLAN_XLATE_STATUS_2"), kRows,
+                           "the async command VLAN_XLATE_STATUS lists all")
+            lines = self.assertQuick(agent, "EGR_VLAN_XLATE_STATUS_2")
+            self.assertCut(lines, 2 * kRows, "the async command EGR_VLAN_XLATE_STATUS lists all")
+
+    def test_virtual_ports_of_every_vlan_on_two_hundred_interfaces(self):
+        vlans = 4094 // kShare
+        with self.agentOf(large_state.vxlan(vlans, 200)) as agent:
+            state = self.assertQuick(agent, "VXLAN_DEBUG_STATE")
+            self.assertEqual(state[-1], f"{vlans} VLANs")
+            self.assertTrue(state[-2].endswith(" 200"))
+            self.assertCut(self.assertQuick(agent, "VXLAN_SVP_USAGE"), vlans * 201,
+                           "ShadowShow+SOURCE_VP+VAL+SVP shows one as the chips have it")
+            self.assertEqual(self.assertQuick(agent, "VlanVfiMap")[-1],
+                             f"{vlans} VLANs; {vlans} of 16384 VFIs in use")
+
+    def test_counters_of_many_tunnel_ends(self):
+        with self.agentOf(counters()) as agent:
+            self.assertIn(f"... {max(kRows - kMaxRows, 0)} more", self.assertQuick(agent, "FCVDV"))
+            self.assertIn(f" {kRows} of 4096", self.assertQuick(agent, "FCVDS")[1])
+            for direction in ("Ingress", "Egress"):
+                self.assertTrue(self.assertQuick(agent, f"Vni{direction}FlexCountersValues")[-1]
+                                .startswith("4094 VNIs; "))
+                self.assertIn(" 4094 of 4096",
+                              self.assertQuick(agent, f"Vni{direction}FlexCountersSummary")[1])
+
+    def test_router_macs_among_a_million_others(self):
+        macs = ["0200.0f00.%04x" % n for n in range(16)]
+        document = {"version": 1, "ownRouterMacs": macs, "macTable": {"entries": [
+            {"vlan": vlan, "mac": mac, "type": "router"} for vlan in range(1, 4095) for mac in macs[:3]]}}
+        with self.agentOf(json.dumps(document), "--macs", 1_000_000 // kShare) as agent:
+            self.assertCut(self.assertQuick(agent, "PER_VLAN_ENTRY"), 3 * 4094,
+                           "select some with PER_VLAN_ENTRY_VLAN-VLAN")
+            self.assertEqual(self.assertQuick(agent, "PER_VLAN_ENTRY_VLAN-4094")[-1], "3 entries")
+
+    def test_an_answer_that_nobody_reads_leaves_the_agent_free(self):
+        with self.agentOf(shadows()) as agent:
+            control, answer = agent.send("plain text ShadowShow+VLAN_XLATE\n")
+            with control, answer:
+                for _ in range(10):
+                    self.assertEqual(agent.ask("plain text NOPE\n"), b"Invalid Command\n")
+                self.assertTrue(readAll(answer).endswith(f"\n{kRows} entries\n".encode()))
+                self.assertEqual(events(control)[-1]["status"], "ok")
+            self.assertAnswers(agent)
