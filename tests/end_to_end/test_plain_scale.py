@@ -6,10 +6,10 @@ import json
 import large_state
 from korvo import *
 
-kSliceMs = 50
+# A sanitizer's build takes many times as long, for each row and for those that are shown.
+kSliceMs = 1000 if kSanitized else 50
+kShare = 5 if kSanitized else 1
 kAttempts = 5
-# A sanitizer's build takes several times as long for each row.
-kShare = 10 if kSanitized else 1
 kRows = 100_000 // kShare
 kMaxRows = 10_000
 kChips = 128
