@@ -3,8 +3,8 @@
 // The agent keeps virtual ports by interface; a dump that goes VLAN by VLAN turns that table round
 // into a list of its own. On a large switch that is a row for every interface of every VLAN, so the
 // list is made to be small: 24 rows share a block of 248 bytes, a little more than ten bytes a row.
-// For 4,094 VLANs with 200 interfaces each that is 10 MB. Blocks come from a few large slabs, which
-// go back to the system at once when the list is released.
+// For 4,094 VLANs with 200 interfaces each that is 10 MB. Blocks come from a few large slabs, so
+// that a list is given back in a few steps, not in one for each block.
 //
 //  - Order is ascending by key. Keys that come in ascending order are appended and fill the blocks;
 //    others find their place at the cost of a binary search and the move of half a block.
@@ -49,7 +49,8 @@ class VirtualPortBlocks final : public Qel::RefCounted {
   VirtualPortBlock* make();
 
  private:
-  // The first slab is small, for most switches are; the largest is what the system maps apart.
+  // The first slab is small, for most switches are; the largest, a quarter of a MiB, bounds what is
+  // taken and not used.
   static constexpr std::size_t kFirstSlab = 16;
   static constexpr std::size_t kLargestSlab = 1024;
 
