@@ -37,6 +37,16 @@ CLI::Validator numberIn(double least, double most) {
   return CLI::Validator(check, "", "");
 }
 
+/** An option whose value is a group of this machine. */
+CLI::Option* addGroupOption(CLI::App& app, const char* name, std::optional<Group>& group,
+                            const char* description) {
+  const auto read = [name, &group](const std::string& text) {
+    group = groupNamed(text);
+    if (!group) throw CLI::ValidationError(name, fmt::format("there is no group \"{}\"", text));
+  };
+  return app.add_option_function<std::string>(name, read, description)->type_name("NAME");
+}
+
 Qel::Duration fromSeconds(double seconds) {
   return std::chrono::duration_cast<Qel::Duration>(std::chrono::duration<double>(seconds));
 }
@@ -54,6 +64,15 @@ std::optional<int> readAgentOptions(int argc, const char* const* argv, AgentOpti
       ->envname("KORVO_L2_SOCKET")
       ->type_name("PATH")
       ->capture_default_str();
+
+  const char* const kAccess = "Access";
+  addGroupOption(app, "--socket-group", options.socketGroup,
+                 "Group whose members may connect; unless given, that of a file made there")
+      ->group(kAccess);
+  addGroupOption(app, "--admin-group", options.adminGroup,
+                 "Group whose members may send commands that change something, besides root and "
+                 "the agent's own user")
+      ->group(kAccess);
 
   const char* const kSwitch = "Switch";
   app.add_option("--state", options.state, "Switch state document to read (JSON)")

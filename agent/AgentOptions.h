@@ -8,14 +8,17 @@
 #include <string>
 #include <vector>
 
+#include "agent/server/Access.h"
 #include "platform/base/Clock.h"
 
 namespace KorvoAgent {
 
 struct AgentOptions {
-  std::string socket;      ///< never empty
-  std::string state;       ///< empty: none
-  std::string bridgeJson;  ///< empty: none; "-" is standard input
+  std::string socket;                ///< never empty
+  std::optional<Group> socketGroup;  ///< nothing: the one that a new file gets
+  std::optional<Group> adminGroup;   ///< nothing: none
+  std::string state;                 ///< empty: none
+  std::string bridgeJson;            ///< empty: none; "-" is standard input
   bool demo = false;
   std::uint64_t macs = 0;
   std::optional<unsigned> chips;

@@ -1,6 +1,7 @@
 // korvo-l2-agent: puts the parts of the agent together and serves.
 
 #include <sys/resource.h>
+#include <sys/stat.h>
 
 #include <csignal>
 #include <cstdio>
@@ -27,6 +28,8 @@
 namespace {
 
 using namespace KorvoAgent;  // NOLINT(google-build-using-namespace): this file is the agent's main
+
+constexpr mode_t kUmask = 0027;
 
 // Each request takes up to three descriptors while it is answered.
 void raiseDescriptorLimit() {
@@ -104,6 +107,8 @@ ServerPolicy policyOf(const AgentOptions& options) {
   policy.connection.lineTimeout = options.lineTimeout;
   policy.connection.requestsPerUser = options.maxRequestsPerUser;
   policy.maxConnections = options.maxConnections;
+  policy.socketGroup = options.socketGroup;
+  policy.access = AccessPolicy::ofThisProcess(options.adminGroup);
   return policy;
 }
 
@@ -149,6 +154,10 @@ int main(int argc, char** argv) {
     return *status;
   }
   std::signal(SIGPIPE, SIG_IGN);
+  // A trace file that has reached the limit of file sizes loses lines and no more.
+  std::signal(SIGXFSZ, SIG_IGN);
+  // Whoever starts the agent has no say in who may read what it makes.
+  ::umask(kUmask);
   raiseDescriptorLimit();
   try {
     for (const std::string& setting : options.trace) Qel::traceSettingIs(setting);

@@ -1,7 +1,6 @@
 #include "agent/server/AgentQuestions.h"
 
 #include <fmt/format.h>
-#include <unistd.h>
 
 #include <array>
 #include <charconv>
@@ -67,13 +66,15 @@ constexpr std::string_view kQuestions = "status, chips, requests, cancel N, sche
 }  // namespace
 
 AgentQuestions::AgentQuestions(AgentFacts facts, SliceScheduler& scheduler,
+                               const AccessPolicy& access,
                                std::function<std::size_t()> numConnections)
     : facts_(std::move(facts)),
       scheduler_(scheduler),
+      access_(access),
       numConnections_(std::move(numConnections)),
       started_(scheduler.clock().now()) {}
 
-RequestEnd AgentQuestions::answer(std::string_view question, uid_t user, RendererV2& out) {
+RequestEnd AgentQuestions::answer(std::string_view question, const Peer& peer, RendererV2& out) {
   struct Row {
     std::string_view name;
     void (AgentQuestions::*print)(RendererV2&);
@@ -91,7 +92,7 @@ RequestEnd AgentQuestions::answer(std::string_view question, uid_t user, Rendere
     }
   }
   constexpr std::string_view kCancel = "cancel ";
-  if (question.starts_with(kCancel)) return cancel(question.substr(kCancel.size()), user, out);
+  if (question.starts_with(kCancel)) return cancel(question.substr(kCancel.size()), peer, out);
   return refused(
       fmt::format("unknown question \"{}\"; the agent knows {}", printable(question), kQuestions));
 }
@@ -170,7 +171,7 @@ void AgentQuestions::schema(RendererV2& out) {
   out.buffer().append(facts_.stateDocumentSchema());
 }
 
-RequestEnd AgentQuestions::cancel(std::string_view argument, uid_t user, RendererV2& out) {
+RequestEnd AgentQuestions::cancel(std::string_view argument, const Peer& peer, RendererV2& out) {
   JobId id = 0;
   const auto [end, error] = std::from_chars(argument.data(), argument.data() + argument.size(), id);
   if (error != std::errc{} || end != argument.data() + argument.size()) {
@@ -185,10 +186,11 @@ RequestEnd AgentQuestions::cancel(std::string_view argument, uid_t user, Rendere
   if (job->second.state() == Job::State::starting) {
     return refused(fmt::format("request {} is the one that asks", id));
   }
-  if (user != job->second.user() && user != 0 && user != ::geteuid()) {
-    return refused(fmt::format("request {} belongs to another user", id));
+  if (peer.user != job->second.user() && !access_.isPrivileged(peer)) {
+    return refused(fmt::format("request {} belongs to another user; {} may cancel those of others",
+                               id, access_.onlyWho()));
   }
-  scheduler_.end(id, {RequestStatus::cancelled, fmt::format("cancelled by user {}", user)});
+  scheduler_.end(id, {RequestStatus::cancelled, fmt::format("cancelled by user {}", peer.user)});
   out.openObject();
   out.addAttribute("request %d is cancelled\n", "cancelled", id);
   out.closeObject();

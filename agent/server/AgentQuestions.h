@@ -3,14 +3,13 @@
 // Threading: the agent's event-loop thread only.
 #pragma once
 
-#include <sys/types.h>
-
 #include <cstdint>
 #include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "agent/server/Access.h"
 #include "agent/server/RequestEnd.h"
 #include "agent/server/SliceScheduler.h"
 #include "platform/base/Clock.h"
@@ -36,25 +35,26 @@ struct AgentFacts {
 
 class AgentQuestions {
  public:
-  /** `numConnections` tells how many clients are connected. */
-  AgentQuestions(AgentFacts facts, SliceScheduler& scheduler,
+  /** `numConnections` tells how many clients are connected. `access` is kept by reference. */
+  AgentQuestions(AgentFacts facts, SliceScheduler& scheduler, const AccessPolicy& access,
                  std::function<std::size_t()> numConnections);
 
   /**
-   * Answers `question` of user `user`. Prints nothing when the question is refused; then the
+   * Answers `question` of `peer`. Prints nothing when the question is refused; then the
    * message says why.
    */
-  RequestEnd answer(std::string_view question, uid_t user, Rendering::RendererV2& out);
+  RequestEnd answer(std::string_view question, const Peer& peer, Rendering::RendererV2& out);
 
  private:
   void status(Rendering::RendererV2& out);
   void chips(Rendering::RendererV2& out);
   void requests(Rendering::RendererV2& out);
   void schema(Rendering::RendererV2& out);
-  RequestEnd cancel(std::string_view argument, uid_t user, Rendering::RendererV2& out);
+  RequestEnd cancel(std::string_view argument, const Peer& peer, Rendering::RendererV2& out);
 
   AgentFacts facts_;
   SliceScheduler& scheduler_;
+  const AccessPolicy& access_;
   std::function<std::size_t()> numConnections_;
   Qel::Duration started_;
 };

@@ -22,7 +22,7 @@ CommandServer::CommandServer(EventLoop& loop, Qel::Ptr<const Qel::Clock> clock,
       policy_(policy),
       scheduler_(clock_, policy_.scheduler),
       entries_(std::move(callbacks)),
-      questions_(std::move(facts), scheduler_, [this] { return numConnections(); }),
+      questions_(std::move(facts), scheduler_, policy_.access, [this] { return numConnections(); }),
       // Outside a callback's call only the text of requests that were ended is left over.
       handlerBefore_(
           Rendering::PrintBuffer::undeliveredHandlerIs([](std::uint32_t, const std::string&) {})) {
@@ -39,9 +39,9 @@ CommandServer::~CommandServer() {
 }
 
 void CommandServer::listen(const std::string& path) {
-  socket_.emplace(path);
-  listener_.emplace(loop_, socket_->get(), [this](FileDescriptor connection, uid_t user) {
-    connectionIs(std::move(connection), user);
+  socket_.emplace(path, policy_.socketGroup);
+  listener_.emplace(loop_, socket_->get(), [this](FileDescriptor connection, Peer peer) {
+    connectionIs(std::move(connection), std::move(peer));
   });
 }
 
@@ -52,7 +52,7 @@ void CommandServer::shutDown(const std::string& reason) {
   while (!connections_.empty()) connections_.begin()->second->close();
 }
 
-void CommandServer::connectionIs(FileDescriptor connection, uid_t user) {
+void CommandServer::connectionIs(FileDescriptor connection, Peer peer) {
   const bool tooMany = numConnections() >= policy_.maxConnections;
   const std::string reason =
       fmt::format("the agent has {} connections, which is the limit", policy_.maxConnections);
@@ -62,7 +62,7 @@ void CommandServer::connectionIs(FileDescriptor connection, uid_t user) {
   }
   const std::uint64_t id = ++lastConnection_;
   const auto made = connections_.emplace(
-      id, std::make_unique<Connection>(*this, id, std::move(connection), user));
+      id, std::make_unique<Connection>(*this, id, std::move(connection), std::move(peer)));
   Connection& added = *made.first->second;
   if (tooMany) {
     added.turnAway(reason);

@@ -19,6 +19,8 @@ struct ServerPolicy {
   SchedulerPolicy scheduler;
   ConnectionLimits connection;
   std::size_t maxConnections = 1024;
+  AccessPolicy access = AccessPolicy::ofThisProcess(std::nullopt);
+  std::optional<Group> socketGroup;  ///< nothing: the one that the file gets by itself
 };
 
 class CommandServer final : public ConnectionHost, public LoopClient {
@@ -34,7 +36,7 @@ class CommandServer final : public ConnectionHost, public LoopClient {
   /** Ends every request with `cancelled`, closes every connection and removes the socket. */
   void shutDown(const std::string& reason);
   /** Takes in one connection, as the listener does. */
-  void connectionIs(FileDescriptor connection, uid_t user);
+  void connectionIs(FileDescriptor connection, Peer peer);
   std::size_t numConnections() const noexcept { return connections_.size(); }
 
   EventLoop& loop() noexcept override { return loop_; }
@@ -42,6 +44,7 @@ class CommandServer final : public ConnectionHost, public LoopClient {
   CommandEntries& entries() noexcept override { return entries_; }
   AgentQuestions& questions() noexcept override { return questions_; }
   const ConnectionLimits& limits() const noexcept override { return policy_.connection; }
+  const AccessPolicy& access() const noexcept override { return policy_.access; }
   void timeoutIs(Connection& connection, Qel::Duration wait) override;
   void timeoutDel(Connection& connection) override;
   void closed(Connection& connection) noexcept override;

@@ -10,6 +10,7 @@
 #include <variant>
 
 #include "agent/server/AgentTrace.h"
+#include "agent/server/ChangingCommands.h"
 #include "agent/server/Events.h"
 #include "agent/server/PrintableText.h"
 
@@ -38,10 +39,10 @@ bool discardFrom(int socket) noexcept {
 
 }  // namespace
 
-Connection::Connection(ConnectionHost& host, std::uint64_t id, FileDescriptor control, uid_t user)
+Connection::Connection(ConnectionHost& host, std::uint64_t id, FileDescriptor control, Peer peer)
     : host_(host),
       id_(id),
-      user_(user),
+      peer_(std::move(peer)),
       control_(std::make_shared<AnswerSocket>(std::move(control))),
       answer_(control_),
       said_(answerBuffer(control_, Rendering::PrintBuffer::kHold)),
@@ -128,6 +129,11 @@ void Connection::takeLine() {
   if (request.entry == Entry::plain && request.format == Rendering::kJson) {
     return refuse("plain commands answer in text only; write \"plain text COMMAND\"");
   }
+  const ChangingCommand* const changing = changingCommandOf(request);
+  if (changing != nullptr && !host_.access().isPrivileged(peer_)) {
+    return refuse(fmt::format("{} {}; {} may do that", changing->keyword, changing->what,
+                              host_.access().onlyWho()));
+  }
   if (reader_.numDescriptors() > 1) {
     return refuse("more than one descriptor came; an answer goes to one");
   }
@@ -142,15 +148,15 @@ void Connection::takeLine() {
     answer_ = std::make_shared<AnswerSocket>(std::move(descriptor));
     answerWatch_ = std::make_unique<DescriptorWatch>(host_.loop(), answer_->get());
   }
-  if (host_.scheduler().numJobsOf(user_) >= host_.limits().requestsPerUser) {
-    return refuse(fmt::format("user {} has {} requests under way, which is the limit", user_,
+  if (host_.scheduler().numJobsOf(peer_.user) >= host_.limits().requestsPerUser) {
+    return refuse(fmt::format("user {} has {} requests under way, which is the limit", peer_.user,
                               host_.limits().requestsPerUser));
   }
   work(request);
 }
 
 void Connection::refuse(std::string message) {
-  QEL_TRACE(agentTrace(), 3, "connection {} refused: {}", id_, message);
+  QEL_TRACE(agentTrace(), 3, "connection {} of user {} refused: {}", id_, peer_.user, message);
   if (reader_.numDescriptors() != 0 || reader_.descriptorLost()) {
     say(doneEvent({RequestStatus::refused, std::move(message)}, {}));
   } else {
@@ -163,8 +169,8 @@ void Connection::work(const RequestLine& request) {
   host_.timeoutDel(*this);
   state_ = State::working;
   watchHangups();
-  job_ = host_.scheduler().begin(request, user_, *this);
-  QEL_TRACE(agentTrace(), 5, "request {} of user {}: {} {} {}", job_, user_,
+  job_ = host_.scheduler().begin(request, peer_.user, *this);
+  QEL_TRACE(agentTrace(), 5, "request {} of user {}: {} {} {}", job_, peer_.user,
             entryName(request.entry), formatName(request.format), printable(request.command));
   if (hasEvents()) say(acceptedEvent(job_));
   switch (request.entry) {
@@ -198,7 +204,7 @@ void Connection::answerQuestion(const RequestLine& request) {
   const auto renderer = Qel::makePtr<Rendering::RendererV2>(request.format, output, false);
   RequestEnd end;
   try {
-    end = host_.questions().answer(request.command, user_, *renderer);
+    end = host_.questions().answer(request.command, peer_, *renderer);
   } catch (const std::exception& e) {
     end = {RequestStatus::error, e.what()};
   }

@@ -9,13 +9,12 @@
 // Threading: the agent's event-loop thread only.
 #pragma once
 
-#include <sys/types.h>
-
 #include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
 
+#include "agent/server/Access.h"
 #include "agent/server/AgentQuestions.h"
 #include "agent/server/AnswerSocket.h"
 #include "agent/server/CommandEntries.h"
@@ -44,6 +43,7 @@ class ConnectionHost {
   virtual CommandEntries& entries() noexcept = 0;
   virtual AgentQuestions& questions() noexcept = 0;
   virtual const ConnectionLimits& limits() const noexcept = 0;
+  virtual const AccessPolicy& access() const noexcept = 0;
   /** Calls the connection's timedOut() after `wait`, in place of an earlier wish. */
   virtual void timeoutIs(Connection& connection, Qel::Duration wait) = 0;
   virtual void timeoutDel(Connection& connection) = 0;
@@ -53,8 +53,8 @@ class ConnectionHost {
 
 class Connection final : public JobOwner {
  public:
-  /** `control` is the accepted socket, `user` who is at its other end. */
-  Connection(ConnectionHost& host, std::uint64_t id, FileDescriptor control, uid_t user);
+  /** `control` is the accepted socket, `peer` who is at its other end. */
+  Connection(ConnectionHost& host, std::uint64_t id, FileDescriptor control, Peer peer);
   ~Connection() override;
 
   std::uint64_t id() const noexcept { return id_; }
@@ -96,7 +96,7 @@ class Connection final : public JobOwner {
 
   ConnectionHost& host_;
   std::uint64_t id_;
-  uid_t user_;
+  Peer peer_;
   State state_ = State::reading;
   bool lingers_ = false;  // the client may still be sending what nobody will read
 

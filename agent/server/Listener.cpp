@@ -25,15 +25,6 @@ FileDescriptor acceptFrom(int socket) {
   return FileDescriptor(::accept4(socket, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
 }
 
-uid_t userOf(int connection) {
-  ucred peer{};
-  socklen_t size = sizeof(peer);
-  if (::getsockopt(connection, SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0) {
-    return static_cast<uid_t>(-1);  // the kernel's number for nobody in particular
-  }
-  return peer.uid;
-}
-
 }  // namespace
 
 void sayToClient(int connection, std::string_view text) noexcept {
@@ -77,9 +68,9 @@ void Listener::acceptSome() {
 Listener::Next Listener::acceptOne() {
   FileDescriptor connection = acceptFrom(socket_);
   if (connection.isOpen()) {
-    const uid_t user = userOf(connection.get());
     try {
-      accepted_(std::move(connection), user);
+      Peer peer = peerOf(connection.get());
+      accepted_(std::move(connection), std::move(peer));
     } catch (const std::exception& e) {
       // The connection is closed with what could not be made for it.
       QEL_TRACE(agentTrace(), 1, "a connection could not be taken in: {}", e.what());

@@ -3,12 +3,11 @@
 // Threading: the agent's event-loop thread only.
 #pragma once
 
-#include <sys/types.h>
-
 #include <functional>
 #include <optional>
 #include <string_view>
 
+#include "agent/server/Access.h"
 #include "agent/server/EventLoop.h"
 #include "agent/server/FileDescriptor.h"
 
@@ -16,8 +15,8 @@ namespace KorvoAgent {
 
 class Listener {
  public:
-  /** Gets a new connection, non-blocking, and the user at its other end. */
-  using Accepted = std::function<void(FileDescriptor connection, uid_t user)>;
+  /** Gets a new connection, non-blocking, and who is at its other end. */
+  using Accepted = std::function<void(FileDescriptor connection, Peer peer)>;
 
   /** Takes connections from `socket`, which listens and stays the caller's. */
   Listener(EventLoop& loop, int socket, Accepted accepted);

@@ -95,7 +95,8 @@ void removeLeftOver(const std::string& path, const sockaddr_un& address) {
 
 }  // namespace
 
-ListeningSocket::ListeningSocket(std::string path) : path_(std::move(path)) {
+ListeningSocket::ListeningSocket(std::string path, const std::optional<Group>& group)
+    : path_(std::move(path)) {
   const sockaddr_un address = addressOf(path_);
   const FileDescriptor lock = lockFolder(path_);
   removeLeftOver(path_, address);
@@ -108,24 +109,41 @@ ListeningSocket::ListeningSocket(std::string path) : path_(std::move(path)) {
   ::umask(before);
   errno = bindError;
   if (bound != 0) failWithErrno(path_, "bind");
-  struct stat file {};
-  if (::lstat(path_.c_str(), &file) != 0) failWithErrno(path_, "cannot look at it");
-  device_ = file.st_dev;
-  inode_ = file.st_ino;
-  if (::listen(socket.get(), SOMAXCONN) != 0) {
-    const int error = errno;
-    ::unlink(path_.c_str());
-    errno = error;
-    failWithErrno(path_, "listen");
+  try {
+    // Before listen(): until then the kernel refuses every connection.
+    takeFile(group);
+    if (::listen(socket.get(), SOMAXCONN) != 0) failWithErrno(path_, "listen");
+  } catch (...) {
+    removeFile();
+    throw;
   }
   socket_ = std::move(socket);
 }
 
-ListeningSocket::~ListeningSocket() {
+// Notes which file bind() made, and gives it to the group. All of it goes through one descriptor,
+// so that what is looked at is what is changed, whatever comes to be at the path meanwhile.
+void ListeningSocket::takeFile(const std::optional<Group>& group) {
+  const FileDescriptor made(::open(path_.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
+  struct stat file {};
+  if (!made.isOpen() || ::fstat(made.get(), &file) != 0) {
+    failWithErrno(path_, "cannot look at it");
+  }
+  if (!S_ISSOCK(file.st_mode)) fail(path_, "somebody has put something else there");
+  device_ = file.st_dev;
+  inode_ = file.st_ino;
+  constexpr uid_t kSameUser = kNoUser;
+  if (group.has_value() && ::fchownat(made.get(), "", kSameUser, group->id, AT_EMPTY_PATH) != 0) {
+    failWithErrno(path_, fmt::format("cannot give it to group {}", group->name));
+  }
+}
+
+void ListeningSocket::removeFile() noexcept {
   struct stat file {};
   if (::lstat(path_.c_str(), &file) == 0 && file.st_dev == device_ && file.st_ino == inode_) {
     ::unlink(path_.c_str());
   }
 }
+
+ListeningSocket::~ListeningSocket() { removeFile(); }
 
 }  // namespace KorvoAgent

@@ -83,7 +83,9 @@ void StderrTraceSink::write(const TraceRecord& record) noexcept {
 }
 
 FileTraceSink::FileTraceSink(const std::string& path)
-    : fd_(::open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0640)) {
+    // Not to wait for the reader of a pipe, now or later; a terminal does not become the process's.
+    : fd_(::open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NONBLOCK | O_NOCTTY,
+                 0640)) {
   if (fd_ < 0) {
     throw Exception(fmt::format("cannot open trace file {}: {}", path, std::strerror(errno)));
   }

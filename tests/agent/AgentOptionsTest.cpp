@@ -39,6 +39,8 @@ class AgentOptionsTest : public testing::Test {
 TEST_F(AgentOptionsTest, WithoutOptionsTheDefaultsHold) {
   EXPECT_EQ(read({}), std::nullopt);
   EXPECT_EQ(options.socket, "/run/korvo/l2-agent.sock");
+  EXPECT_EQ(options.socketGroup, std::nullopt);
+  EXPECT_EQ(options.adminGroup, std::nullopt);
   EXPECT_EQ(options.macs, 0U);
   EXPECT_EQ(options.chips, std::nullopt);
   EXPECT_EQ(options.seed, 1U);
@@ -122,6 +124,20 @@ TEST_F(AgentOptionsTest, EveryOptionIsRead) {
   EXPECT_EQ(options.sliceBytes, 4096U);
 }
 
+TEST_F(AgentOptionsTest, GroupsAreReadByNameOrNumberAndHaveToExist) {
+  EXPECT_EQ(read({"--socket-group", "root", "--admin-group", "4000000001"}), std::nullopt)
+      << err.str();
+  ASSERT_TRUE(options.socketGroup.has_value());
+  EXPECT_EQ(options.socketGroup->id, 0U);
+  EXPECT_EQ(options.socketGroup->name, "root");
+  ASSERT_TRUE(options.adminGroup.has_value());
+  EXPECT_EQ(options.adminGroup->id, 4'000'000'001U);
+  for (const char* const none : {"no such group", "", "-1", "1x", "4294967295", "4294967296"}) {
+    EXPECT_EQ(read({"--admin-group", none}), kExitUsage) << none;
+    EXPECT_THAT(err.str(), HasSubstr("--admin-group: there is no group \"" + std::string(none)));
+  }
+}
+
 TEST_F(AgentOptionsTest, TheSocketMayComeFromTheEnvironment) {
   ::setenv("KORVO_L2_SOCKET", "/from/environment", 1);
   EXPECT_EQ(read({}), std::nullopt);
@@ -160,9 +176,10 @@ TEST_F(AgentOptionsTest, WrongOptionsAreExplained) {
 TEST_F(AgentOptionsTest, HelpNamesEveryOption) {
   EXPECT_EQ(read({"--help"}), kExitOk);
   for (const char* const option :
-       {"--socket", "--state", "--bridge-json", "--demo", "--macs", "--chips", "--churn", "--seed",
-        "--plugin", "--trace", "--trace-file", "--client-timeout", "--line-timeout",
-        "--max-connections", "--max-requests-per-user", "--slice-rows", "--slice-bytes"}) {
+       {"--socket", "--socket-group", "--admin-group", "--state", "--bridge-json", "--demo",
+        "--macs", "--chips", "--churn", "--seed", "--plugin", "--trace", "--trace-file",
+        "--client-timeout", "--line-timeout", "--max-connections", "--max-requests-per-user",
+        "--slice-rows", "--slice-bytes"}) {
     EXPECT_THAT(out.str(), HasSubstr(std::string(option) + " "));
   }
   EXPECT_EQ(err.str(), "");

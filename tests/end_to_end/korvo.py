@@ -27,18 +27,22 @@ kSanitized = os.environ.get("KORVO_SANITIZED", "") != ""
 
 
 class Agent:
-    """A running korvo-l2-agent; `with Agent("--demo") as agent: ...`."""
+    """A running korvo-l2-agent; `with Agent("--demo") as agent: ...`.
 
-    def __init__(self, *options, socketPath=None):
+    Named arguments are Popen's: `env`, `cwd`, `umask` and the like."""
+
+    def __init__(self, *options, socketPath=None, **process):
         self.folder = pathlib.Path(tempfile.mkdtemp(prefix="korvo-test-"))
         self.socket = str(socketPath or self.folder / "agent.sock")
         self.options = [str(option) for option in options]
+        self.surroundings = process
 
     def __enter__(self):
         self.log = open(self.folder / "log", "wb+")
         self.process = subprocess.Popen(
             [kAgent, "--socket", self.socket, *self.options],
-            stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=self.log, text=True)
+            stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=self.log, text=True,
+            **self.surroundings)
         ready = self.process.stdout.readline()
         if ready != f"ready {self.socket}\n":
             self.process.wait(kPatience)

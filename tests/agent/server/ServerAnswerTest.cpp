@@ -221,6 +221,20 @@ TEST_F(ServerAnswerTest, AClientThatSaysNothingIsToldWhenItsTimeIsUp) {
   EXPECT_EQ(server().numConnections(), 0U);
 }
 
+TEST_F(ServerAnswerTest, AClientThatSendsALittleAtATimeGetsNoMoreTime) {
+  policy.connection.lineTimeout = std::chrono::seconds(10);
+  const FileDescriptor client = connect();
+  for (int second = 1; second < 10; ++second) {
+    ASSERT_TRUE(sendWith(client.get(), "x"));
+    pass(std::chrono::seconds(1));
+    EXPECT_FALSE(atEnd(client.get()));
+  }
+  ASSERT_TRUE(sendWith(client.get(), "x"));
+  pass(std::chrono::seconds(1));
+  EXPECT_EQ(received(client.get()), "refused: no request line came within 10 s\n");
+  EXPECT_TRUE(atEnd(client.get()));
+}
+
 TEST_F(ServerAnswerTest, ALongAnswerOfACallbackArrivesWholeAndInOrder) {
   // The client reads while the callback still prints: later text must not overtake what is kept.
   const FileDescriptor client = connect();

@@ -82,6 +82,7 @@ FewDescriptors::~FewDescriptors() { ::setrlimit(RLIMIT_NOFILE, &before_); }
 
 void TestPlainCallback::handleCommand(std::uint32_t socket, std::string command) {
   outcomeIs({});
+  commandSeen = command;
   if (command.starts_with("PRINT ")) {
     Rendering::printToSocket(socket, command.substr(6));
   } else if (command == "CLOSE") {
@@ -157,9 +158,9 @@ void ServerHarness::settle() {
   }
 }
 
-FileDescriptor ServerHarness::connect(uid_t user) {
+FileDescriptor ServerHarness::connectAs(Peer peer) {
   SocketPair pair = makeSocketPair();
-  server().connectionIs(std::move(pair.server), user);
+  server().connectionIs(std::move(pair.server), std::move(peer));
   return std::move(pair.client);
 }
 

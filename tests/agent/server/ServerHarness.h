@@ -57,6 +57,7 @@ class TestPlainCallback final : public AgentCommand::CliCallbackBase {
   TestPlainCallback() : CliCallbackBase("test", "plain") {}
   /** "PRINT text", "CLOSE", "CLOSE_AND_REUSE", "THROW", "NOT_READY", "BIG rows", else unknown. */
   void handleCommand(std::uint32_t socket, std::string command) override;
+  std::string commandSeen;
   std::function<void()> betweenPrints;
   /** The file that CLOSE_AND_REUSE opened; it has the number that the socket had. */
   int reused = -1;
@@ -95,7 +96,8 @@ class ServerHarness : public testing::Test {
     settle();
   }
   /** A client of user `user`, connected. */
-  FileDescriptor connect(uid_t user = kUser);
+  FileDescriptor connect(uid_t user = kUser) { return connectAs({user, user, {}}); }
+  FileDescriptor connectAs(Peer peer);
   /** Sends a line on a new connection and returns all that comes back, to the end of file. */
   std::string ask(std::string_view line);
 
