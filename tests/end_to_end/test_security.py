@@ -201,7 +201,9 @@ class Surroundings(TestCase):
 
 class OpenFiles(TestCase):
     def test_the_agent_holds_nothing_open_that_others_could_change_or_inherit(self):
-        with Agent("--demo") as agent:
+        state = self.write("state.json", '{"version": 1}')
+        trace = state.parent / "trace"
+        with Agent("--demo", "--state", state, "--trace-file", trace) as agent:
             for line in Surroundings.kRequests:
                 agent.ask(line + "\n")
             folder = pathlib.Path(f"/proc/{agent.process.pid}")
@@ -213,7 +215,11 @@ class OpenFiles(TestCase):
                 target = os.readlink(folder / "fd" / str(number))
                 flags = int(re.search(r"flags:\s+(\d+)", (folder / "fdinfo" / str(number)).read_text())[1], 8)
                 self.assertTrue(flags & os.O_CLOEXEC, target)
-                if target.startswith("/"):
+                self.assertNotEqual(target, str(state))
+                if target == str(trace):
+                    self.assertEqual(flags & os.O_ACCMODE, os.O_WRONLY)
+                    self.assertTrue(flags & os.O_APPEND)
+                elif target.startswith("/"):
                     self.assertEqual(flags & os.O_ACCMODE, os.O_RDONLY, target)
                 else:
                     self.assertRegex(target, r"^(socket|pipe|anon_inode):")
@@ -327,6 +333,26 @@ class Hardening(TestCase):
     def test_an_overrun_stack_is_noticed(self):
         for name in kPrograms + kLibraries:
             self.assertIn("__stack_chk_fail", readelf("--dyn-syms", "--wide", name), name)
+
+    def test_the_build_that_is_installed_asks_for_checks(self):
+        folder = pathlib.Path(tempfile.mkdtemp(prefix="korvo-test-"))
+        self.addCleanup(shutil.rmtree, folder, True)
+        done = subprocess.run(
+            [cached("CMAKE_COMMAND"), "-S", kSource, "-B", folder, "-G", "Ninja",
+             "-DCMAKE_BUILD_TYPE=Release", "-DKORVO_BUILD_TESTS=OFF",
+             f"-DCMAKE_CXX_COMPILER={cached('CMAKE_CXX_COMPILER')}",
+             f"-DKORVO_FMT_ROOT={cached('KORVO_FMT_ROOT')}"],
+            stdin=subprocess.DEVNULL, capture_output=True, text=True, timeout=kPatience)
+        self.assertEqual(done.returncode, 0, done.stderr)
+        commands = json.loads((folder / "compile_commands.json").read_text())
+        self.assertGreater(len(commands), 50)
+        for command in commands:
+            words = command["command"].split()
+            for word in ("-D_FORTIFY_SOURCE=2", "-fstack-protector-strong",
+                         "-fstack-clash-protection"):
+                self.assertIn(word, words, command["file"])
+            # Without optimisation the library leaves its checks out.
+            self.assertRegex([word for word in words if re.fullmatch("-O.?", word)][-1], "-O[123]")
 
     @unittest.skipUnless(cached("CMAKE_BUILD_TYPE") == "Release",
                          "checked copies are for the build that is installed")
