@@ -37,6 +37,15 @@ constexpr std::uint8_t kRouter = 0x0f;
 constexpr std::uint32_t kOwnRouter = 1;
 constexpr std::uint32_t kVirtualRouter = 2;
 
+/** A VLAN that VXLAN lists and does not map, and one that is on a port-channel alone. */
+constexpr std::uint16_t kUnmappedVlan = 40;
+constexpr std::uint16_t kLagOnlyVlan = 200;
+/** The network and the virtual forwarding instance of a VLAN; instances up to 4095 are VLANs. */
+constexpr std::uint32_t vniOfVlan(std::uint16_t vlan) { return 10'000U + vlan; }
+constexpr std::uint16_t vfiOfVlan(std::uint16_t vlan) {
+  return static_cast<std::uint16_t>(4096 + vlan);
+}
+
 constexpr const char* kVxlan = "Vxlan1";
 /** The servers' port-channel, and the link to the MLAG peer. */
 constexpr const char* kServerLag = "Port-Channel10";

@@ -27,9 +27,6 @@ constexpr std::uint32_t kRemove = 3;
 constexpr std::uint32_t kKeepProfile = 0;
 constexpr std::uint32_t kReplaceProfile = 1;
 
-constexpr std::uint16_t kUnmappedVlan = 40;
-constexpr std::uint16_t kUncountedVlan = 200;
-
 class DemoServices {
  public:
   explicit DemoServices(SwitchModel& model)
@@ -104,12 +101,12 @@ class DemoServices {
     counters.vtepIs(IpAddr("192.0.2.23"), {});
     counters.vtepIs(IpAddr("2001:db8::24"), {.packets = 52'001, .bytes = 66'041'270});
     for (const auto& [vlan, mapping] : unicast_.vxlan().l3Config().vlanMapping) {
-      if (vlan.value() == kUncountedVlan) continue;
+      if (vlan.value() == kLagOnlyVlan) continue;
       const std::uint64_t packets = std::uint64_t{vlan.value()} * 1'013;
       counters.vniIs(mapping.vni, {.ingress = {packets, packets * 712},
                                    .egress = {packets * 2, packets * 2 * 318}});
     }
-    counters.vniIs(10'000 + kUnmappedVlan, {.ingress = {77, 4'928}});
+    counters.vniIs(vniOfVlan(kUnmappedVlan), {.ingress = {77, 4'928}});
   }
 
   void ownRouterMacs() {
@@ -132,7 +129,7 @@ class DemoServices {
       const std::uint32_t group = status == nullptr ? 0 : status->mcastIndex;
       const std::uint32_t number = vlan.value();
       put(ShadowTableId::egrVfi, mapping.vfi, {mapping.vni, number, kKeepProfile});
-      if (number != kUncountedVlan) {
+      if (number != kLagOnlyVlan) {
         put(ShadowTableId::vfi, mapping.vfi, {mapping.vni, number, group});
         continue;
       }
@@ -142,8 +139,8 @@ class DemoServices {
       vfis.entryIs(mapping.vfi, {.chips = others, .fields = {mapping.vni, number, group}});
       vfis.entryIs(mapping.vfi, {.chips = ChipSet(FapId(2)), .fields = {mapping.vni, number, 0}});
     }
-    vfis.entryIs(4096 + kUnmappedVlan,
-                 {.valid = false, .fields = {10'000 + kUnmappedVlan, kUnmappedVlan, 0}});
+    vfis.entryIs(vfiOfVlan(kUnmappedVlan),
+                 {.valid = false, .fields = {vniOfVlan(kUnmappedVlan), kUnmappedVlan, 0}});
   }
 
   std::uint32_t vfiOf(VlanId vlan) {

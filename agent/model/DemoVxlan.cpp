@@ -28,16 +28,13 @@ namespace {
 struct Network {
   std::uint16_t vlan;
   std::uint16_t svp;
-  std::uint32_t vni() const { return 10000U + vlan; }
-  // Those up to 4095 are the VLANs themselves.
-  std::uint16_t vfi() const { return static_cast<std::uint16_t>(4096 + vlan); }
+  std::uint32_t vni() const { return vniOfVlan(vlan); }
+  std::uint16_t vfi() const { return vfiOfVlan(vlan); }
   std::uint16_t mcastIndex() const { return static_cast<std::uint16_t>(100 + vlan); }
 };
 
 // Number 3 is the tunnel end's own.
 constexpr Network kNetworks[]{{10, 16}, {20, 17}, {100, 18}, {200, 19}};
-constexpr std::uint16_t kUnmappedVlan = 40;
-constexpr std::uint16_t kLagOnlyVlan = 200;
 constexpr std::uint16_t kFirstEdgeSvp = 32;
 
 /** Customers' tags on a trunk, all taken into one VLAN. */
