@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "KorvoL2/KorvoL2CliCallbacks/McastHandlers.h"
+#include "KorvoL2/KorvoL2CliCallbacks/FormattedHandlerChain.h"
 #include "KorvoL2/KorvoL2CliCallbacks/PlainHandlerChain.h"
 #include "agent/server/Access.h"
 #include "agent/server/ChangingCommands.h"
@@ -108,33 +108,45 @@ TEST(ChangingCommandsTest, WhatThePlugInTakesForAChangingCommandNeedsPrivilege) 
   }
 }
 
-TEST(ChangingCommandsTest, EveryKeywordOfThePlugInHasBeenJudged) {
-  // Those that only look. A keyword that is new belongs here or into the table of changing ones.
-  const std::set<std::string_view> reading{"EcmpOutputIntfTunnelId",
-                                           "EGR_MASK_STATUS",
-                                           "EGR_VLAN_XLATE_STATUS_2",
-                                           "FCVDS",
-                                           "FCVDV",
-                                           "HW_FIFOREG",
-                                           "HW_MCAST_ALL",
-                                           "HW_MCAST_DIFF",
-                                           "HW_MCAST_MCIDX+",
-                                           "MCAST_ALL",
-                                           "PER_VLAN_ENTRY",
-                                           "ShadowShow",
-                                           "VLAN_XLATE_STATUS_2",
-                                           "VXLAN_DEBUG_STATE",
-                                           "VXLAN_SVP_USAGE",
-                                           "VniEgressFlexCountersSummary",
-                                           "VniEgressFlexCountersValues",
-                                           "VniIngressFlexCountersSummary",
-                                           "VniIngressFlexCountersValues",
-                                           "VlanVfiMap",
-                                           ""};
-  for (const auto& row : KorvoL2::plainHandlerChain()) {
-    EXPECT_NE(reading.contains(row.keyword), needsPrivilege(Entry::plain, std::string(row.keyword)))
-        << row.keyword;
+// Expects that each keyword of a chain either changes something or is among those that only look.
+template <class Chain>
+void expectJudged(Entry entry, const Chain& chain, const std::set<std::string_view>& reading) {
+  for (const auto& row : chain) {
+    EXPECT_NE(reading.contains(row.keyword), needsPrivilege(entry, std::string(row.keyword)))
+        << entryName(entry) << " " << row.keyword;
   }
+}
+
+TEST(ChangingCommandsTest, EveryKeywordOfThePlugInHasBeenJudged) {
+  // A keyword that is new belongs here, if it only looks, or into the table of changing ones. The
+  // empty one takes what nobody else takes, and refuses it.
+  expectJudged(Entry::plain, KorvoL2::plainHandlerChain(),
+               {"EcmpOutputIntfTunnelId",
+                "EGR_MASK_STATUS",
+                "EGR_VLAN_XLATE_STATUS_2",
+                "FCVDS",
+                "FCVDV",
+                "HW_FIFOREG",
+                "HW_MCAST_ALL",
+                "HW_MCAST_DIFF",
+                "HW_MCAST_MCIDX+",
+                "MCAST_ALL",
+                "PER_VLAN_ENTRY",
+                "ShadowShow",
+                "VLAN_XLATE_STATUS_2",
+                "VXLAN_DEBUG_STATE",
+                "VXLAN_SVP_USAGE",
+                "VniEgressFlexCountersSummary",
+                "VniEgressFlexCountersValues",
+                "VniIngressFlexCountersSummary",
+                "VniIngressFlexCountersValues",
+                "VlanVfiMap",
+                ""});
+  expectJudged(Entry::sync, KorvoL2::formattedHandlerChain(), {"VXLAN_VLAN_SUMMARY", ""});
+  expectJudged(
+      Entry::async, KorvoL2::asyncHandlerChain(),
+      {"EGR_VLAN_XLATE_STATUS", "ING_VLAN_RANGE", "MACT_DIFF", "MACT_HW_ALL", "MACT_MISSING",
+       "MACT_ALL", "VLAN_XLATE_STATUS", "VXLAN_ROUTING_INFO", "VXLAN_VLAN", ""});
 }
 
 class ServerAccessTest : public ServerHarness {
@@ -198,7 +210,7 @@ TEST_F(ServerAccessTest, RequestsOfOthersAreCancelledByThePrivilegedOnly) {
   EXPECT_EQ(askAs({1001, 1001, {kAdmins}}, "agent text cancel 1\n"), "request 1 is cancelled\n");
 }
 
-TEST(SocketGroupTest, TheFileIsGivenToTheGroupBeforeAnybodyCanConnect) {
+TEST(SocketGroupTest, TheFileIsOfTheGroupWhenItTakesConnectionsAndKeepsItsMode) {
   std::string folder = (std::filesystem::temp_directory_path() / "korvo-XXXXXX").string();
   ASSERT_NE(::mkdtemp(folder.data()), nullptr);
   const std::string path = folder + "/agent.sock";
