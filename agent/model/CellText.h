@@ -3,14 +3,10 @@
 
 #include <cstddef>
 #include <string>
-#include <string_view>
 
 #include "platform/types/IntfId.h"
 
 namespace KorvoAgent {
-
-/** `text` with control bytes as \xNN: a row is one line, whatever a name is. */
-std::string withoutControlBytes(std::string_view text);
 
 /**
  * How a cell with room for `room` bytes shows an interface: its whole name if that fits, else the

@@ -4,7 +4,10 @@
 #include <charconv>
 #include <cstddef>
 #include <limits>
+#include <string>
 #include <string_view>
+
+#include "platform/rendering/PrintableText.h"
 
 namespace KorvoL2 {
 
@@ -67,17 +70,20 @@ void printText(RendererV2& renderer, IntfId intf, const IntfId* lag, std::uint16
   constexpr std::string_view kMember = "member of ";
   constexpr std::string_view kOversize = "wants more than its table holds,";
   const std::string_view noun = ranges.size() == 1 ? " VLAN range:" : " VLAN ranges:";
-  constexpr std::size_t kHeadRoom = 2 * IntfId::kMaxNameLength + 200;
+  constexpr std::size_t kPrintableByte = std::string_view("\\x00").size();
+  constexpr std::size_t kHeadRoom = 2 * kPrintableByte * IntfId::kMaxNameLength + 200;
+  std::string room;
   constexpr std::size_t kRangeRoom =
       FoldedText::kFold.size() + std::string_view("4094-4094,").size();
 
   FoldedText text(renderer.buffer(), kHeadRoom + ranges.size() * kRangeRoom);
-  text << intf.stringValue() << ":";
+  text << Rendering::printableText(intf.stringValue(), room) << ":";
   text.begin(kPort.size() + numDigits(logicalPort) + 1);
   text << kPort << std::size_t{logicalPort} << ",";
   if (lag != nullptr) {
-    text.begin(kMember.size() + lag->stringValue().size() + 1);
-    text << kMember << lag->stringValue() << ",";
+    const std::string_view name = Rendering::printableText(lag->stringValue(), room);
+    text.begin(kMember.size() + name.size() + 1);
+    text << kMember << name << ",";
   }
   if (oversize) {
     text.begin(kOversize.size());

@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/rendering/PrintableText.h"
 #include "platform/types/VlanId.h"
 
 namespace KorvoL2 {
@@ -105,7 +106,9 @@ void printRoutingInfoUtil(RendererV2& renderer, std::uint32_t vlan, std::uint16_
 
 void printVirtualPortUtil(RendererV2& renderer, Bridging::IntfId intf, VirtualPortInfo port) {
   const bool json = renderer.isJson();
-  const std::string_view name = json ? intf.jsonString() : intf.stringValue();
+  std::string room;
+  const std::string_view name =
+      json ? intf.jsonString() : Rendering::printableText(intf.stringValue(), room);
   const std::string_view before = !json ? "      " : renderer.separatorDue() ? "," : "";
   const std::string_view between = json ? ":" : ": SVP ";
   Rendering::PrintBuffer& buffer = renderer.buffer();

@@ -3,6 +3,8 @@
 #include <fmt/args.h>
 #include <fmt/printf.h>
 
+#include "platform/rendering/PrintableText.h"
+
 namespace Rendering {
 
 std::string formatPrintf(std::string_view format, std::initializer_list<PrintfArg> arguments) {
@@ -20,7 +22,11 @@ std::string formatPrintf(std::string_view format, std::initializer_list<PrintfAr
         store.push_back(static_cast<char>(argument.number()));
         break;
       case PrintfArg::Kind::text:
-        store.push_back(argument.text());
+        if (hasControlBytes(argument.text())) {
+          store.push_back(withoutControlBytes(argument.text()));
+        } else {
+          store.push_back(argument.text());
+        }
         break;
     }
   }

@@ -45,8 +45,8 @@ class PrintfArg {
 
 /**
  * Formats as printf does: %s %d %u %x %c %% with flags, width and precision. Numbers of any width
- * go with %d, %u and %x; no length modifiers. Throws fmt::format_error on a format that does not
- * fit.
+ * go with %d, %u and %x; no length modifiers. Control characters of texts show as \xNN. Throws
+ * fmt::format_error on a format that does not fit.
  */
 std::string formatPrintf(std::string_view format, std::initializer_list<PrintfArg> arguments);
 

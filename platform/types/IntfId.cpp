@@ -7,6 +7,7 @@
 
 #include "platform/base/Exceptions.h"
 #include "platform/rendering/JsonText.h"
+#include "platform/rendering/PrintableText.h"
 
 namespace Bridging {
 
@@ -80,7 +81,7 @@ IntfId::IntfId(std::string_view name) : name_(&kNone) {
   auto entry = std::make_unique<Name>();
   entry->order = orderOf(name);
   entry->full = name;
-  entry->brief = briefOf(name);
+  entry->brief = Rendering::withoutControlBytes(briefOf(name));
   entry->json.clear();
   Rendering::appendJsonString(entry->json, name);
   name_ = entry.get();

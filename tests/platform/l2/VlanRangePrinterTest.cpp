@@ -44,6 +44,16 @@ std::vector<std::string> linesOf(const std::string& text) {
   return lines;
 }
 
+TEST_F(VlanRangePrinterTest, ControlCharactersOfNamesDoNotReachTheTerminal) {
+  fcsd->lagMembershipIs(IntfId("a\x1b[2J"), IntfId("lag\n"));
+  EXPECT_EQ(print(Rendering::kText, "a\x1b[2J", {range(10, 20)}),
+            "a\\x1b[2J: logical port 14, member of lag\\x0a, 1 VLAN range: 10-20\n");
+  const std::string longest(IntfId::kMaxNameLength, '\x01');
+  EXPECT_EQ(print(Rendering::kText, longest, {range(10, 20)}).size(),
+            std::string(": logical port 14, 1 VLAN range: 10-20\n").size() +
+                4 * IntfId::kMaxNameLength + std::string("\n   ").size());
+}
+
 TEST_F(VlanRangePrinterTest, TextTellsPortMembershipCountAndRangesInOneLine) {
   EXPECT_EQ(text("Ethernet3/1", {range(10, 20), range(30, 30), range(100, 199)}),
             "Ethernet3/1: logical port 14, 3 VLAN ranges: 10-20, 30, 100-199\n");

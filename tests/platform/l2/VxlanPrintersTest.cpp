@@ -113,14 +113,15 @@ TEST(RoutingInfoPrinterTest, AsJsonEveryFlagHasAName) {
 }
 
 TEST(VirtualPortPrinterTest, IsAnIndentedLineInText) {
-  EXPECT_EQ(
-      printed(Rendering::kText,
-              [](RendererV2& out) {
-                printVirtualPortUtil(out, IntfId("Ethernet1"), {.svp = 20});
-                printVirtualPortUtil(out, IntfId(), {.svp = 0});
-                printVirtualPortUtil(out, IntfId(std::string(63, 'x')), {.svp = 65535});
-              }),
-      "      Ethernet1: SVP 20\n      : SVP 0\n      " + std::string(63, 'x') + ": SVP 65535\n");
+  EXPECT_EQ(printed(Rendering::kText,
+                    [](RendererV2& out) {
+                      printVirtualPortUtil(out, IntfId("Ethernet1"), {.svp = 20});
+                      printVirtualPortUtil(out, IntfId(), {.svp = 0});
+                      printVirtualPortUtil(out, IntfId(std::string(63, 'x')), {.svp = 65535});
+                      printVirtualPortUtil(out, IntfId("a\nb"), {.svp = 1});
+                    }),
+            "      Ethernet1: SVP 20\n      : SVP 0\n      " + std::string(63, 'x') +
+                ": SVP 65535\n      a\\x0ab: SVP 1\n");
 }
 
 TEST(VirtualPortPrinterTest, IsAMemberInJson) {
