@@ -12,8 +12,9 @@ endif()
 # RelWithDebInfo is the everyday build: assertions stay on (CMake's own default turns them off), -O1
 # compiles in about two thirds of the time that -O2 takes, and lines and functions are all of the
 # debug information that a stack trace needs. Under sanitizers nothing is optimised: they turn each
-# access into several, and optimising those took two thirds of a build's time.
-if(KORVO_SANITIZE)
+# access into several, and optimising those took two thirds of a build's time. Fuzz targets are few,
+# and run millions of times.
+if(KORVO_SANITIZE AND NOT KORVO_BUILD_FUZZ)
   set(CMAKE_CXX_FLAGS_RELWITHDEBINFO "-O0 -g1 -D_GLIBCXX_ASSERTIONS")
 else()
   set(CMAKE_CXX_FLAGS_RELWITHDEBINFO "-O1 -g1 -D_GLIBCXX_ASSERTIONS")

@@ -24,9 +24,11 @@ for target in "${targets[@]}"; do
   mkdir -p "$found" "$buildDir/fuzz/failures/$name"
   folders=("$found")
   [[ -d fuzz/corpus/$name ]] && folders+=("fuzz/corpus/$name")
+  dictionary=()
+  [[ -f fuzz/dictionaries/$name.dict ]] && dictionary=("-dict=fuzz/dictionaries/$name.dict")
   echo "== $name, $seconds s"
   "$target" -max_total_time="$seconds" -print_final_stats=1 -timeout=10 \
-    -artifact_prefix="$buildDir/fuzz/failures/$name/" "${folders[@]}" </dev/null || failed+=("$name")
+    -artifact_prefix="$buildDir/fuzz/failures/$name/" "${dictionary[@]}" "${folders[@]}" </dev/null || failed+=("$name")
 done
 if [[ ${#failed[@]} -gt 0 ]]; then
   echo "fuzz: failed: ${failed[*]} (inputs in $buildDir/fuzz/failures)" >&2

@@ -1,0 +1,164 @@
+// Command strings, through both callbacks and every request state machine, on the demo switch.
+//
+// Input: one byte for entry, format and slices, then the command. What may come of it: an answer,
+// no handler, not ready, or one of the exceptions that arguments out of range are told by. JSON of
+// a request that finished is read back by a strict parser.
+
+#include <simdjson.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <exception>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "KorvoL2/KorvoL2CliCallbacks.h"
+#include "agent/chips/SwitchHardware.h"
+#include "agent/model/DemoSwitch.h"
+#include "agent/server/CommandEntries.h"
+#include "fuzz/Check.h"
+#include "platform/base/Tracked.h"
+
+namespace {
+
+using namespace KorvoAgent;  // NOLINT(google-build-using-namespace): a program of its own
+using KorvoFuzz::check;
+
+class Collected final : public Rendering::OutputPort {
+ public:
+  explicit Collected(std::shared_ptr<std::string> text) : text_(std::move(text)) {}
+  std::ptrdiff_t send(const char* data, std::size_t size) override {
+    text_->append(data, size);
+    return static_cast<std::ptrdiff_t>(size);
+  }
+
+ private:
+  std::shared_ptr<std::string> text_;
+};
+
+/** The demo switch with its chips and both callbacks; one for the whole run. */
+struct World {
+  World() {
+    fillDemo(*model);
+    thinOut();
+    hardware.emplace(clock, model, HardwarePolicy{});
+    callbacks.plain = KorvoL2::cliCallbackFactory("fuzz");
+    callbacks.formatted = KorvoL2::cliCallbackWithFormatFactory("fuzz");
+    callbacks.plain->l2AgentIs(model->l2Agent());
+    callbacks.formatted->l2AgentIs(model->l2Agent());
+    entries.emplace(callbacks);
+  }
+
+  /** A dozen or two entries of every kind are enough, and hundreds would only cost time. */
+  void thinOut() {
+    std::set<Bridging::MacVlanPair> kept;
+    for (const Chip& chip : model->chips()) {
+      for (const auto& [key, change] : chip.deviations.differs) kept.insert(key);
+      kept.insert(chip.deviations.missing.begin(), chip.deviations.missing.end());
+    }
+    std::vector<Bridging::MacVlanPair> gone;
+    std::set<std::pair<KorvoL2::MacEntryType, bool>> seen;
+    for (const auto& [key, entry] : model->swMacTable().entries()) {
+      const bool first = seen.emplace(entry.type, entry.printable).second;
+      if (!first && !kept.contains(key)) gone.push_back(key);
+    }
+    for (const Bridging::MacVlanPair& key : gone) model->swMacTable().erase(key);
+  }
+
+  Qel::Ptr<Qel::ManualClock> clock = Qel::makePtr<Qel::ManualClock>();
+  Qel::Ptr<SwitchModel> model = Qel::makePtr<SwitchModel>(clock);
+  std::optional<SwitchHardware> hardware;
+  CommandCallbacks callbacks;
+  std::optional<CommandEntries> entries;
+};
+
+World& world() {
+  static auto* const made = new World;  // lives as long as the process, in whatever order it ends
+  return *made;
+}
+
+// The messages of arguments out of range; anything else that is thrown is a fault.
+bool expected(std::string_view message) {
+  constexpr std::array<std::string_view, 6> kWords{
+      "stoi", "stoul", "::value", "no MAC address", "interface name", "interface names"};
+  return std::ranges::any_of(kWords, [message](std::string_view word) {
+    return message.find(word) != std::string_view::npos;
+  });
+}
+
+void parseStrictly(const std::string& json) {
+  static simdjson::dom::parser parser;
+  simdjson::dom::element document;
+  const auto error = parser.parse(json).get(document);
+  check(error == simdjson::SUCCESS, simdjson::error_message(error), json);
+}
+
+void answerAtOnce(const RequestLine& request) {
+  std::array<int, 2> pair{};
+  check(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0, pair.data()) == 0,
+        "no sockets");
+  const CommandEntries::Answered answered = world().entries->answer(request, pair[0]);
+  ::close(pair[0]);
+  ::close(pair[1]);
+  if (answered.end.status == RequestStatus::error) {
+    check(expected(answered.end.message), "an exception that nobody expects", answered.end.message);
+  }
+}
+
+void serveInSlices(const RequestLine& request, std::uint32_t rowBudget) {
+  const auto text = std::make_shared<std::string>();
+  bool finished = false;
+  try {
+    auto buffer = Qel::makePtr<Rendering::PrintBuffer>(
+        std::make_unique<Collected>(text), 7U, std::size_t{4096}, Rendering::PrintBuffer::kStream);
+    auto renderer = Qel::makePtr<Rendering::RendererV2>(request.format, std::move(buffer), false);
+    const auto record = Qel::makePtr<const AgentCommand::AgentCommandRequest>(
+        "fuzz", request.command, 7U, request.format, std::move(renderer));
+    const auto machine = world().callbacks.formatted->createAgentAsyncCommandRequestSm(record);
+    if (machine == nullptr) {
+      check(text->empty(), "an answer from nobody", *text);
+      return;
+    }
+    AgentCommand::SlicePolicy policy;
+    policy.rowBudget = rowBudget;
+    machine->slicePolicyIs(policy);
+    constexpr std::uint64_t kEnough = 1'000'000;
+    while (!machine->executionCompleteFlag()) {
+      machine->runCommand();
+      world().clock->advance(std::chrono::microseconds(50));
+      while (world().hardware->reader().runnable()) world().hardware->reader().runPiece();
+      check(machine->slices() < kEnough, "a request that does not end");
+    }
+    finished = true;
+  } catch (const std::exception& e) {
+    check(expected(e.what()), "an exception that nobody expects", e.what());
+  }
+  if (finished && request.format == Rendering::kJson) parseStrictly(*text);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  if (size == 0) return 0;
+  constexpr std::array<std::uint32_t, 4> kRowBudgets{0, 1, 7, 100};
+  const unsigned choice = data[0];
+  RequestLine request;
+  request.entry = choice % 4 == 0 ? Entry::plain : (choice % 4 == 1 ? Entry::sync : Entry::async);
+  request.format = (choice & 4) != 0 ? Rendering::kJson : Rendering::kText;
+  request.command.assign(reinterpret_cast<const char*>(data) + 1, size - 1);
+  if (request.entry == Entry::async) {
+    serveInSlices(request, kRowBudgets[choice >> 3 & 3]);
+  } else {
+    answerAtOnce(request);
+  }
+  return 0;
+}
