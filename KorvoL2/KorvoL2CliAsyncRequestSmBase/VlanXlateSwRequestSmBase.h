@@ -111,7 +111,10 @@ class VlanXlateSwRequestSmBase : public AgentCommand::AgentAsyncCommandRequestSm
     Rendering::RendererV2& out = renderer();
     if (!entries.empty()) {
       if (!section.started_) {
-        out.addFrills("%s%s%s%s", layout.title, layout.rule, layout.heads, layout.rule);
+        // As formats: line feeds among the arguments of one are taken for those of a name.
+        for (const auto& lines : {layout.title, layout.rule, layout.heads, layout.rule}) {
+          out.addFrills(lines);
+        }
         startedIs(section, true);
       }
       Rendering::PrintBuffer& buffer = out.buffer();
