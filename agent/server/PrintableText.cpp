@@ -10,6 +10,10 @@ namespace {
 
 constexpr std::string_view kCutMark = "...";
 
+// At its first use the library finds out what the processor can do, for which it takes memory and
+// ends the process if it gets none. So it is used once while the program starts.
+[[maybe_unused]] const bool kLibraryUsed = simdjson::validate_utf8("", 0);
+
 bool isContinuation(char c) { return (static_cast<unsigned char>(c) & 0xc0U) == 0x80U; }
 
 }  // namespace
