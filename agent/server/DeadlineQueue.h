@@ -13,11 +13,25 @@ namespace KorvoAgent {
 template <class Key>
 class DeadlineQueue {
  public:
-  /** Sets the key's one deadline, in place of one that it had. */
+  /**
+   * Sets the key's one deadline, in place of one that it had. Only a key's first deadline takes
+   * memory; when there is none, the key has no deadline.
+   */
   void set(const Key& key, Qel::Duration at) {
-    erase(key);
-    byTime_.emplace(at, key);
-    byKey_.emplace(key, at);
+    const auto [it, added] = byKey_.try_emplace(key, at);
+    if (added) {
+      try {
+        byTime_.emplace(at, key);
+      } catch (...) {
+        byKey_.erase(it);
+        throw;
+      }
+      return;
+    }
+    auto node = byTime_.extract({it->second, key});
+    node.value().first = at;
+    byTime_.insert(std::move(node));
+    it->second = at;
   }
   void erase(const Key& key) {
     const auto it = byKey_.find(key);

@@ -99,21 +99,30 @@ void SliceScheduler::deadlinesPassed(Qel::Duration now) {
   while (const std::optional<JobId> id = deadlines_.takePassed(now)) {
     Job* const job = find(*id);
     if (job == nullptr) continue;
-    if (job->state() == Job::State::waiting) {
-      queue(*job);
-      continue;
+    try {
+      deadlinePassed(*job, now);
+    } catch (...) {
+      // Its deadline has been taken: nothing would ever come back to it.
+      end(*id, {RequestStatus::error, currentExceptionText()});
     }
-    // A slow reader empties the kernel's buffers long before they take more.
-    const std::size_t unread = job->owner_->unread();
-    if (unread < job->unreadWhenBlocked_) {
-      job->unreadWhenBlocked_ = unread;
-      deadlines_.set(*id, now + policy_.clientTimeout);
-      continue;
-    }
-    end(*id, {RequestStatus::clientGone,
-              fmt::format("nothing of the answer was read for {} s",
-                          std::chrono::duration<double>(policy_.clientTimeout).count())});
   }
+}
+
+void SliceScheduler::deadlinePassed(Job& job, Qel::Duration now) {
+  if (job.state() == Job::State::waiting) {
+    queue(job);
+    return;
+  }
+  // A slow reader empties the kernel's buffers long before they take more.
+  const std::size_t unread = job.owner_->unread();
+  if (unread < job.unreadWhenBlocked_) {
+    job.unreadWhenBlocked_ = unread;
+    deadlines_.set(job.id(), now + policy_.clientTimeout);
+    return;
+  }
+  end(job.id(), {RequestStatus::clientGone,
+                 fmt::format("nothing of the answer was read for {} s",
+                             std::chrono::duration<double>(policy_.clientTimeout).count())});
 }
 
 Job* SliceScheduler::find(JobId id) {

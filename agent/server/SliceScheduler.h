@@ -81,6 +81,7 @@ class SliceScheduler final : public LoopClient {
   Job* takeRunnable();
   void stateIs(Job& job, Job::State state);
   void runSlice(Job& job);
+  void deadlinePassed(Job& job, Qel::Duration now);
   void releaseMachine(Job& job);
   void settle(Job& job);
   void block(Job& job);
