@@ -24,8 +24,6 @@ L2VxlanVlanRequestSmBase::L2VxlanVlanRequestSmBase(
       vxlanL3Status_(recordOrEmpty(std::move(vxlanL3Status))),
       detail_(detail) {}
 
-void L2VxlanVlanRequestSmBase::handleInitialized() { initializeSm(); }
-
 void L2VxlanVlanRequestSmBase::vlanMappingIs(VlanId vlan) {
   if (vlanMapping_.add(vlan)) changed("vlanMapping");
 }

@@ -57,8 +57,8 @@ class L2VxlanVlanRequestSmBase : public AgentCommand::AgentAsyncCommandRequestSm
   /** One slice of the walk. */
   virtual void showVxlanVlans();
 
-  /** Takes the machine into service. */
-  void handleInitialized();
+  /** Does nothing: the first slice prepares what is needed. */
+  void handleInitialized() {}
 
   const Qel::Ptr<const FeatureAgentCommonSmData>& fcsd() const noexcept { return fcsd_; }
   const Qel::Ptr<const VxlanL2State>& vxlanL2State() const noexcept { return vxlanL2State_; }

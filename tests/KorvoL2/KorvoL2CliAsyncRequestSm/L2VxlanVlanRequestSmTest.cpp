@@ -610,9 +610,8 @@ TEST_F(VxlanVlanRequest, StateGoesFromNewThroughBuildingAndWalkingToComplete) {
   EXPECT_TRUE(sm->detail());
   EXPECT_TRUE(sm->hasNotificationActive());
   EXPECT_EQ(sm->typeData().name, "KorvoL2::L2VxlanVlanRequestSmBase");
-  EXPECT_FALSE(sm->initialized());
   sm->handleInitialized();
-  EXPECT_TRUE(sm->initialized());
+  EXPECT_FALSE(sm->initialized());
   EXPECT_FALSE(sm->inProgress());
   EXPECT_FALSE(sm->vpListBuilt());
   EXPECT_EQ(sm->vpList(), nullptr);

@@ -47,7 +47,6 @@ TEST_F(VxlanHandlersTest, VlanDumpIsGivenTheAgentsRecords) {
   EXPECT_EQ(machine->vxlanL3Config(), world.vxlanL3Config);
   EXPECT_EQ(machine->vxlanL3Status(), world.vxlanL3Status);
   EXPECT_FALSE(machine->detail());
-  EXPECT_TRUE(machine->initialized());
   EXPECT_TRUE(machine->hasNotificationActive());
   EXPECT_EQ(executed(), "VXLAN_VLAN");
   expectHandled(formatted->outcome());
