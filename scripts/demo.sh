@@ -56,7 +56,10 @@ show 1 show mac address-table --json
 show 10 show mac hardware --chip 0 --detail
 show 14 check mac diff
 show 10 check mac missing
-show 1 raw plain text HW_MCAST_MCIDX+4294967295
+show 10 show vxlan vlan summary
+show 10 show vxlan destination 0200.0200.0008 --vlan 10
+show 10 show multicast groups hardware --differences
+show 10 show vxlan counters vtep decap
 
 kill -TERM "$agentPid"
 status=0
