@@ -39,4 +39,11 @@ std::string_view printableText(std::string_view text, std::string& room) {
   return room;
 }
 
+std::string quotedText(std::string_view text) {
+  constexpr std::size_t kMost = 80;
+  std::string quoted = "\"" + withoutControlBytes(text.substr(0, kMost));
+  if (text.size() > kMost) quoted += "...";
+  return quoted += '"';
+}
+
 }  // namespace Rendering

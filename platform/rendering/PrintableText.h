@@ -18,4 +18,8 @@ std::string withoutControlBytes(std::string_view text);
  */
 std::string_view printableText(std::string_view text, std::string& room);
 
+/** `text` as a message quotes it: in quotation marks, without control bytes, cut when it is long.
+ */
+std::string quotedText(std::string_view text);
+
 }  // namespace Rendering

@@ -1,6 +1,7 @@
 #include "platform/types/EthAddr.h"
 
 #include "platform/base/Exceptions.h"
+#include "platform/rendering/PrintableText.h"
 
 namespace Bridging {
 
@@ -18,8 +19,8 @@ int nibble(char c) noexcept {
 EthAddr::EthAddr(std::string_view text) {
   const auto parsed = parse(text);
   if (!parsed) {
-    throw Qel::ParseException("\"" + std::string(text) +
-                              "\" is no MAC address: write hhhh.hhhh.hhhh or hh:hh:hh:hh:hh:hh");
+    throw Qel::ParseException(Rendering::quotedText(text) +
+                              " is no MAC address: write hhhh.hhhh.hhhh or hh:hh:hh:hh:hh:hh");
   }
   *this = *parsed;
 }

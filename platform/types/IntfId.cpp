@@ -72,7 +72,8 @@ IntfId::IntfId(std::string_view name) : name_(&kNone) {
     return;
   }
   if (name.size() > kMaxNameLength) {
-    throw Qel::RangeException("interface name \"" + std::string(name.substr(0, kMaxNameLength)) +
+    throw Qel::RangeException("interface name \"" +
+                              Rendering::withoutControlBytes(name.substr(0, kMaxNameLength)) +
                               "...\" is longer than " + std::to_string(kMaxNameLength) + " bytes");
   }
   if (names->size() >= kMaxNames) {

@@ -3,14 +3,15 @@
 #include <arpa/inet.h>
 
 #include "platform/base/Exceptions.h"
+#include "platform/rendering/PrintableText.h"
 
 namespace Bridging {
 
 IpAddr::IpAddr(std::string_view text) {
   const auto parsed = parse(text);
   if (!parsed) {
-    throw Qel::ParseException("\"" + std::string(text) +
-                              "\" is no IP address: write d.d.d.d or h:h:h:h:h:h:h:h, with :: for "
+    throw Qel::ParseException(Rendering::quotedText(text) +
+                              " is no IP address: write d.d.d.d or h:h:h:h:h:h:h:h, with :: for "
                               "a run of zeros");
   }
   *this = *parsed;

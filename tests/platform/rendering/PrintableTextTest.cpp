@@ -25,6 +25,12 @@ TEST(PrintableTextTest, PlainTextIsNotCopied) {
   EXPECT_EQ(printableText("a\tb", room), "a\\x09b");
 }
 
+TEST(PrintableTextTest, QuotedTextIsShortAndWithoutControlCharacters) {
+  EXPECT_EQ(quotedText("020.02\x1b"), "\"020.02\\x1b\"");
+  EXPECT_EQ(quotedText(std::string_view("a\0b", 3)), "\"a\\x00b\"");
+  EXPECT_EQ(quotedText(std::string(81, 'x')), "\"" + std::string(80, 'x') + "...\"");
+}
+
 TEST(PrintableTextTest, TextsThatAreFormattedAreShownThatWay) {
   EXPECT_EQ(formatPrintf("%-10s|%c\n", {std::string_view("a\x1b"), '\n'}), "a\\x1b     |\n\n");
 }
