@@ -1,4 +1,4 @@
-// Command strings, through both callbacks and every request state machine, on the demo switch.
+// Command strings, through both callbacks and every request state machine, on a small switch.
 //
 // Input: one byte for entry, format and slices, then the command. What may come of it: an answer,
 // no handler, not ready, or one of the exceptions that arguments out of range are told by. JSON of
@@ -15,15 +15,12 @@
 #include <exception>
 #include <memory>
 #include <optional>
-#include <set>
 #include <string>
 #include <string_view>
 #include <utility>
-#include <vector>
 
 #include "KorvoL2/KorvoL2CliCallbacks.h"
 #include "agent/chips/SwitchHardware.h"
-#include "agent/model/DemoSwitch.h"
 #include "agent/server/CommandEntries.h"
 #include "fuzz/Check.h"
 #include "platform/base/Tracked.h"
@@ -45,11 +42,10 @@ class Collected final : public Rendering::OutputPort {
   std::shared_ptr<std::string> text_;
 };
 
-/** The demo switch with its chips and both callbacks; one for the whole run. */
+/** A small switch with its chips and both callbacks; one for the whole run. */
 struct World {
   World() {
-    fillDemo(*model);
-    thinOut();
+    fill();
     hardware.emplace(clock, model, HardwarePolicy{});
     callbacks.plain = KorvoL2::cliCallbackFactory("fuzz");
     callbacks.formatted = KorvoL2::cliCallbackWithFormatFactory("fuzz");
@@ -58,20 +54,38 @@ struct World {
     entries.emplace(callbacks);
   }
 
-  /** A dozen or two entries of every kind are enough, and hundreds would only cost time. */
-  void thinOut() {
-    std::set<Bridging::MacVlanPair> kept;
-    for (const Chip& chip : model->chips()) {
-      for (const auto& [key, change] : chip.deviations.differs) kept.insert(key);
-      kept.insert(chip.deviations.missing.begin(), chip.deviations.missing.end());
-    }
-    std::vector<Bridging::MacVlanPair> gone;
-    std::set<std::pair<KorvoL2::MacEntryType, bool>> seen;
-    for (const auto& [key, entry] : model->swMacTable().entries()) {
-      const bool first = seen.emplace(entry.type, entry.printable).second;
-      if (!first && !kept.contains(key)) gone.push_back(key);
-    }
-    for (const Bridging::MacVlanPair& key : gone) model->swMacTable().erase(key);
+  /** A row or two of every table: more would only cost time, for it is commands that vary. */
+  void fill() {
+    using Bridging::EthAddr;
+    using Bridging::IntfId;
+    using Bridging::IpAddr;
+    using Bridging::MacVlanPair;
+    using Bridging::VlanId;
+    const IntfId port("Ethernet3/1");
+    const IntfId lag("Port-Channel10");
+    const VlanId vlan(10);
+    model->chipsIs(2);
+    model->l2TableFeature().ingVlanRange = true;
+    model->l2TableFeature().ingVlanDynamicRange = true;
+    model->swMacTable().put({vlan, EthAddr(0x0200'0000'0001ULL)}, {.intf = port, .modBitmap = 3});
+    model->swMacTable().put({vlan, EthAddr(0x0200'0200'0008ULL)}, {.intf = lag, .modBitmap = 3});
+    UnicastAgentModel& unicast = model->unicast();
+    unicast.remoteMacIs({vlan, EthAddr(0x0200'0200'0008ULL)}, {.tunnelId = 1});
+    unicast.lagMembershipIs(port, lag);
+    unicast.switchportConfigIs(port, {.nativeVlan = 10});
+    unicast.common().intf.add(port);
+    unicast.routing().routerMac = EthAddr(0x0200'0f00'0001ULL);
+    unicast.vxlan().l2State().vlanMapping.add(vlan);
+    unicast.vxlan().l2State().portToEdgeSvp.put({port, vlan}, {.svp = 33});
+    unicast.vxlan().l2State().vlanToSvp.put(vlan, {.number = 16});
+    unicast.vxlan().l3Config().vlanMapping.put(vlan, {.vlanId = 10, .vfi = 4106, .vni = 10010});
+    unicast.vlanXlate().dips->entries.put(IpAddr::v4(0xc000'0201), true);
+    unicast.vlanXlate().portVlans->entries.put({port, vlan}, {.svp = 33, .vlan = 10});
+    unicast.vlanXlate().vlanVnis->entries.put({vlan, false}, {.vni = 10010});
+    unicast.ingVlanRange().scaleEntries->entries.put(port, {.size = 9});
+    unicast.ingVlanRange().hwIndexes->entries.put(lag, 1034);
+    model->cmdRingManager().ingVlanRanges.put({.fap = 0x200, .port = 1034},
+                                              {.ranges = {Bridging::VlanIdRange(vlan)}});
   }
 
   Qel::Ptr<Qel::ManualClock> clock = Qel::makePtr<Qel::ManualClock>();
