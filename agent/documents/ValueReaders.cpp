@@ -43,8 +43,11 @@ EthAddr readMac(const JsonNode& node) {
 
 IpAddr readIp(const JsonNode& node) {
   const std::string_view text = node.string();
-  if (const auto ip = IpAddr::parse(text)) return *ip;
-  node.refuse(quotedText(text) + " is no IP address; write it as 192.0.2.1 or 2001:db8::1");
+  const auto ip = IpAddr::parse(text);
+  if (!ip) {
+    node.refuse(quotedText(text) + " is no IP address; write it as 192.0.2.1 or 2001:db8::1");
+  }
+  return *ip;
 }
 
 std::string describeKey(const Bridging::MacVlanPair& key) {

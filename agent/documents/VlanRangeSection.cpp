@@ -77,10 +77,10 @@ LogicalPort portOf(const JsonNode& node, const Programmed& programmed, SwitchMod
   if (programmed.intf && !programmed.logicalFap && !programmed.logicalPort) {
     return logicalPortOf(model, *programmed.intf);
   }
-  if (!programmed.intf && programmed.logicalFap && programmed.logicalPort) {
-    return {.fap = *programmed.logicalFap, .port = *programmed.logicalPort};
+  if (programmed.intf || !programmed.logicalFap || !programmed.logicalPort) {
+    node.refuse("a port is either an \"interface\" or a \"logicalFap\" with a \"logicalPort\"");
   }
-  node.refuse("a port is either an \"interface\" or a \"logicalFap\" with a \"logicalPort\"");
+  return {.fap = *programmed.logicalFap, .port = *programmed.logicalPort};
 }
 
 void readProgrammed(const JsonNode& list, SwitchModel& model) {

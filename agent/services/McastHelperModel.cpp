@@ -87,7 +87,7 @@ std::vector<McastHelperModel::Holding> McastHelperModel::holdings(std::uint32_t 
       alike->chips.add(chip);
     }
   }
-  all.front() = std::move(regular);
+  all.front() = regular;
   if (all.front().chips.empty()) all.erase(all.begin());
   return all;
 }
