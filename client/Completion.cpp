@@ -266,6 +266,7 @@ std::string quoted(std::string_view text) {
 
 std::string wordsOnly(const std::vector<Choice>& choices) {
   std::vector<std::string_view> words;
+  words.reserve(choices.size());
   for (const Choice& choice : choices) {
     words.emplace_back(choice.first);
   }
