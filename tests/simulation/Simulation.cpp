@@ -103,7 +103,7 @@ Simulation::Simulation(std::uint64_t seed, Tally& tally)
       callbacks_{KorvoL2::cliCallbackFactory("simulation"),
                  KorvoL2::cliCallbackWithFormatFactory("simulation")},
       entries_(callbacks_),
-      policy_{.slice = {.outputWindow = oneOf<std::size_t>(random_, {1, 500, 4000, 256 * 1024}),
+      policy_{.slice = {.outputWindow = oneOf<std::size_t>(random_, {1, 500, 4000, 262144}),
                         .rowBudget = oneOf<std::uint32_t>(random_, {0, 0, 1, 2, 7}),
                         .silentBudget = oneOf<std::uint32_t>(random_, {1, 5, 16384})},
               .clientTimeout = 5s},

@@ -14,7 +14,7 @@ namespace {
 
 /** What the rows of one section of a dump are held against. */
 struct Expectation {
-  Table table;
+  Table table{};
   bool copied = false;     ///< the dump shows the table as it was when its first slice ran
   bool collected = false;  ///< rows are put together first and printed later
 };
