@@ -29,8 +29,9 @@ class RowsMachine final : public AgentCommand::AgentAsyncCommandRequestSm {
   using Hook = std::function<void(std::uint64_t row)>;
 
   /** Prints `rows` rows and "end\n"; `beforeRow` may throw. */
-  RowsMachine(Qel::Ptr<const AgentCommand::AgentCommandRequest> request, Qel::Duration maxRunTime,
-              Qel::Ptr<const Qel::Clock> clock, std::uint64_t rows, Hook beforeRow = {})
+  RowsMachine(const Qel::Ptr<const AgentCommand::AgentCommandRequest>& request,
+              Qel::Duration maxRunTime, Qel::Ptr<const Qel::Clock> clock, std::uint64_t rows,
+              Hook beforeRow = {})
       : AgentAsyncCommandRequestSm(request->requestString(), request, maxRunTime, std::move(clock)),
         rows_(rows),
         beforeRow_(std::move(beforeRow)) {}
