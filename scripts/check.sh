@@ -94,11 +94,15 @@ cppcheckSources() {
     --cppcheck-build-dir="$buildDir/cppcheck" -j "${KORVO_JOBS:-$(nproc)}" "${roots[@]}"
 }
 
+# The command that the README opens with, as it is typed: tests call only what is behind it.
+demonstrated() { ./dev demo >"$buildDir/demo.log" 2>&1 || { cat "$buildDir/demo.log" && return 1; }; }
+
 "$judge" 'formatting (clang-format)' formatted
 step 'text files' tidyText
 step 'no hosts, no local folders' portable
 step 'scripts (bash -n, shellcheck)' scripts
 step 'headers compile alone' headersAlone
+step 'the demo runs (./dev demo)' demonstrated
 "$judge" 'cppcheck' cppcheckSources
 "$judge" 'clang-tidy' /usr/bin/python3 scripts/tidy.py "$buildDir"
 
