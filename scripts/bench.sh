@@ -25,8 +25,10 @@ mkdir -p "$report"
   ${args[@]+"${args[@]}"}
 
 if [[ -n $micro ]]; then
-  for program in row_printer_bench hw_table_bench collection_walk_bench slice_check_bench json_writer_bench; do
-    printf '\n== %s\n' "$program"
-    "$buildDir/bin/$program" --benchmark_out="$report/$program.json" --benchmark_out_format=json
+  for program in "$buildDir"/bin/*_bench; do
+    name=$(basename "$program")
+    [[ $name == korvo_whole_process_bench ]] && continue
+    printf '\n== %s\n' "$name"
+    "$program" --benchmark_out="$report/$name.json" --benchmark_out_format=json
   done
 fi
