@@ -29,18 +29,21 @@ kSanitized = os.environ.get("KORVO_SANITIZED", "") != ""
 class Agent:
     """A running korvo-l2-agent; `with Agent("--demo") as agent: ...`.
 
-    Named arguments are Popen's: `env`, `cwd`, `umask` and the like."""
+    `under` is a command that runs it, such as a memory checker with its options. The other named
+    arguments are Popen's: `env`, `cwd`, `umask` and the like."""
 
-    def __init__(self, *options, socketPath=None, **process):
+    def __init__(self, *options, socketPath=None, under=(), **process):
         self.folder = pathlib.Path(tempfile.mkdtemp(prefix="korvo-test-"))
         self.socket = str(socketPath or self.folder / "agent.sock")
         self.options = [str(option) for option in options]
+        self.under = under
+        self.endStatus = 0
         self.surroundings = process
 
     def __enter__(self):
         self.log = open(self.folder / "log", "wb+")
         self.process = subprocess.Popen(
-            [kAgent, "--socket", self.socket, *self.options],
+            [*self.under, kAgent, "--socket", self.socket, *self.options],
             stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=self.log, text=True,
             **self.surroundings)
         ready = self.process.stdout.readline()
@@ -57,8 +60,14 @@ class Agent:
         messages = self.messages()
         self.log.close()
         shutil.rmtree(self.folder, ignore_errors=True)
-        if failure[0] is None and status != 0:
+        if failure[0] is None and status != self.endStatus:
             raise AssertionError(f"the agent ended with status {status}:\n{messages}")
+
+    def kill(self):
+        """Ends the agent as a crash would."""
+        self.endStatus = -signal.SIGKILL
+        self.process.kill()
+        self.process.wait(kPatience)
 
     def messages(self):
         self.log.seek(0)
@@ -81,11 +90,16 @@ class Agent:
 
     def send(self, line):
         """Sends a request with a descriptor; gives back the control and the answer connection."""
+        control = self.connect()
         answer, theirs = socket.socketpair(socket.AF_UNIX, socket.SOCK_STREAM)
         answer.settimeout(kPatience)
-        control = self.connect()
-        with theirs:
-            control.sendmsg([line.encode()], [descriptors(theirs.fileno())])
+        try:
+            with theirs:
+                control.sendmsg([line.encode()], [descriptors(theirs.fileno())])
+        except OSError:
+            control.close()
+            answer.close()
+            raise
         return control, answer
 
     def askWithDescriptor(self, line):
