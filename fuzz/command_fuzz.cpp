@@ -1,8 +1,9 @@
 // Command strings, through both callbacks and every request state machine, on a small switch.
 //
-// Input: one byte for entry, format and slices, then the command. What may come of it: an answer,
-// no handler, not ready, or one of the exceptions that arguments out of range are told by. JSON of
-// a request that finished is read back by a strict parser.
+// Input: lines, each of them one byte for entry, format and slices, then the command (which has no
+// line end in it on the wire either). What may come of it: an answer, no handler, not ready, or one
+// of the exceptions that arguments out of range are told by. JSON of a request that finished is
+// read back by a strict parser. At its end the program says how many commands it ran.
 
 #include <simdjson.h>
 #include <sys/socket.h>
@@ -12,6 +13,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
 #include <exception>
 #include <memory>
 #include <optional>
@@ -23,6 +25,7 @@
 #include "agent/chips/SwitchHardware.h"
 #include "agent/server/CommandEntries.h"
 #include "fuzz/Check.h"
+#include "fuzz/Lines.h"
 #include "platform/base/Tracked.h"
 
 namespace {
@@ -88,6 +91,15 @@ struct World {
                                               {.ranges = {Bridging::VlanIdRange(vlan)}});
   }
 
+  /** What an event loop does besides running commands. */
+  void turn() {
+    clock->advance(std::chrono::milliseconds(1));
+    HwTableReader& reader = hardware->reader();
+    while (reader.runnable()) reader.runPiece();
+    const auto deadline = reader.nextDeadline();
+    if (deadline && *deadline <= clock->now()) reader.deadlinesPassed(clock->now());
+  }
+
   Qel::Ptr<Qel::ManualClock> clock = Qel::makePtr<Qel::ManualClock>();
   Qel::Ptr<SwitchModel> model = Qel::makePtr<SwitchModel>(clock);
   std::optional<SwitchHardware> hardware;
@@ -148,8 +160,7 @@ void serveInSlices(const RequestLine& request, std::uint32_t rowBudget) {
     constexpr std::uint64_t kEnough = 1'000'000;
     while (!machine->executionCompleteFlag()) {
       machine->runCommand();
-      world().clock->advance(std::chrono::microseconds(50));
-      while (world().hardware->reader().runnable()) world().hardware->reader().runPiece();
+      world().turn();
       check(machine->slices() < kEnough, "a request that does not end");
     }
     finished = true;
@@ -159,20 +170,37 @@ void serveInSlices(const RequestLine& request, std::uint32_t rowBudget) {
   if (finished && request.format == Rendering::kJson) parseStrictly(*text);
 }
 
-}  // namespace
+/** Commands by entry; libFuzzer counts inputs only. */
+struct Tally {
+  ~Tally() {
+    std::fprintf(stderr, "commands run: %llu plain, %llu sync, %llu async\n", plain, sync, async);
+  }
+  unsigned long long plain = 0;
+  unsigned long long sync = 0;
+  unsigned long long async = 0;
+};
+Tally tally;
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  if (size == 0) return 0;
+void runCommand(std::string_view line) {
   constexpr std::array<std::uint32_t, 4> kRowBudgets{0, 1, 7, 100};
-  const unsigned choice = data[0];
+  const auto choice = static_cast<unsigned char>(line.front());
   RequestLine request;
   request.entry = choice % 4 == 0 ? Entry::plain : (choice % 4 == 1 ? Entry::sync : Entry::async);
   request.format = (choice & 4) != 0 ? Rendering::kJson : Rendering::kText;
-  request.command.assign(reinterpret_cast<const char*>(data) + 1, size - 1);
+  request.command = line.substr(1);
+  ++(request.entry == Entry::plain ? tally.plain
+                                   : (request.entry == Entry::sync ? tally.sync : tally.async));
   if (request.entry == Entry::async) {
     serveInSlices(request, kRowBudgets[choice >> 3 & 3]);
   } else {
     answerAtOnce(request);
   }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const std::string_view text(reinterpret_cast<const char*>(data), size);
+  for (const std::string_view line : KorvoFuzz::linesOf(text)) runCommand(line);
   return 0;
 }
