@@ -55,7 +55,8 @@ CommandEntries::Answered CommandEntries::answer(const RequestLine& request, int 
     answered.end = errorEnd("unknown exception");
   }
   answered.sent = call.sent();
-  answered.left = call.left();
+  answered.left = call.takeLeft();
+  if (call.lost()) answered.end = errorEnd("no memory for the whole answer");
   return answered;
 }
 

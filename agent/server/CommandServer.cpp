@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <string_view>
 #include <utility>
 
 namespace KorvoAgent {
@@ -25,7 +26,7 @@ CommandServer::CommandServer(EventLoop& loop, Qel::Ptr<const Qel::Clock> clock,
       questions_(std::move(facts), scheduler_, policy_.access, [this] { return numConnections(); }),
       // Outside a callback's call only the text of requests that were ended is left over.
       handlerBefore_(
-          Rendering::PrintBuffer::undeliveredHandlerIs([](std::uint32_t, const std::string&) {})) {
+          Rendering::PrintBuffer::undeliveredHandlerIs([](std::uint32_t, std::string_view) {})) {
   loop_.add(scheduler_);
   loop_.add(*this);
 }

@@ -4,6 +4,8 @@
 #include <sys/stat.h>
 
 #include <cerrno>
+#include <new>
+#include <string_view>
 #include <utility>
 
 namespace KorvoAgent {
@@ -25,10 +27,14 @@ SyncCall::SyncCall(int answer)
       error_(errno),
       sentBefore_(Rendering::SocketPort::sentTotal()) {
   handlerBefore_ = Rendering::PrintBuffer::undeliveredHandlerIs(
-      [this](std::uint32_t socket, const std::string& text) {
+      [this](std::uint32_t socket, std::string_view text) {
         if (socket != this->socket()) return;
-        left_ += text;
         Rendering::SocketPort::heldIs(socket);
+        try {
+          left_ += text;
+        } catch (const std::bad_alloc&) {
+          lost_ = true;
+        }
       });
 }
 

@@ -8,6 +8,7 @@
 
 #include <cstdint>
 #include <string>
+#include <utility>
 
 #include "agent/server/FileDescriptor.h"
 #include "platform/rendering/PrintBuffer.h"
@@ -29,8 +30,10 @@ class SyncCall {
   std::uint32_t socket() const noexcept { return static_cast<std::uint32_t>(socket_.get()); }
   /** Bytes that the callback handed over to the socket. */
   std::uint64_t sent() const noexcept;
-  /** What the socket did not take. */
-  const std::string& left() const noexcept { return left_; }
+  /** What the socket did not take, to be asked for once. */
+  std::string takeLeft() noexcept { return std::move(left_); }
+  /** Whether there was no memory for a part of what the socket did not take. */
+  bool lost() const noexcept { return lost_; }
 
  private:
   int answer_;
@@ -38,6 +41,7 @@ class SyncCall {
   int error_;
   std::uint64_t sentBefore_;
   std::string left_;
+  bool lost_ = false;
   Rendering::PrintBuffer::UndeliveredHandler handlerBefore_;
 };
 

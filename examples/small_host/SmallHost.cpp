@@ -146,7 +146,7 @@ class Host {
     // What the socket does not take is sent by the loop. The socket is held from then on: text
     // printed later must not overtake it.
     const auto before =
-        PrintBuffer::undeliveredHandlerIs([&answer](std::uint32_t socket, const std::string& text) {
+        PrintBuffer::undeliveredHandlerIs([&answer](std::uint32_t socket, std::string_view text) {
           answer.output->append(text);
           SocketPort::heldIs(socket);
         });

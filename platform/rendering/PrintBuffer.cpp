@@ -17,7 +17,7 @@ constexpr std::size_t kFirstCapacity = 4096;
 int heldSocket = -1;
 std::uint64_t bytesSent = 0;
 
-void waitAndSend(std::uint32_t socket, const std::string& text) {
+void waitAndSend(std::uint32_t socket, std::string_view text) {
   constexpr int kPatienceMs = 5000;
   SocketPort port(socket);
   std::size_t done = 0;
@@ -67,7 +67,10 @@ PrintBuffer::PrintBuffer(std::unique_ptr<OutputPort> port, std::uint32_t socket,
 
 PrintBuffer::~PrintBuffer() {
   if (pending() == 0 || flush() || failed_) return;
-  undeliveredHandler()(socket_, std::string(begin_, end_));
+  try {
+    undeliveredHandler()(socket_, std::string_view(begin_, pending()));
+  } catch (...) {  // NOLINT(bugprone-empty-catch): nobody is left to be told
+  }
 }
 
 bool PrintBuffer::flush() {

@@ -128,11 +128,12 @@ class PrintBuffer final : public Qel::RefCounted {
 
   /**
    * Takes over text that a released buffer could not send; called while `socket` is still open, so
-   * a handler that drains it later duplicates the descriptor. Unless set, the process waits for the
-   * socket for up to five seconds without progress, then drops the text: good enough for a tool,
-   * not for an agent with an event loop. Returns the handler before.
+   * a handler that drains it later duplicates the descriptor. One that throws has lost the text: a
+   * buffer is released in the midst of other failures and passes none on. Unless set, the process
+   * waits for the socket for up to five seconds without progress, then drops the text: good enough
+   * for a tool, not for an agent with an event loop. Returns the handler before.
    */
-  using UndeliveredHandler = std::function<void(std::uint32_t socket, std::string text)>;
+  using UndeliveredHandler = std::function<void(std::uint32_t socket, std::string_view text)>;
   static UndeliveredHandler undeliveredHandlerIs(UndeliveredHandler handler);
 
  private:

@@ -8,6 +8,7 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "tests/agent/server/SchedulerHarness.h"
@@ -40,7 +41,7 @@ rc::Gen<Plan> plans() {
 
 RC_GTEST_FIXTURE_PROP(SliceSchedulerProperty, EveryRequestEndsOnceAndAsItsReaderDeserves, ()) {
   const auto before =
-      Rendering::PrintBuffer::undeliveredHandlerIs([](std::uint32_t, const std::string&) {});
+      Rendering::PrintBuffer::undeliveredHandlerIs([](std::uint32_t, std::string_view) {});
   policy.slice.rowBudget = *rc::gen::inRange<std::uint32_t>(0, 5);
   policy.slice.outputWindow = static_cast<std::size_t>(*rc::gen::inRange(1, 400));
   const auto requests = *rc::gen::container<std::vector<Plan>>(plans());

@@ -3,6 +3,7 @@
 
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "agent/server/SliceScheduler.h"
@@ -21,7 +22,7 @@ class SliceSchedulerTest : public SchedulerHarness {
   // The process's handler would wait for sockets that these tests do not have.
   void SetUp() override {
     before_ = Rendering::PrintBuffer::undeliveredHandlerIs(
-        [this](std::uint32_t, const std::string& text) { undelivered += text.size(); });
+        [this](std::uint32_t, std::string_view text) { undelivered += text.size(); });
   }
   void TearDown() override {
     Rendering::PrintBuffer::undeliveredHandlerIs(before_);

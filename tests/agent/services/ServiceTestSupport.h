@@ -3,6 +3,7 @@
 
 #include <initializer_list>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -20,7 +21,7 @@ std::string transcript(Print&& print) {
   KorvoL2::Testing::CommandSocket socket;
   std::string left;
   auto handlerBefore =
-      PrintBuffer::undeliveredHandlerIs([&left](std::uint32_t held, const std::string& text) {
+      PrintBuffer::undeliveredHandlerIs([&left](std::uint32_t held, std::string_view text) {
         left += text;
         SocketPort::heldIs(held);
       });

@@ -8,6 +8,7 @@
 #include <array>
 #include <cstdint>
 #include <memory>
+#include <new>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -30,9 +31,10 @@ using Undelivered = std::vector<std::pair<std::uint32_t, std::string>>;
 class UndeliveredNote {
  public:
   UndeliveredNote()
-      : before_(PrintBuffer::undeliveredHandlerIs([this](std::uint32_t socket, std::string text) {
-          texts.emplace_back(socket, std::move(text));
-        })) {}
+      : before_(
+            PrintBuffer::undeliveredHandlerIs([this](std::uint32_t socket, std::string_view text) {
+              texts.emplace_back(socket, text);
+            })) {}
   ~UndeliveredNote() { PrintBuffer::undeliveredHandlerIs(before_); }
   UndeliveredNote(const UndeliveredNote&) = delete;
   UndeliveredNote& operator=(const UndeliveredNote&) = delete;
@@ -413,6 +415,17 @@ TEST_F(SocketTest, ProcessWithoutAHandlerWaitsForItsReader) {
   printToSocket(socket(), text);
   reader.join();
   EXPECT_EQ(arrived, text);
+  PrintBuffer::undeliveredHandlerIs(note);
+}
+
+TEST_F(SocketTest, AHandlerThatThrowsLosesTheTextAndNothingElse) {
+  bool asked = false;
+  const auto note = PrintBuffer::undeliveredHandlerIs([&asked](std::uint32_t, std::string_view) {
+    asked = true;
+    throw std::bad_alloc();
+  });
+  EXPECT_NO_THROW(printToSocket(socket(), longText(1 << 20)));
+  EXPECT_TRUE(asked);
   PrintBuffer::undeliveredHandlerIs(note);
 }
 
