@@ -77,19 +77,17 @@ void printVtep(RendererV2& out, std::string_view label, std::string_view key,
 
 void printRoutingInfoUtil(RendererV2& renderer, std::uint32_t vlan, std::uint16_t svp,
                           const RoutingInfoFlags& flags) {
-  renderer.addFrills(
-      "Vlan %-4u SVP %-5u | SVP config: %s | Router MAC: all modules %s, missing %s, routed %s | ",
-      vlan, svp, wanted(flags.svpConfigured), wanted(flags.routerMacOnAllModules),
-      unwanted(flags.routerMacMissing), wanted(flags.routerMacRouted));
-  const bool virtualMac = flags.virtualRouterMacConfigured;
+  renderer.addFrills("Vlan %-4u SVP %-5u config %s | Router MAC: all %s missing %s routed %s | ",
+                     vlan, svp, wanted(flags.svpConfigured), wanted(flags.routerMacOnAllModules),
+                     unwanted(flags.routerMacMissing), wanted(flags.routerMacRouted));
   // One that is not configured is nothing to shout about, and has no entries to judge.
-  renderer.addFrills(
-      "Virtual router MAC: configured %s, all modules %s, missing %s, routed %s\n",
-      virtualMac ? "yes" : "no ",
-      virtualMac ? wanted(flags.virtualRouterMacOnAllModules) : std::string_view("-  "),
-      virtualMac ? unwanted(flags.virtualRouterMacMissing) : std::string_view("-  "),
-      virtualMac ? std::string_view(flags.virtualRouterMacRouted ? "yes" : "NO")
-                 : std::string_view("-"));
+  if (flags.virtualRouterMacConfigured) {
+    renderer.addFrills(
+        "Virtual: all %s missing %s routed %s\n", wanted(flags.virtualRouterMacOnAllModules),
+        unwanted(flags.virtualRouterMacMissing), flags.virtualRouterMacRouted ? "yes" : "NO");
+  } else {
+    renderer.addFrills("Virtual: not configured\n");
+  }
   if (!renderer.isJson()) return;
   renderer.openObject(std::to_string(vlan));
   renderer.member("svp", svp);

@@ -25,11 +25,10 @@ struct RoutingInfoFlags {
 
 /**
  * One VLAN of the routing information. In text, a line whose columns stand under each other, with
- * what is not as routing needs it in capitals, and "-" for what a virtual router MAC that is not
- * configured cannot have:
+ * what is not as routing needs it in capitals ("all": on all modules):
  *
- *   Vlan 10   SVP 12    | SVP config: yes | Router MAC: all modules yes, missing no , routed yes |
- * \ Virtual router MAC: configured yes, all modules NO , missing no , routed yes
+ *   Vlan 10   SVP 12    config yes | Router MAC: all yes missing no  routed yes |
+ * \ Virtual: all NO  missing no  routed yes
  *
  * (in one line). In JSON, a member of the object that is open, all eight flags by name:
  *
