@@ -9,6 +9,7 @@
 #include "agent/documents/DocumentError.h"
 #include "agent/documents/NearName.h"
 #include "platform/rendering/JsonText.h"
+#include "platform/rendering/PrintableText.h"
 
 namespace KorvoAgent {
 
@@ -36,14 +37,6 @@ std::string_view typeName(element_type type) {
   return "a value";
 }
 
-// What a message quotes comes from the document: control characters must not reach a terminal.
-std::string withoutControlBytes(std::string text) {
-  for (char& c : text) {
-    if (static_cast<unsigned char>(c) < 0x20 || c == 0x7f) c = '?';
-  }
-  return text;
-}
-
 [[noreturn]] void refuseType(const JsonNode& node, std::string_view expected, element_type found) {
   node.refuse(fmt::format("expected {}, not {}", expected, typeName(found)));
 }
@@ -60,7 +53,8 @@ std::string quotedText(std::string_view text) {
 
 void JsonNode::refuse(std::string_view what) const {
   const std::string place = pointer();
-  throw DocumentError(withoutControlBytes(
+  // What a message quotes comes from the document.
+  throw DocumentError(Rendering::withoutControlBytes(
       fmt::format("{}: {}: {}", document_->name(), place.empty() ? "at the top" : place, what)));
 }
 
