@@ -136,7 +136,8 @@ constexpr CommandRow kCommands[] = {
      .keyword = "EcmpOutputIntfTunnelId",
      .options = kDestinationOptions,
      .positionals = kDestinationMac,
-     .whenEmpty = "no tunnel: the VLAN has no such address behind one, or the interface no VLAN",
+     .whenEmpty = "no tunnel: the VLAN has no such address behind one, or the interface no VLAN; "
+                  "see 'korvoctl show vxlan vlan' and 'korvoctl show mac address-table'",
      .summary = "Tunnel that a frame would take",
      .details =
          "Prints the number of the VXLAN tunnel through which a frame to the address MAC would\n"
