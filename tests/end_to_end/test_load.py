@@ -7,7 +7,7 @@ from load import *
 
 kChips = "0,1,2"
 kMacs = 12000
-kChurn = 2000 if kSanitized else 50000
+kChurn = 2000 if kSanitized else 20000
 # So few rows a slice that no dump of the table ends before the agent has taken in all of them.
 kSliceRows = 400
 kClientTimeout = 5

@@ -6,9 +6,9 @@ import re
 import resource
 import shutil
 import stat
-import sys
 
 from korvo import *
+from named_tests import existingTests
 
 # Numbers that no user or group of a machine has; no entry in a database is needed for them.
 kStranger, kOperator, kAgentUser = 612345, 612346, 612347
@@ -376,24 +376,10 @@ class Promises(TestCase):
         self.assertEqual(re.sub(r"[,.\s]", "", re.sub(r"`[\w.]*`", "", tests[1])), "", promise)
         return names
 
-    def existing(self):
-        tests = set()
-        for path in (kSource / "tests").rglob("*.cpp"):
-            for suite, case in re.findall(r"^TEST(?:_F|_P)?\((\w+),\s*(\w+)\)", path.read_text(),
-                                          re.M):
-                tests.add(f"{suite}.{case}")
-        lister = kSource / "cmake" / "ListPythonTests.py"
-        for folder in {path.parent for path in (kSource / "tests").rglob("test_*.py")}:
-            listed = subprocess.run([sys.executable, "-B", lister, folder], text=True, check=True,
-                                    stdin=subprocess.DEVNULL, capture_output=True,
-                                    timeout=kPatience).stdout
-            tests.update(listed.splitlines())
-        return tests
-
     def test_every_promise_names_tests_that_exist(self):
         self.assertEqual(len(self.promises), len(re.findall(r"^- \*\*", self.text, re.M)))
         self.assertGreater(len(self.promises), 15)
-        existing = self.existing()
+        existing = existingTests()
         for promise in self.promises:
             names = self.named(promise)
             self.assertNotEqual(names, [], promise)
@@ -401,7 +387,7 @@ class Promises(TestCase):
 
     def test_every_test_of_this_page_is_named(self):
         named = {name for promise in self.promises for name in self.named(promise)}
-        mine = {name for name in self.existing() if name.startswith("test_security.")
+        mine = {name for name in existingTests() if name.startswith("test_security.")
                 and not name.startswith("test_security.Promises.")}
         self.assertGreater(len(mine), 15)
         self.assertEqual(sorted(mine - named), [])
