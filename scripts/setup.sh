@@ -5,6 +5,7 @@
 #
 #   needPackages NAME...   installs those of the packages that are missing
 #   needFmt10              makes sure that cmake/Dependencies.cmake finds fmt 10
+#   unpackPackage NAME     brings a package without installing it
 #
 # A machine that has everything is not asked more than one dpkg-query.
 
@@ -14,6 +15,7 @@ readonly kBuildPackages=(
 readonly kTestPackages=(
   libgtest-dev libgmock-dev librapidcheck-dev jq socat iproute2 python3 python3-jsonschema)
 readonly kBenchPackages=(libbenchmark-dev python3 gnuplot-nox)
+readonly kPeerPackages=(openvswitch-switch bird2 iproute2)
 readonly kCheckPackages=(git clang-format clang-tidy cppcheck shellcheck)
 readonly kFuzzPackages=(clang)
 
@@ -156,4 +158,42 @@ SOURCE
   mv "$root.part" "$root"
   rm -rf "$work"
   say "fmt $version unpacked in build/deps/fmt10"
+}
+
+# NAME=VERSION of the package $1 and of what it needs, as far as this machine lacks it.
+lackingWith() {
+  local plan
+  plan=$(LC_ALL=C apt-get --simulate --no-install-recommends install "$1" 2>&1) || {
+    printf '%s\n' "$plan" | tail -n 1 >&2
+    return 1
+  }
+  printf '%s\n' "$plan" | sed -n 's/^Inst \([^ ]*\) [^(]*(\([^ ]*\) .*/\1=\2/p'
+}
+
+# Unpacks the package $1, with what it needs and this machine lacks, in build/deps/peers/$1. Nothing is
+# installed: no service is started or enabled, no user made, no package of the machine touched. Nothing
+# is done where it is installed already; the result says whether it can be had.
+unpackPackage() {
+  local root=$top/build/deps/peers/$1 part=$top/build/deps/peers/$1.part plan deb attempt
+  [[ -n $(missingPackages "$1") ]] || return 0
+  [[ ! -d $root ]] || return 0
+  [[ -r /etc/debian_version ]] || { say "$1 is taken from Debian's archive, and this is no Debian" && return 1; }
+  say "taking $1 from this machine's Debian archive"
+  # Lists that are missing or older than the archive are renewed once.
+  for attempt in 1 2; do
+    rm -rf "$part"
+    mkdir -p "$part/deb" "$part/root"
+    if plan=$(lackingWith "$1") && [[ -n $plan ]] &&
+      (cd "$part/deb" && xargs apt-get download <<<"$plan") >"$part/log" 2>&1; then
+      for deb in "$part"/deb/*.deb; do dpkg -x "$deb" "$part/root" || return 1; done
+      mv "$part/root" "$root"
+      rm -rf "$part"
+      return 0
+    fi
+    [[ ! -e $part/log ]] || tail -n 3 "$part/log" >&2
+    [[ $attempt -eq 2 ]] || asRoot apt-get update </dev/null >/dev/null 2>&1 || break
+  done
+  rm -rf "$part"
+  say "$1 could not be had"
+  return 1
 }
