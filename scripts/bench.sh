@@ -3,16 +3,30 @@
 # the report (text, JSON, plots) to build/bench-report.
 #
 #   scripts/bench.sh BUILD_DIR [--micro] [ARGS]
+#   scripts/bench.sh BUILD_DIR --peers [ROWS...]
 #
 # --micro then runs the benchmarks of single parts too (the row printers, the collections, the slice
 # check, the JSON writers); ARGS go to korvo_whole_process_bench, whose --help lists them. Without
 # any, a run takes about two minutes on two cores that have nothing else to do; with --large, tables
 # of up to ten million rows are dumped as well.
+#
+# --peers, which comes first, compares korvoctl with programs of others that print tables of as many
+# ROWS (100000 1000000). Those that the machine lacks are unpacked in build/deps/peers and not installed.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 buildDir=$1
 shift
 report=build/bench-report
+
+if [[ ${1:-} == --peers ]]; then
+  shift
+  top=$PWD
+  # shellcheck source=scripts/setup.sh
+  source scripts/setup.sh
+  # A peer that cannot be had is reported as such beside the others.
+  for package in "${kPeerPackages[@]}"; do unpackPackage "$package" || true; done
+  exec /usr/bin/python3 -B bench/peers --bin "$buildDir/bin" --report "$report" "$@"
+fi
 
 micro=
 args=()
