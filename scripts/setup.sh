@@ -13,7 +13,8 @@ readonly kBuildPackages=(
   cmake ninja-build g++ ccache libasio-dev libabsl-dev libboost-dev rapidjson-dev libsimdjson-dev
   libcli11-dev)
 readonly kTestPackages=(
-  libgtest-dev libgmock-dev librapidcheck-dev jq socat iproute2 python3 python3-jsonschema)
+  libgtest-dev libgmock-dev librapidcheck-dev jq socat iproute2 python3 python3-jsonschema
+  valgrind)
 readonly kBenchPackages=(libbenchmark-dev python3 gnuplot-nox)
 readonly kPeerPackages=(openvswitch-switch bird2 iproute2)
 readonly kCheckPackages=(git clang-format clang-tidy cppcheck shellcheck)
