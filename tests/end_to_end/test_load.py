@@ -7,6 +7,8 @@ from load import *
 
 kChips = "0,1,2"
 kMacs = 12000
+# A sanitizer's build takes many times as long for each row.
+kShare = 4 if kSanitized else 1
 kChurn = 2000 if kSanitized else 20000
 # So few rows a slice that no dump of the table ends before the agent has taken in all of them.
 kSliceRows = 400
@@ -160,7 +162,8 @@ class ManyRequests(TestCase):
     def test_two_hundred_dumps_at_once_of_a_table_that_changes(self):
         chance = random.Random(1)
         stuck = [kHwJsonDump] * 16  # of which the kernel holds a part only
-        dumps = [kTextDump] * 100 + [kJsonDump] * 60 + [kHwTextDump] * 19 + [kHwJsonDump] * 5
+        dumps = ([kTextDump] * (100 // kShare) + [kJsonDump] * (60 // kShare) +
+                 [kHwTextDump] * (19 // kShare) + [kHwJsonDump] * (5 // kShare))
         others = (kSteadyCommands + kChecks) * 5  # short ones among them
         with Agent(*kTable, "--client-timeout", kClientTimeout) as agent:
             switch = Switch(agent)
@@ -178,14 +181,14 @@ class ManyRequests(TestCase):
                         requests = json.loads(readAll(question))["requests"]
                     self.assertGreaterEqual(
                         sum(f"async {each['format']} {each['command']}" in switch.dumps
-                            for each in requests), 200)
+                            for each in requests), len(stuck) + len(dumps))
                     for reader in load.ended():
                         outcomes[self.check(switch, reader)] += 1
                         if not kSanitized:
                             self.assertEqual(numThreads(agent), 1)
             # A short answer may be at its end before its reader leaves.
             self.assertEqual(outcomes["given up"], len(stuck))
-            self.assertGreaterEqual(outcomes["left"], len(dumps) // 5)
+            self.assertGreaterEqual(outcomes["left"], len(dumps) // 10 * 2)
             self.assertGreaterEqual(outcomes["whole"], (len(dumps) + len(others)) * 4 // 5)
             self.assertEqual(outcomes.total(), len(readers))
             self.assertGreater(pinger.numRight, 0)
