@@ -55,7 +55,9 @@ class MacRowPrinter {
     // Names live in blocks of their own, so the address tells them apart and mixes well.
     const std::string* const name = &intf.stringValue();
     const auto mixed = reinterpret_cast<std::uintptr_t>(name) * 0x9E3779B97F4A7C15ULL;
-    IntfCell& cell = cells_[mixed >> (64 - kCellBits)];
+    auto& [first, second] = cells_[mixed >> (64 - kSetBits)];
+    if (first.name == name) return first;
+    IntfCell& cell = first.name == nullptr ? first : second;
     if (cell.name != name) [[unlikely]]
       fill(cell, intf);
     return cell;
@@ -67,9 +69,10 @@ class MacRowPrinter {
   bool printJsonFast(Rendering::RendererV2& renderer, const Bridging::MacVlanPair& key,
                      const KorvoL2::MacEntry& entry);
 
-  // 16 KiB: the interfaces of a switch fit, and with many more the cells are made anew.
-  static constexpr unsigned kCellBits = 8;
-  std::array<IntfCell, 1U << kCellBits> cells_{};
+  // 64 KiB, of which a dump touches as many cells as there are interfaces: those of a switch fit
+  // with hardly three in a place for two, and with many more the cells are made anew.
+  static constexpr unsigned kSetBits = 9;
+  std::array<std::array<IntfCell, 2>, 1U << kSetBits> cells_{};
 };
 
 }  // namespace KorvoAgent

@@ -139,7 +139,19 @@ class KeyedCollection {
       const Entry* const last = entry_;
       ++at_;
       enter(0);
-      if (entry_ != nullptr && !(last->key < entry_->key)) corrupted("chunks overlap");
+      if (entry_ == nullptr) return;
+      if (!(last->key < entry_->key)) corrupted("chunks overlap");
+      fetchAhead();
+    }
+    // What follows is fetched while this chunk is walked: the first entries of the next one, until
+    // the processor sees by itself what is read, and where those of the one after it are.
+    void fetchAhead() const {
+      auto following = std::next(at_);
+      if (following == index_->end()) return;
+      const auto* const entries = reinterpret_cast<const char*>(following->second->entries.data());
+      constexpr std::size_t kLine = 64;
+      for (std::size_t i = 0; i < 4; ++i) __builtin_prefetch(entries + i * kLine);
+      if (++following != index_->end()) __builtin_prefetch(&*following->second);
     }
 
     const Index* index_ = nullptr;

@@ -11,11 +11,6 @@ void RendererV2::appendText(std::string_view format, std::initializer_list<Print
   buffer().append(formatPrintf(format, args));
 }
 
-void RendererV2::separator() {
-  if (separatorDue_) buffer().append(',');
-  separatorDue_ = true;
-}
-
 void RendererV2::key(std::string_view text) {
   separator();
   std::string quoted;
@@ -24,24 +19,11 @@ void RendererV2::key(std::string_view text) {
   buffer().append(quoted);
 }
 
-void RendererV2::open(char bracket) {
-  if (!isJson()) return;
-  separator();
-  buffer().append(bracket);
-  separatorDue_ = false;
-}
-
 void RendererV2::open(std::string_view keyText, char bracket) {
   if (!isJson()) return;
   key(keyText);
   buffer().append(bracket);
   separatorDue_ = false;
-}
-
-void RendererV2::close(char bracket) {
-  if (!isJson()) return;
-  buffer().append(bracket);
-  separatorDue_ = true;
 }
 
 void RendererV2::member(std::string_view keyText, bool value) {

@@ -78,11 +78,24 @@ class RendererV2 final : public Renderer {
 
  private:
   void appendText(std::string_view format, std::initializer_list<PrintfArg> args);
-  void separator();
+  // Every row of a dump is an object, so these are at hand without a call.
+  void separator() {
+    if (separatorDue_) buffer().append(',');
+    separatorDue_ = true;
+  }
+  void open(char bracket) {
+    if (!isJson()) return;
+    separator();
+    buffer().append(bracket);
+    separatorDue_ = false;
+  }
+  void close(char bracket) {
+    if (!isJson()) return;
+    buffer().append(bracket);
+    separatorDue_ = true;
+  }
   void key(std::string_view text);
-  void open(char bracket);
   void open(std::string_view key, char bracket);
-  void close(char bracket);
   void unsignedMember(std::string_view key, std::uint64_t value);
   void signedMember(std::string_view key, std::int64_t value);
 

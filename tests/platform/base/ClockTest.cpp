@@ -136,5 +136,37 @@ TEST_F(BudgetTimerTest, ClockThatFollowsTheCycleCounterIsReadInTheEnd) {
   EXPECT_EQ(clock.readings, 2U);
 }
 
+void letCyclesPass() {
+  const std::uint64_t before = cycleCounter();
+  while (cycleCounter() - before < 1'000'000) {
+  }
+}
+
+TEST_F(BudgetTimerTest, QuestionsThatFollowSlowlyAreEachAnsweredByTheClock) {
+  if (cycleCounter() == 0) GTEST_SKIP() << "no cycle counter on this processor";
+  CountingClock clock(true);
+  timer_.start(clock, 50ms);
+  for (int i = 0; i < 3; ++i) {
+    letCyclesPass();
+    EXPECT_FALSE(timer_.spent());
+  }
+  clock.time = 51ms;
+  letCyclesPass();
+  EXPECT_TRUE(timer_.spent());
+}
+
+TEST_F(BudgetTimerTest, QuestionsThatBecomeSlowOverrunTheBudgetByAFewAtMost) {
+  if (cycleCounter() == 0) GTEST_SKIP() << "no cycle counter on this processor";
+  for (int quick = 0; quick < 20; ++quick) {
+    CountingClock clock(true);
+    timer_.start(clock, 50ms);
+    for (int i = 0; i < quick; ++i) EXPECT_FALSE(timer_.spent());
+    clock.time = 51ms;
+    int slow = 1;
+    for (letCyclesPass(); !timer_.spent(); letCyclesPass()) ++slow;
+    EXPECT_LE(slow, 8) << "after " << quick << " quick ones";
+  }
+}
+
 }  // namespace
 }  // namespace Qel
