@@ -66,7 +66,18 @@ void HwProgrammer::start() {
     HwMacTable& first = chips_.find(ids.front())->macTable;
     std::vector<MacVlanPair> someChips;
     std::vector<MacVlanPair> noRoom;
+    // Where entries go is spread over the whole table: it is fetched while others are written.
+    constexpr int kAhead = 16;
+    auto ahead = software_->entries().begin();
+    const auto end = software_->entries().end();
+    const auto fetchNext = [&] {
+      if (ahead == end) return;
+      first.prefetch({ahead->key, hwKeyType(ahead->value)});
+      ++ahead;
+    };
+    for (int i = 0; i < kAhead; ++i) fetchNext();
     for (const auto& [pair, entry] : software_->entries()) {
+      fetchNext();
       if (!std::ranges::all_of(ids, [&e = entry](FapId id) { return heldAtStart(id, e); })) {
         someChips.push_back(pair);
       } else if (first.put(chips_.wanted(pair, entry)) == HwMacTable::kNowhere) {

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <fmt/format.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -66,6 +67,18 @@ struct Text {
   std::string_view view() const { return {bytes.get(), size}; }
 };
 
+// Large documents are read in memory of large pages: with small ones a quarter of the time went
+// into the kernel's handing them out one by one. Where there are none, nothing changes.
+void preferLargePages(void* memory, std::size_t size) {
+  constexpr std::uintptr_t kPage = 4096;
+  const auto begin = (reinterpret_cast<std::uintptr_t>(memory) + kPage - 1) / kPage * kPage;
+  const auto end = (reinterpret_cast<std::uintptr_t>(memory) + size) / kPage * kPage;
+  constexpr std::size_t kLarge = std::size_t{16} << 20;
+  if (end > begin && end - begin >= kLarge) {
+    ::madvise(reinterpret_cast<void*>(begin), end - begin, MADV_HUGEPAGE);
+  }
+}
+
 Text readAll(const std::string& path, const std::string& name) {
   // Document offsets are 32-bit numbers in the parser.
   constexpr std::size_t kMaxSize = 4'000'000'000;
@@ -74,6 +87,7 @@ Text readAll(const std::string& path, const std::string& name) {
   std::size_t capacity = std::max<std::size_t>(std::min(file.size(), kMaxSize) + 1, 1U << 16);
   Text text;
   text.bytes.reset(new char[capacity + simdjson::SIMDJSON_PADDING]);
+  preferLargePages(text.bytes.get(), capacity);
   while (const std::size_t n = file.read(text.bytes.get() + text.size, capacity - text.size)) {
     text.size += n;
     if (text.size < capacity) continue;
@@ -102,6 +116,10 @@ JsonDocument::JsonDocument(const std::string& path) : name_(path == "-" ? "stand
     throw DocumentError(fmt::format(
         "{}: is empty; write a JSON document, or see why the program that should have did not",
         name_));
+  }
+  if (parser_.allocate(text.size) == simdjson::SUCCESS) {
+    preferLargePages(parser_.doc.tape.get(), text.size * sizeof(std::uint64_t));
+    preferLargePages(parser_.doc.string_buf.get(), text.size);
   }
   const auto code = parser_.parse(text.bytes.get(), text.size, false).get(root_);
   if (code == simdjson::SUCCESS) return;
