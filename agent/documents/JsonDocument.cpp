@@ -70,13 +70,11 @@ struct Text {
 // Large documents are read in memory of large pages: with small ones a quarter of the time went
 // into the kernel's handing them out one by one. Where there are none, nothing changes.
 void preferLargePages(void* memory, std::size_t size) {
-  constexpr std::uintptr_t kPage = 4096;
-  const auto begin = (reinterpret_cast<std::uintptr_t>(memory) + kPage - 1) / kPage * kPage;
-  const auto end = (reinterpret_cast<std::uintptr_t>(memory) + size) / kPage * kPage;
   constexpr std::size_t kLarge = std::size_t{16} << 20;
-  if (end > begin && end - begin >= kLarge) {
-    ::madvise(reinterpret_cast<void*>(begin), end - begin, MADV_HUGEPAGE);
-  }
+  if (memory == nullptr || size < kLarge) return;
+  constexpr std::uintptr_t kPage = 4096;
+  const std::size_t before = (kPage - reinterpret_cast<std::uintptr_t>(memory) % kPage) % kPage;
+  ::madvise(static_cast<char*>(memory) + before, size - before, MADV_HUGEPAGE);
 }
 
 Text readAll(const std::string& path, const std::string& name) {
