@@ -56,7 +56,11 @@ git clone --quiet --no-hardlinks "$source" "$dir/srv/korvo"
 mount -t proc proc "$dir/proc"
 mount --bind /dev "$dir/dev"
 mount --bind /dev/pts "$dir/dev/pts"
-unmount() { umount "$dir/dev/pts" "$dir/dev" "$dir/proc"; }
+unmount() {
+  # Left by `ip netns` in the tests.
+  umount "$dir/run/netns" 2>/dev/null || true
+  umount "$dir/dev/pts" "$dir/dev" "$dir/proc"
+}
 trap unmount EXIT
 
 echo "bare-root-test: ./dev $* in a bare $suite at $dir"
