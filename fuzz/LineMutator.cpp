@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <random>
 #include <string>
 #include <string_view>
@@ -39,7 +38,7 @@ std::size_t write(const std::vector<std::string>& lines, std::uint8_t* data, std
   std::size_t size = 0;
   for (const std::string& line : lines) {
     if (size + line.size() + 1 > maxSize) break;
-    std::memcpy(data + size, line.data(), line.size());
+    std::copy(line.begin(), line.end(), data + size);
     size += line.size();
     data[size++] = '\n';
   }
