@@ -418,7 +418,7 @@ TEST_F(SliceSchedulerTest, AStoppedReaderCostsBoundedMemory) {
 /** A machine that has nothing to print until the test says so. */
 class WaitingMachine final : public AgentCommand::AgentAsyncCommandRequestSm {
  public:
-  WaitingMachine(Qel::Ptr<const AgentCommand::AgentCommandRequest> request,
+  WaitingMachine(const Qel::Ptr<const AgentCommand::AgentCommandRequest>& request,
                  Qel::Ptr<const Qel::Clock> clock, const bool& mayGoOn)
       : AgentAsyncCommandRequestSm(request->requestString(), request, milliseconds(50),
                                    std::move(clock)),
@@ -436,7 +436,7 @@ class WaitingMachine final : public AgentCommand::AgentAsyncCommandRequestSm {
 /** A machine that works for some slices before it prints. */
 class PreparingMachine final : public AgentCommand::AgentAsyncCommandRequestSm {
  public:
-  PreparingMachine(Qel::Ptr<const AgentCommand::AgentCommandRequest> request,
+  PreparingMachine(const Qel::Ptr<const AgentCommand::AgentCommandRequest>& request,
                    Qel::Ptr<const Qel::Clock> clock, const int& slices)
       : AgentAsyncCommandRequestSm(request->requestString(), request, milliseconds(50),
                                    std::move(clock)),
