@@ -52,7 +52,8 @@ class SchedulerHarness : public testing::Test {
     return *scheduler_;
   }
 
-  Qel::Ptr<Rendering::PrintBuffer> buffer(const Client& client, std::size_t size = 64 * 1024) {
+  Qel::Ptr<Rendering::PrintBuffer> buffer(const Client& client,
+                                          std::size_t size = std::size_t{64} * 1024) {
     return Qel::makePtr<Rendering::PrintBuffer>(
         std::make_unique<Rendering::ScriptedPort>(client.port), 0U, size,
         Rendering::PrintBuffer::kStream);

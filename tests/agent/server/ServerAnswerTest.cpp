@@ -161,7 +161,7 @@ TEST_F(ServerAnswerTest, TheLongestLineIsTakenAndALongerOneIsNot) {
 
 TEST_F(ServerAnswerTest, AClientThatSendsFarTooMuchStillReadsWhy) {
   const FileDescriptor client = connect();
-  const std::string piece(32 * 1024, 'x');
+  const std::string piece(std::size_t{32} * 1024, 'x');
   for (int i = 0; i < 100; ++i) {
     EXPECT_TRUE(sendWith(client.get(), piece)) << i;
     settle();

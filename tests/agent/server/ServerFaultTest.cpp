@@ -96,7 +96,7 @@ TEST_F(ServerFaultTest, ATcpSocketTakesAnAnswer) {
   writer.reset();
   settle();
   std::string text;
-  std::array<char, 4096> piece;
+  std::array<char, 4096> piece{};
   ssize_t n = 0;
   while ((n = ::recv(reader.get(), piece.data(), piece.size(), 0)) > 0) {
     text.append(piece.data(), static_cast<std::size_t>(n));
@@ -146,7 +146,7 @@ TEST_F(ServerFaultTest, AClientMayVanishAfterAnyByteOfItsAnswer) {
       }
       for (std::size_t read = 0; read < i;) {
         turn();
-        std::array<char, 256> piece;
+        std::array<char, 256> piece{};
         const ssize_t n =
             ::recv(made.answer.get(), piece.data(), std::min(piece.size(), i - read), MSG_DONTWAIT);
         if (n > 0) read += static_cast<std::size_t>(n);
@@ -224,7 +224,7 @@ TEST_F(ServerFaultTest, AReaderTooSlowForTheSocketToTakeMoreIsNotGivenUp) {
   policy.scheduler.clientTimeout = seconds(30);
   Request made = request("async text ROWS 10000000\n");
   settle();
-  std::array<char, 128 * 1024> piece;
+  std::array<char, std::size_t{128} * 1024> piece{};
   for (int i = 0; i < 5; ++i) {
     ASSERT_GT(::recv(made.answer.get(), piece.data(), piece.size(), MSG_DONTWAIT), 0);
     pass(seconds(30));

@@ -23,7 +23,7 @@ SocketPair makeSocketPair(int type) {
 
 std::string received(int socket) {
   std::string text;
-  std::array<char, 65536> piece;
+  std::array<char, 65536> piece{};
   for (;;) {
     const ssize_t n = ::recv(socket, piece.data(), piece.size(), MSG_DONTWAIT);
     if (n > 0) {

@@ -56,6 +56,7 @@ class ServerLimitTest : public ServerHarness {
 TEST_F(ServerLimitTest, ConnectionsOverTheLimitAreToldSo) {
   policy.maxConnections = 3;
   std::vector<FileDescriptor> clients;
+  clients.reserve(3);
   for (int i = 0; i < 3; ++i) clients.push_back(connect());
   const FileDescriptor fourth = connect();
   ASSERT_TRUE(sendWith(fourth.get(), "plain text PRINT hello\n"));
@@ -207,6 +208,7 @@ TEST_F(ServerListenTest, WithoutDescriptorsClientsAreTurnedAwayAndTheLoopRests) 
   server().listen(path);
   settle();
   std::vector<FileDescriptor> clients;
+  clients.reserve(40);
   for (int i = 0; i < 40; ++i) clients.push_back(connectAt(path));
   {
     const FewDescriptors none(0);

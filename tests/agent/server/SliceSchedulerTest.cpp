@@ -411,7 +411,7 @@ TEST_F(SliceSchedulerTest, AStoppedReaderCostsBoundedMemory) {
   start(client, 10'000'000, [&](std::uint64_t) { ++rows; });
   runAll();
   // One buffer's worth, and no more than the row that found the socket full.
-  EXPECT_EQ(rows, 64 * 1024 / rowText(0).size());
+  EXPECT_EQ(rows, std::size_t{64} * 1024 / rowText(0).size());
   scheduler().end(client.id, {RequestStatus::cancelled, ""});
 }
 
