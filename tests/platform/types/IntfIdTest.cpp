@@ -163,6 +163,7 @@ RC_GTEST_PROP(IntfIdProperty, SortingIsTheSameFromEveryStart, ()) {
     std::vector<IntfId> intfs(from.begin(), from.end());
     std::ranges::sort(intfs, [](IntfId x, IntfId y) { return x < y; });
     std::vector<std::string> result;
+    result.reserve(intfs.size());
     for (const IntfId intf : intfs) result.push_back(intf.stringValue());
     return result;
   };
