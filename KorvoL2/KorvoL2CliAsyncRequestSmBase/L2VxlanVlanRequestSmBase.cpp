@@ -107,10 +107,11 @@ RowOutcome L2VxlanVlanRequestSmBase::showVlan(VlanId vlan) {
   if (!openVlan_) openVlan(vlan);
   if (const VlanVpList* const list = interfacesOf(vlan)) {
     if (!interfaces_.started()) renderer().addFrills("   Interfaces:\n");
-    const WalkEnd end = interfaces_.runSlice(*list, *this, [this](const VlanVpList::Entry& entry) {
-      printVirtualPortUtil(renderer(), entry.key.intf(), entry.value);
-      return RowOutcome::printed;
-    });
+    const WalkEnd end =
+        interfaces_.runInsideRow(*list, *this, [this](const VlanVpList::Entry& entry) {
+          printVirtualPortUtil(renderer(), entry.key.intf(), entry.value);
+          return RowOutcome::printed;
+        });
     if (end == WalkEnd::yielded) return RowOutcome::unfinished;
   }
   closeVlan();

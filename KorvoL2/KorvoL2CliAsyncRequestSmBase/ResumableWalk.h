@@ -12,7 +12,9 @@
 //    An entry that took work and printed nothing (silent) ends it when its time is spent, or when
 //    very many of them came in one slice.
 //  - A row may itself stop in the middle (unfinished), where it has a walk inside: the slice ends,
-//    and the next one comes back to the same row.
+//    and the next one comes back to the same row. The inner walk traces nothing: a slice that is
+//    told to end after the last row of the inner walk is told so again after the row of the outer
+//    one.
 //  - A slice that runs out right after the last row of the table says so; what follows then is the
 //    dump's to choose, most of them are done.
 //  - The walk ends, even if entries are added ahead of it faster than it prints: once it has come
@@ -68,13 +70,23 @@ class ResumableWalk {
   void restart() { *this = ResumableWalk(); }
 
   /**
-   * Walks on from where the last slice stopped. `row` prints one entry, RowOutcome(const Entry&);
-   * what it throws passes on.
+   * Walks on from where the last slice stopped, and traces a yield. `row` prints one entry,
+   * RowOutcome(const Entry&); what it throws passes on.
    */
   template <class PrintRow>
   WalkEnd runSlice(const Collection& collection, AgentCommand::AgentAsyncCommandRequestSm& sm,
                    PrintRow&& row) {
+    const WalkEnd end = runInsideRow(collection, sm, std::forward<PrintRow>(row));
+    if (end != WalkEnd::exhausted) QEL_TRACE(trace(), 8, "Yielding Cpu");
+    return end;
+  }
+
+  /** The same for a walk inside a row of another walk, whose slice it is. */
+  template <class PrintRow>
+  WalkEnd runInsideRow(const Collection& collection, AgentCommand::AgentAsyncCommandRequestSm& sm,
+                       PrintRow&& row) {
     bool inRow = false;
+    bool toldToYield = false;
     try {
       auto it = position(collection);
       for (; it != collection.end(); ++it) {
@@ -90,8 +102,8 @@ class ResumableWalk {
           return WalkEnd::yielded;
         }
         ++visited_;
-        if (outcome == RowOutcome::printed ? sm.shouldYield() : sm.shouldYieldSilent()) {
-          QEL_TRACE(trace(), 8, "Yielding Cpu");
+        toldToYield = outcome == RowOutcome::printed ? sm.shouldYield() : sm.shouldYieldSilent();
+        if (toldToYield) {
           ++it;
           if (it == collection.end()) return WalkEnd::yieldedAtEnd;
           bookmarkIs(it->key);
@@ -102,7 +114,7 @@ class ResumableWalk {
       if (inRow) throw;
       collection.corruptionDetected(e.what());
     }
-    return WalkEnd::exhausted;
+    return toldToYield ? WalkEnd::yieldedAtEnd : WalkEnd::exhausted;
   }
 
  private:

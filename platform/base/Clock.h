@@ -77,13 +77,16 @@ class BudgetTimer {
     start_ = clock.now();
     lastCycles_ = lastAsked_ = cycleCounter();
     unasked_ = 0;
+    spent_ = false;
   }
 
   /**
    * Whether more than the budget has passed since start(). A clock that ran backwards counts as
-   * spent: the caller ends its slice and starts the next one on the new time.
+   * spent: the caller ends its slice and starts the next one on the new time. Once true, it stays
+   * true until start().
    */
   bool spent() {
+    if (spent_) return true;
     if (followsCycles_) {
       if (unasked_ != 0) {
         --unasked_;
@@ -96,7 +99,8 @@ class BudgetTimer {
       lastCycles_ = cycles;
     }
     const Duration elapsed = clock_->now() - start_;
-    return elapsed > budget_ || elapsed < Duration::zero();
+    spent_ = elapsed > budget_ || elapsed < Duration::zero();
+    return spent_;
   }
 
   Duration elapsed() const { return clock_->now() - start_; }
@@ -120,6 +124,7 @@ class BudgetTimer {
   std::uint64_t lastAsked_ = 0;   // when the counter was read
   unsigned unasked_ = 0;          // questions still to be passed over
   bool followsCycles_ = false;
+  bool spent_ = false;
 };
 
 }  // namespace Qel

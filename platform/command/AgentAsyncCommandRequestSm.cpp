@@ -27,6 +27,7 @@ void AgentAsyncCommandRequestSm::runCommand() {
   ++slices_;
   rowsInSlice_ = 0;
   silentInSlice_ = 0;
+  mustYield_ = false;
   buffer_->sliceBegin(policy_.outputWindow);
   timer_.start(*clock_, maxRunTime_);
   handleAsyncCommand(agentCommandRequest_->socket(), agentCommandRequest_->outputFormat());

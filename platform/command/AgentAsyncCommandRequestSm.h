@@ -12,6 +12,8 @@
 //  - shouldYield() is true when the slice has run longer than maxRunTime on the machine's clock;
 //    also when the slice has filled its output window or the socket takes no more, so that a
 //    reader that is slow or gone costs bounded memory and a slice that prints fast stays short.
+//  - A yes stays a yes until the slice ends, whatever drains or runs backwards meanwhile: a machine
+//    with a walk inside a walk asks twice.
 //  - It is asked after a row, so every slice prints at least one, whatever the clock does.
 //  - A walk that comes by long stretches of entries that print nothing asks shouldYieldSilent()
 //    there: it heeds the time and a number of entries and counts no row, so that it changes nothing
@@ -53,13 +55,20 @@ class AgentAsyncCommandRequestSm : public Qel::Entity {
     ++rows_;
     ++rowsInSlice_;
     buffer_->unitEnd();
-    return buffer_->sliceFull() || reached(rowsInSlice_, policy_.rowBudget) || timer_.spent();
+    if (mustYield_ || buffer_->sliceFull() || reached(rowsInSlice_, policy_.rowBudget) ||
+        timer_.spent()) {
+      mustYield_ = true;
+    }
+    return mustYield_;
   }
   /** The same where an entry took work and printed nothing; asked instead of shouldYield(). */
   bool shouldYieldSilent() {
     ++silentEntries_;
     ++silentInSlice_;
-    return reached(silentInSlice_, policy_.silentBudget) || timer_.spent();
+    if (mustYield_ || reached(silentInSlice_, policy_.silentBudget) || timer_.spent()) {
+      mustYield_ = true;
+    }
+    return mustYield_;
   }
   /** The body of a slice; a machine overrides it. `format` is a Rendering::OutputFormat. */
   virtual void handleAsyncCommand(std::uint32_t socket, std::uint32_t format);
@@ -104,8 +113,6 @@ class AgentAsyncCommandRequestSm : public Qel::Entity {
   ~AgentAsyncCommandRequestSm() override;
 
  private:
-  // Stays true once it is: a machine with a walk inside a walk asks twice after the inner one's
-  // end.
   static constexpr bool reached(std::uint32_t count, std::uint32_t budget) noexcept {
     return budget != 0 && count >= budget;
   }
@@ -123,6 +130,7 @@ class AgentAsyncCommandRequestSm : public Qel::Entity {
   Qel::Duration worstSlice_{0};
   std::uint32_t rowsInSlice_ = 0;
   std::uint32_t silentInSlice_ = 0;
+  bool mustYield_ = false;  // this slice was told to end
   bool initialized_ = false;
   bool executionCompleteFlag_ = false;
 };

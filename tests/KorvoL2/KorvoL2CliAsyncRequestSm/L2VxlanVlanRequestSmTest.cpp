@@ -1,7 +1,9 @@
 #include <gmock/gmock.h>
 #include <rapidjson/document.h>
 
+#include <deque>
 #include <set>
+#include <utility>
 
 #include "platform/base/Exceptions.h"
 #include "platform/base/Tracked.h"
@@ -368,6 +370,66 @@ TEST_F(VxlanVlanRequest, AYieldAfterTheLastInterfaceOfTheLastVlanCompletesInTheS
   sm->slicePolicyIs({.rowBudget = 1});
   EXPECT_EQ(runToCompletion(*sm), 1U);
   EXPECT_THAT(reader->received, EndsWith("{\"Ethernet1\":7}}}}\n"));
+}
+
+/** A clock with a script of readings; the last one stays. */
+class ScriptedClock final : public Qel::Clock {
+ public:
+  explicit ScriptedClock(std::deque<Qel::Duration> readings) : readings_(std::move(readings)) {}
+  Qel::Duration now() const override {
+    const Qel::Duration reading = readings_.front();
+    if (readings_.size() > 1) readings_.pop_front();
+    return reading;
+  }
+
+ private:
+  mutable std::deque<Qel::Duration> readings_;
+};
+
+TEST_F(VxlanVlanRequest, AYesAfterTheLastInterfaceOfAVlanEndsTheSliceWithThatVlan) {
+  mapVlan(10, 10010);
+  mapVlan(20, 20010);
+  putEdge("Ethernet1", 10, 7);
+  putEdge("Ethernet2", 10, 7);
+  // The slice begins; two entries of the work list, two interfaces, and whoever asks again is told
+  // that no time has passed.
+  const auto readings =
+      Qel::makePtr<ScriptedClock>(std::deque<Qel::Duration>{0ms, 10ms, 20ms, 30ms, 51ms, 0ms});
+  auto sm = l2VxlanVlanRequestSmBaseFactory("request-1", request(kText), kBudget, readings, fcsd,
+                                            l2State, l3Config, l3Status, true);
+  sm->runCommand();
+  EXPECT_EQ(sm->bookmark(), VlanId(20));
+  EXPECT_THAT(reader->received, EndsWith("      Ethernet2: SVP 7\n"));
+  EXPECT_THAT(traces->messages(), ElementsAre("socket:7, format:1", "Yielding Cpu"));
+}
+
+// Counts lines, whatever time the slices take: the shorter the budget, the more often it ends with
+// the last interface of a VLAN.
+TEST_F(VxlanVlanRequest, EverySliceThatIsToldToEndOnARealClockEndsAndTracesItOnce) {
+  for (unsigned vlan = 1; vlan <= 2000; ++vlan) {
+    mapVlan(vlan, vlan);
+    for (unsigned port = 1; port <= 3; ++port) putEdge(port, vlan, 7);
+  }
+  for (const bool detail : {false, true}) {
+    traces->clear();
+    auto sm = l2VxlanVlanRequestSmBaseFactory("request-1", request(kText), 5us,
+                                              Qel::makePtr<Qel::SteadyClock>(), fcsd, l2State,
+                                              l3Config, l3Status, detail);
+    runToCompletion(*sm);
+    ASSERT_GT(sm->slices(), 1U);
+    bool toldToEnd = true;
+    for (const std::string& message : traces->messages()) {
+      if (message == "Yielding Cpu") {
+        ASSERT_FALSE(toldToEnd) << "twice in one slice";
+        toldToEnd = true;
+      } else if (message.starts_with("socket:")) {
+        ASSERT_TRUE(toldToEnd) << "a slice ended without a word";
+        toldToEnd = false;
+      }
+    }
+    // The last slice ends with the table; it may have been told to end right there.
+    EXPECT_EQ(traces->count("Yielding Cpu") - (toldToEnd ? 1 : 0), sm->slices() - 1);
+  }
 }
 
 // Changes between two slices.

@@ -93,6 +93,25 @@ TEST_F(BudgetTimerTest, ClockThatRanBackwardsCountsAsSpent) {
   EXPECT_TRUE(timer_.spent());
 }
 
+TEST_F(BudgetTimerTest, OnceSpentItStaysSpentWhateverTheClockDoes) {
+  timer_.start(clock_, 50ms);
+  clock_.advance(51ms);
+  EXPECT_TRUE(timer_.spent());
+  clock_.nowIs(1ms);
+  EXPECT_TRUE(timer_.spent());
+}
+
+TEST_F(BudgetTimerTest, OnceSpentItStaysSpentHoweverQuicklyItIsAskedAgain) {
+  CountingClock clock(true);
+  timer_.start(clock, 50ms);
+  clock.time = 51ms;
+  while (!timer_.spent()) {
+  }
+  for (int i = 0; i < 20; ++i) EXPECT_TRUE(timer_.spent()) << i;
+  timer_.start(clock, 50ms);
+  EXPECT_FALSE(timer_.spent());
+}
+
 TEST_F(BudgetTimerTest, StartBeginsAnewOnTheNewTime) {
   clock_.nowIs(10s);
   timer_.start(clock_, 50ms);

@@ -322,8 +322,8 @@ TEST_F(RequestSmTest, AskedWhereNothingWasPrintedANumberOfEntriesEndsASliceToo) 
   sm->whileRow = [&](int) {
     for (int i = 0; i < 3; ++i) answers.push_back(sm->shouldYieldSilent());
   };
-  EXPECT_EQ(run(*sm), (Slices{2}));
-  EXPECT_EQ(answers, (std::vector<bool>{false, true, true, true, true, true}));
+  EXPECT_EQ(run(*sm), (Slices{1, 1, 0}));
+  EXPECT_EQ(answers, (std::vector<bool>{false, true, true, false, true, true}));
   EXPECT_EQ(sm->rows(), 2U);
   EXPECT_EQ(sm->entriesDone(), 8U);
 }
@@ -337,6 +337,39 @@ TEST_F(RequestSmTest, OnceTheRowsOfASliceAreSpentTheyStaySpent) {
   };
   run(*sm);
   EXPECT_EQ(answers, (std::vector<bool>{true, true}));
+}
+
+TEST_F(RequestSmTest, AYesStaysAYesThoughTheClockRunsBackToTheSlicesTime) {
+  const auto sm = make(2);
+  sm->whileRow = [&](int) {
+    const Qel::Duration start = clock_->now();
+    clock_->advance(kBudget + 1ns);
+    EXPECT_TRUE(sm->shouldYield());
+    clock_->nowIs(start);
+  };
+  EXPECT_EQ(run(*sm), (Slices{2, 2, 0})) << "each row asks twice";
+}
+
+TEST_F(RequestSmTest, AYesStaysAYesThoughTheSocketTakesMoreAgain) {
+  const auto sm = make(2);
+  script_->answers = {3};
+  sm->whileRow = [&](int row) {
+    if (row != 1) return;
+    sm->renderer().buffer().flush();
+    EXPECT_TRUE(sm->shouldYield());
+    EXPECT_TRUE(sm->renderer().buffer().flush());
+  };
+  EXPECT_EQ(run(*sm), (Slices{2, 1}));
+}
+
+TEST_F(RequestSmTest, AYesToASilentEntryIsOneToARowAsWell) {
+  const auto sm = make(3);
+  sm->slicePolicyIs({.silentBudget = 1});
+  sm->whileRow = [&](int row) {
+    if (row != 2) return;
+    EXPECT_TRUE(sm->shouldYieldSilent());
+  };
+  EXPECT_EQ(run(*sm), (Slices{2, 1}));
 }
 
 }  // namespace
