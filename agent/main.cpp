@@ -9,6 +9,8 @@
 #include <iostream>
 #include <memory>
 #include <optional>
+#include <string>
+#include <vector>
 
 #include "agent/AgentOptions.h"
 #include "agent/chips/SwitchHardware.h"
@@ -48,8 +50,8 @@ void fillModel(const AgentOptions& options, SwitchModel& model) {
 }
 
 CommandCallbacks makeCallbacks(const AgentOptions& options) {
-  const AgentCommand::PluginEntry& plugin =
-      loadPlugin(options.plugin.empty() ? findDefaultPlugin() : options.plugin);
+  const std::string file = options.plugin.empty() ? findDefaultPlugin() : options.plugin;
+  const AgentCommand::PluginEntry& plugin = loadPlugin(file);
   return {plugin.cliCallback("agent"), plugin.cliCallbackWithFormat("agent")};
 }
 

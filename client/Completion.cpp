@@ -260,7 +260,7 @@ std::string optionsWithValue() {
 }
 
 // In single quotes.
-std::string quoted(std::string_view text) {
+std::string singleQuoted(std::string_view text) {
   return fmt::format("'{}'", fmt::join(split(text, '\''), "'\\''"));
 }
 
@@ -277,14 +277,15 @@ std::string wordsOnly(const std::vector<Choice>& choices) {
 std::string described(const std::vector<Choice>& choices) {
   std::string text;
   for (const auto& [word, meaning] : choices) {
-    text += fmt::format("        {}\n", quoted(fmt::format("{}:{}", word, meaning)));
+    text += fmt::format("        {}\n", singleQuoted(fmt::format("{}:{}", word, meaning)));
   }
   return text;
 }
 
 std::string bashCase(std::string_view path) {
-  return fmt::format("    {}) commands={} options={} ;;\n", quoted(path),
-                     quoted(wordsOnly(wordsAfter(path))), quoted(wordsOnly(optionsAfter(path))));
+  return fmt::format("    {}) commands={} options={} ;;\n", singleQuoted(path),
+                     singleQuoted(wordsOnly(wordsAfter(path))),
+                     singleQuoted(wordsOnly(optionsAfter(path))));
 }
 
 std::string zshCase(std::string_view path) {
@@ -292,8 +293,8 @@ std::string zshCase(std::string_view path) {
     return choices.empty() ? fmt::format("      {}=()\n", name)
                            : fmt::format("      {}=(\n{}      )\n", name, described(choices));
   };
-  return fmt::format("    ({})\n{}{}      ;;\n", quoted(path), list("following", wordsAfter(path)),
-                     list("itsOptions", optionsAfter(path)));
+  return fmt::format("    ({})\n{}{}      ;;\n", singleQuoted(path),
+                     list("following", wordsAfter(path)), list("itsOptions", optionsAfter(path)));
 }
 
 // A case for the root, for every first words and for every command.
