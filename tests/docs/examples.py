@@ -1,6 +1,7 @@
-"""Examples in the documents: finding them, running them, comparing them, writing them anew.
+"""Examples in the documents: running them, comparing them, writing them anew.
 
-A block is a fence of the kind `console`:
+An example is a block of the kind `console`, or one without a kind (indented, or in a manual page) that
+begins with "$ ":
 
     ```console
     $ korvoctl agent chips
@@ -14,12 +15,17 @@ lines, and "..." within a line for any text. Blanks at the ends of lines do not 
 
 Each block has a folder of its own and an agent of its own, `korvo-l2-agent --demo`, unless it starts
 one itself: a command that ends in " &" is waited for until it has printed a line, and is ended with
-the block. The documents call the agent's socket /tmp/korvo.sock; the examples run elsewhere.
+the block. The documents call the agent's socket /tmp/korvo.sock; the examples run elsewhere. `bridge`
+prints what it printed on one Linux machine, whatever this machine's table is.
+
+Every other block is of a kind that another test looks after (kData), or not_run.py gives the reason why
+it is not run.
 """
 
 import os
 import pathlib
 import re
+import shlex
 import subprocess
 import sys
 import tempfile
@@ -27,8 +33,14 @@ import uuid
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "end_to_end"))
 
-from korvo import Agent, kBuild, kPatience
+from blocks import manBlocks, markdownBlocks
+from korvo import Agent, kBuild, kPatience, kSource
+from not_run import kNotRun
 
+kManualPages = (".1", ".8")
+# Documents for the agent, and pieces of the example host: tests of agent/documents and tests/install read these.
+kData = ("json", "cpp", "cmake")
+kBridgeTable = kSource / "tests" / "data" / "bridge-fdb.json"
 kSocket = "/tmp/korvo.sock"
 kAny = "..."
 # A new example's answer is cut to so much.
@@ -53,48 +65,26 @@ class Example:
         return "\n".join(line[2:] for line in self.source)
 
 
-class Block:
-    """The lines between two fences; begin and end are where these stand."""
-
-    def __init__(self, begin, kind):
-        self.begin = begin
-        self.kind = kind
-        self.lines = []
-
-    @property
-    def end(self):
-        return self.begin + 1 + len(self.lines)
-
-    def examples(self):
-        found = []
-        for number, line in enumerate(self.lines, self.begin + 1):
-            if line.startswith("$ "):
-                found.append(Example(number, line))
-            elif not found:
-                raise ValueError(f"line {number + 1}: an answer before the first command")
-            elif line.startswith("> ") and not found[-1].expected:
-                found[-1].source.append(line)
-            else:
-                found[-1].expected.append(line)
-        return found
-
-
-def blocksOf(text):
-    """Every fenced block of a document."""
+def examplesOf(block):
+    """The examples of a block that holds nothing else."""
     found = []
-    block = None
-    for number, line in enumerate(text.splitlines()):
-        if block is None:
-            if match := re.match(r"```(.*)$", line):
-                block = Block(number, match[1].strip())
-        elif line == "```":
-            found.append(block)
-            block = None
+    for number, line in enumerate(block.lines, block.begin):
+        if line.startswith("$ "):
+            found.append(Example(number, line))
+        elif not found:
+            raise ValueError(f"line {number + 1}: an answer before the first command")
+        elif line.startswith("> ") and not found[-1].expected:
+            found[-1].source.append(line)
         else:
-            block.lines.append(line)
-    if block is not None:
-        raise ValueError(f"line {block.begin + 1}: the block has no end")
+            found[-1].expected.append(line)
+    for example in found:
+        if example.expected == [kAny]:
+            raise ValueError(f"line {example.line + 1}: an answer of nothing but \"{kAny}\" compares nothing")
     return found
+
+
+def isExample(block):
+    return block.kind == "console" or not block.kind and block.lines[:1] and block.lines[0].startswith("$ ")
 
 
 def lineMatches(expected, line):
@@ -161,12 +151,14 @@ def rewritten(expected, lines):
 
 def scriptOf(examples, mark):
     """A bash script that prints the mark after the answer to each command."""
-    script = ["exec 2>&1", "trap 'kill $(jobs -p) 2>/dev/null; wait' EXIT"]
+    script = ["exec 2>&1", "trap 'kill $__agents 2>/dev/null; wait' EXIT",
+              f"bridge() {{ cat {shlex.quote(str(kBridgeTable))}; }}"]
     for number, example in enumerate(examples):
         command = example.command
         if command.endswith(" &"):
             script += [f"mkfifo says{number}; exec {{said}}<>says{number}",
                        f"{command[:-2]} >says{number} 2>&1 &",
+                       '__agents+=" $!"',
                        "IFS= read -r line <&\"$said\"; printf '%s\\n' \"$line\""]
         else:
             script.append(command)
@@ -177,7 +169,7 @@ def scriptOf(examples, mark):
 
 def answersOf(block, after=0):
     """What each example of a block prints when the agent is so many seconds old, as lists of lines."""
-    examples = block.examples()
+    examples = examplesOf(block)
     with tempfile.TemporaryDirectory(prefix="korvo-docs-") as folder:
         socket = os.path.join(folder, "korvo.sock")
         mark = f"\x1e{uuid.uuid4().hex}\x1e"
@@ -197,14 +189,16 @@ def answersOf(block, after=0):
                 output = run()
         answers = output.decode(errors="replace").replace(socket, kSocket).split(mark)[:-1]
     if len(answers) != len(examples):
-        raise ValueError(f"line {block.begin + 1}: the shell ended after {len(answers)} commands")
+        raise ValueError(f"line {block.begin}: the shell ended after {len(answers)} commands")
     return [answer.splitlines() for answer in answers]
 
 
-def newLinesOf(block, usages):
-    """What a block is to hold; None for blocks that are nobody's business."""
-    if block.kind == "console":
-        asked, answers = block.examples(), answersOf(block)
+def newLinesOf(block, usages, notRun):
+    """What a block is to hold; None for blocks that are somebody else's business."""
+    if block.kind in kData or block.lines[:1] and block.lines[0] in notRun:
+        return None
+    if isExample(block):
+        asked, answers = examplesOf(block), answersOf(block)
         if not all(matches(example.expected, answer) for example, answer in zip(asked, answers)):
             # Ages and counters are not to be written down.
             answers = map(steady, answers, answersOf(block, kLater))
@@ -212,17 +206,23 @@ def newLinesOf(block, usages):
                 for line in example.source + rewritten(example.expected, answer)]
     kind, _, command = block.kind.partition(" ")
     if kind != "usage":
-        return None
+        raise ValueError(f"line {block.begin}: the block is neither run nor listed in not_run.py")
     if command not in usages:
-        raise ValueError(f"line {block.begin + 1}: there is no command '{command}'")
+        raise ValueError(f"line {block.begin}: there is no command '{command}'")
     return usages[command]
 
 
-def renewed(text, usages):
-    """A Markdown document as it ought to be."""
+def blocksOf(path, text):
+    return (manBlocks if path.suffix in kManualPages else markdownBlocks)(text)
+
+
+def renewed(path, text, usages):
+    """A document as it ought to be."""
+    path = path.resolve()
+    notRun = kNotRun.get(str(path.relative_to(kSource)), {}) if path.is_relative_to(kSource) else {}
     lines = text.splitlines()
-    for block in reversed(blocksOf(text)):
-        new = newLinesOf(block, usages)
+    for block in reversed(blocksOf(path, text)):
+        new = newLinesOf(block, usages, notRun)
         if new is not None:
-            lines[block.begin + 1:block.end] = new
+            lines[block.begin:block.end] = block.written(new)
     return "\n".join(lines) + "\n"

@@ -9,6 +9,7 @@ import textwrap
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "end_to_end"))
 
+from blocks import roff
 from korvo import kClient, kPatience, kSource
 
 kBegin = '.\\" Commands: written by tests/docs/run_examples.py --update.'
@@ -48,12 +49,6 @@ def usageBlocks(commands):
         blocks[command["command"]] = [command["usage"],
                                       *(f"  {name:<{width}}  {text}" for name, text in rows)]
     return blocks
-
-
-def roff(text):
-    """Text as a line of a manual page."""
-    escaped = text.replace("\\", "\\e").replace("-", "\\-")
-    return "\\&" + escaped if escaped.startswith((".", "'")) else escaped
 
 
 def sentences(text):

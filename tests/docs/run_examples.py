@@ -3,10 +3,11 @@
 
     run_examples.py [--update] [--build FOLDER] [FILE...]
 
-Without FILE, README.md and every document in docs/. Besides the examples it compares what documents
-say of commands with what `korvoctl commands --json` says: blocks of the kind `usage COMMAND`, the
-list of commands in korvoctl's manual page, and the completion scripts. --update writes all of that
-anew. To add an example, write its line "$ korvoctl ..." into a `console` block and update.
+Without FILE, every document of the tree: those at the top, those in docs/ and the manual pages.
+Besides the examples it compares what documents say of commands with what `korvoctl commands --json`
+says: blocks of the kind `usage COMMAND`, the list of commands in korvoctl's manual page, and the
+completion scripts. --update writes all of that anew. To add an example, write its line
+"$ korvoctl ..." into a `console` block and update.
 """
 
 import argparse
@@ -33,19 +34,17 @@ def main():
 
     commands = reference.commandList()
     usages = reference.usageBlocks(commands)
-    files = options.files or [kSource / "README.md", *sorted((kSource / "docs").glob("*.md")),
-                              kSource / "docs" / "man" / "korvoctl.1",
-                              *reference.kCompletions]
+    files = options.files or [*sorted(kSource.glob("*.md")), *sorted((kSource / "docs").glob("*.md")),
+                              *sorted((kSource / "docs" / "man").iterdir()), *reference.kCompletions]
     failed = False
     for path in files:
         text = path.read_text()
         try:
             if path in reference.kCompletions:
                 new = reference.completion(path)
-            elif path.suffix == ".1":
-                new = reference.withCommands(text, commands)
             else:
-                new = examples.renewed(text, usages)
+                new = reference.withCommands(text, commands) if path.name == "korvoctl.1" else text
+                new = examples.renewed(path, new, usages)
         except ValueError as error:
             print(f"{path}: {error}")
             failed = True

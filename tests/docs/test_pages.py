@@ -1,5 +1,6 @@
 """The manual pages and the reference of commands are whole."""
 
+import os
 import re
 import shutil
 import subprocess
@@ -7,8 +8,12 @@ import unittest
 
 import examples
 import reference
-from korvo import kAgent, kClient, kPatience, kSource
+from blocks import markdownBlocks
+from korvo import Agent, kAgent, kBuild, kClient, kPatience, kSource
+from not_run import kNotRun
 
+# How the examples of help texts end that do not end with 0 on the demo's switch.
+kEnds = {"check mac diff": 1, "check mac missing": 1, "agent cancel": 3}
 kMan = kSource / "docs" / "man"
 kPages = {kClient: kMan / "korvoctl.1", kAgent: kMan / "korvo-l2-agent.8"}
 
@@ -73,7 +78,7 @@ class CommandReference(unittest.TestCase):
 
     def test_every_command_has_a_section_with_its_usage(self):
         headings = re.findall(r"^### (.+)$", self.text, re.M)
-        kinds = [block.kind for block in examples.blocksOf(self.text)]
+        kinds = [block.kind for block in markdownBlocks(self.text)]
         for command in reference.commandList():
             self.assertEqual(headings.count(command["command"]), 1, command["command"])
             self.assertEqual(kinds.count("usage " + command["command"]), 1, command["command"])
@@ -82,6 +87,29 @@ class CommandReference(unittest.TestCase):
         for section in re.split(r"^### ", self.text, flags=re.M)[1:]:
             command = section.splitlines()[0]
             self.assertIn(f"```usage {command}\n", section)
+
+
+class HelpTexts(unittest.TestCase):
+    def test_every_example_runs(self):
+        for command in reference.commandList():
+            with Agent("--demo") as agent:
+                done = subprocess.run(
+                    ["bash", "-c", command["example"]], stdin=subprocess.DEVNULL, capture_output=True,
+                    text=True, timeout=kPatience,
+                    env={**os.environ, "PATH": f"{kBuild / 'bin'}:{os.environ['PATH']}",
+                         "KORVO_L2_SOCKET": agent.socket})
+            self.assertEqual(done.returncode, kEnds.get(command["command"], 0),
+                             (command["example"], done.stderr))
+
+
+class BlocksThatAreNotRun(unittest.TestCase):
+    def test_each_stands_in_its_document_and_has_its_reason(self):
+        for document, listed in kNotRun.items():
+            path = kSource / document
+            first = [block.lines[0] for block in examples.blocksOf(path, path.read_text()) if block.lines]
+            for line, reason in listed.items():
+                self.assertIn(line, first, document)
+                self.assertTrue(reason)
 
 
 if __name__ == "__main__":
