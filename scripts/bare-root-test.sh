@@ -53,13 +53,16 @@ cp /etc/resolv.conf /etc/hosts "$dir/etc/" 2>/dev/null || true
 rm -rf "$dir/srv/korvo"
 git clone --quiet --no-hardlinks "$source" "$dir/srv/korvo"
 
+# Its own mount, as a root is: `ip netns` changes how mounts below "/" propagate.
+mount --bind "$dir" "$dir"
 mount -t proc proc "$dir/proc"
+mount -t sysfs sysfs "$dir/sys"
 mount --bind /dev "$dir/dev"
 mount --bind /dev/pts "$dir/dev/pts"
 unmount() {
   # Left by `ip netns` in the tests.
   umount "$dir/run/netns" 2>/dev/null || true
-  umount "$dir/dev/pts" "$dir/dev" "$dir/proc"
+  umount "$dir/dev/pts" "$dir/dev" "$dir/sys" "$dir/proc" "$dir"
 }
 trap unmount EXIT
 

@@ -14,7 +14,7 @@ readonly kBuildPackages=(
   libcli11-dev)
 readonly kTestPackages=(
   libgtest-dev libgmock-dev librapidcheck-dev jq socat iproute2 python3 python3-jsonschema
-  valgrind)
+  valgrind zsh groff mandoc systemd binutils)
 readonly kBenchPackages=(libbenchmark-dev python3 gnuplot-nox)
 readonly kPeerPackages=(openvswitch-switch bird2 iproute2)
 readonly kCheckPackages=(git clang-format clang-tidy cppcheck shellcheck)
