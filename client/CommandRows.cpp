@@ -116,7 +116,8 @@ constexpr CommandRow kCommands[] = {
      .options = kDetailOnly,
      .whenEmpty = "VXLAN carries no VLAN",
      .summary = "VNI and VFI of each VLAN in VXLAN",
-     .details = "--detail adds each VLAN's multicast index, SVP and interfaces.",
+     .details = "--detail adds each VLAN's multicast index, SVP and interfaces. In JSON a VLAN\n"
+                "without a mapping has the key 1, so a document may hold this key more than once.",
      .example = "korvoctl show vxlan vlan --detail"},
 
     {.path = "show vxlan vlan summary",
@@ -272,7 +273,8 @@ constexpr CommandRow kCommands[] = {
      .summary = "Entries that differ between the sides",
      .details = "Has the hardware table of each chip read and compared, which takes a while.\n"
                 "The two sides are the software's table and the hardware's. Exit status 1 when an\n"
-                "entry differs. --detail adds the hardware index.",
+                "entry differs. The total counts an entry once for each chip that differs.\n"
+                "--detail adds the hardware index.",
      .example = "korvoctl check mac diff && echo same"},
 
     {.path = "check mac missing",
@@ -283,7 +285,8 @@ constexpr CommandRow kCommands[] = {
      .summary = "MAC entries that one side lacks",
      .details = "Has the hardware table of each chip read and compared, which takes a while.\n"
                 "The two sides are the software's table and the hardware's. Exit status 1 when an\n"
-                "entry is missing. --detail adds the key type and the hardware index.",
+                "entry is missing. The totals count an entry once for each chip.\n"
+                "--detail adds the key type and the hardware index.",
      .example = "korvoctl check mac missing --json"},
 
     {.path = "clear multicast shadow",

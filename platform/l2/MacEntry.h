@@ -52,7 +52,7 @@ struct MacEntry {
   MacEntryType type = MacEntryType::learnedDynamic;
   MacEntrySource source = MacEntrySource::hardware;
   MacKeyType keyType = MacKeyType::bridge;
-  /** Clear for entries that the agent keeps for itself; dumps skip them. */
+  /** Clear for entries that the agent keeps for itself; the dump of this table skips them. */
   bool printable = true;
 
   friend bool operator==(const MacEntry&, const MacEntry&) = default;

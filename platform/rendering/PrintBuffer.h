@@ -157,7 +157,7 @@ class PrintBuffer final : public Qel::RefCounted {
   bool failed_ = false;
 };
 
-/** Writes a short text to a socket as a print buffer does, nothing lost and nothing blocked. */
+/** Writes a short text to a socket; the undelivered handler gets what the socket does not take. */
 void printToSocket(std::uint32_t socket, std::string_view text);
 
 }  // namespace Rendering
