@@ -6,10 +6,11 @@
 // software shadow and fills the check's result table. Each slice looks at that table's completion
 // flag; when it is set, the report is printed from the result table, which rests from then on.
 //
-// Reports and their slices: a slice that runs out right after the last entry leaves its bookmark
-// where it was, so that the next slice prints the entries from there again, and counts them again.
-// Tools that read these reports know it. It happens once for a report: the second time the end is
-// the end, or a slice too short for what it repeats would never get done.
+// Reports and their slices: a slice whose time is spent right after the last entry leaves its
+// bookmark where it was, so that the next slice prints the entries from there again, and counts
+// them again. Tools that read these reports know it. It happens once for a report: the second time
+// the end is the end, or a slice too short for what it repeats would never get done. Whatever else
+// ends a slice there (its window, its rows, a socket that takes no more) ends the report.
 //
 // Threading: the agent's event-loop thread only.
 #pragma once
@@ -100,12 +101,16 @@ class L2MacCheckRequestSmBase : public AgentCommand::AgentAsyncCommandRequestSm 
   void runReportSlice(ResumableWalk<Collection>& walk, const Collection& entries,
                       PrintEntry&& printEntry) {
     inProgressIs(true);
+    bool printed = false;
     const WalkEnd end = walk.runSlice(entries, *this, [&](const auto& entry) {
       printEntry(entry);
+      printed = true;
       return RowOutcome::printed;
     });
     if (end == WalkEnd::yielded) return;
-    if (end == WalkEnd::yieldedAtEnd && !endRepeated_) {
+    if (printed && !endRepeated_ && timeSpent()) {
+      // The walk asks for the time now and then only, and not where there is another reason.
+      if (end == WalkEnd::exhausted) QEL_TRACE(trace(), 8, "Yielding Cpu");
       endRepeated_ = true;
       return;
     }

@@ -98,6 +98,12 @@ class BudgetTimer {
       if (cycles - lastCycles_ < kCyclesBetweenReadings) return false;
       lastCycles_ = cycles;
     }
+    return spentNow();
+  }
+
+  /** The same, exactly: reads the clock unless the answer is known. */
+  bool spentNow() {
+    if (spent_) return true;
     const Duration elapsed = clock_->now() - start_;
     spent_ = elapsed > budget_ || elapsed < Duration::zero();
     return spent_;

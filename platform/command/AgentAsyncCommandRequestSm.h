@@ -15,6 +15,9 @@
 //  - A yes stays a yes until the slice ends, whatever drains or runs backwards meanwhile: a machine
 //    with a walk inside a walk asks twice.
 //  - It is asked after a row, so every slice prints at least one, whatever the clock does.
+//  - timeSpent() tells of the time alone, and exactly: shouldYield() looks at the clock only now
+//  and
+//    then. It is for machines whose output depends on it, and costs a reading of the clock.
 //  - A walk that comes by long stretches of entries that print nothing asks shouldYieldSilent()
 //    there: it heeds the time and a number of entries and counts no row, so that it changes nothing
 //    about what is printed.
@@ -70,6 +73,8 @@ class AgentAsyncCommandRequestSm : public Qel::Entity {
     }
     return mustYield_;
   }
+  /** Whether the slice has run longer than maxRunTime; reads the clock. */
+  bool timeSpent() { return timer_.spentNow(); }
   /** The body of a slice; a machine overrides it. `format` is a Rendering::OutputFormat. */
   virtual void handleAsyncCommand(std::uint32_t socket, std::uint32_t format);
 

@@ -6,8 +6,7 @@
 //  - No slice took longer than its budget and one row.
 //  - Of an answer that is complete, all was received; JSON is one strict document.
 //  - Its rows ascend and none comes twice, but for the end of a check's report, which comes once
-//  more
-//    when its slice runs out right there.
+//    more when the time of its slice is spent right there, and for no other reason.
 //    Each was in its table when it was printed; a row that was in its table from beginning to end
 //    is there. Dumps that take a copy first show that copy.
 #pragma once
@@ -39,8 +38,8 @@ void judge(const Client& client, const World& world, const SliceAllowance& allow
 bool rowsAreWhole(const Client& client);
 /** Whether the keyword is one of the checks', whose end a report may show twice. */
 bool isCheck(std::string_view keyword);
-/** Drops the rows of a check that it shows a second time. */
-void dropRepeated(std::vector<AnswerRow>& rows);
+/** Drops the rows of a check that it shows a second time; false if there are none. */
+bool dropRepeated(std::vector<AnswerRow>& rows);
 /** The rows of a complete answer. */
 std::vector<AnswerRow> rowsOf(const Client& client);
 

@@ -155,6 +155,18 @@ TEST_F(BudgetTimerTest, ClockThatFollowsTheCycleCounterIsReadInTheEnd) {
   EXPECT_EQ(clock.readings, 2U);
 }
 
+TEST_F(BudgetTimerTest, TheExactAnswerReadsTheClockThoughHardlyACyclePassed) {
+  CountingClock clock(true);
+  timer_.start(clock, 50ms);
+  EXPECT_FALSE(timer_.spentNow());
+  clock.time = 50ms;
+  EXPECT_FALSE(timer_.spentNow());
+  clock.time = 50ms + 1ns;
+  EXPECT_TRUE(timer_.spentNow());
+  EXPECT_TRUE(timer_.spent());
+  EXPECT_EQ(clock.readings, 4U) << "a known answer needs no reading";
+}
+
 void letCyclesPass() {
   const std::uint64_t before = cycleCounter();
   while (cycleCounter() - before < 1'000'000) {

@@ -362,6 +362,22 @@ TEST_F(RequestSmTest, AYesStaysAYesThoughTheSocketTakesMoreAgain) {
   EXPECT_EQ(run(*sm), (Slices{2, 1}));
 }
 
+TEST_F(RequestSmTest, TheTimeIsNotSpentWhereTheSliceEndsForAnotherReason) {
+  const auto sm = make(2);
+  sm->slicePolicyIs({.outputWindow = 1, .rowBudget = 1});
+  script_->answers = {0};
+  std::vector<bool> answers;
+  sm->whileRow = [&](int) {
+    sm->renderer().buffer().flush();
+    EXPECT_TRUE(sm->shouldYield());
+    answers.push_back(sm->timeSpent());
+    clock_->advance(kBudget + 1ns);
+    answers.push_back(sm->timeSpent());
+  };
+  run(*sm);
+  EXPECT_EQ(answers, (std::vector<bool>{false, true, false, true}));
+}
+
 TEST_F(RequestSmTest, AYesToASilentEntryIsOneToARowAsWell) {
   const auto sm = make(3);
   sm->slicePolicyIs({.silentBudget = 1});
