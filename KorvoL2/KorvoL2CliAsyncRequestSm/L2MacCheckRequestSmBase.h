@@ -98,7 +98,7 @@ class L2MacCheckRequestSmBase : public AgentCommand::AgentAsyncCommandRequestSm 
 
   /** One slice of a walk over a result table, with the end that this file's head tells of. */
   template <class Collection, class PrintEntry>
-  void runReportSlice(ResumableWalk<Collection>& walk, const Collection& entries,
+  void runReportSlice(RestingWalk<Collection>& walk, const Collection& entries,
                       PrintEntry&& printEntry) {
     inProgressIs(true);
     bool printed = false;

@@ -59,7 +59,7 @@ class L2MacDiffRequestSm final : public L2MacCheckRequestSmBase {
 
   Qel::Ptr<DiffMacEntryTable> diffEntryTable_;
   std::uint32_t diffCount_ = 0;
-  ResumableWalk<DiffMacEntryTable::Collection> walk_;
+  RestingWalk<DiffMacEntryTable::Collection> walk_;
 };
 
 KORVO_L2_API Qel::Ptr<L2MacDiffRequestSm> L2MacDiffRequestSmIs(

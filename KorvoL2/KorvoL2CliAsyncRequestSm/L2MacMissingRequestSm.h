@@ -79,7 +79,7 @@ class L2MacMissingRequestSm final : public L2MacCheckRequestSmBase {
   std::uint32_t hwMissingCount_ = 0;
   std::uint32_t swMissingCount_ = 0;
   ModuleCount moduleCount_;
-  ResumableWalk<MissingMacEntryTable::Collection> walk_;
+  RestingWalk<MissingMacEntryTable::Collection> walk_;
 };
 
 KORVO_L2_API Qel::Ptr<L2MacMissingRequestSm> L2MacMissingRequestSmIs(

@@ -95,7 +95,7 @@ class L2RoutingInfoRequestSmBase : public AgentCommand::AgentAsyncCommandRequest
   void doPrintHeader();
   void executionComplete();
 
-  ResumableWalk<VlanToSvpCollection>& walk() noexcept { return walk_; }
+  RestingWalk<VlanToSvpCollection>& walk() noexcept { return walk_; }
 
  private:
   void printRecircChannel();
@@ -110,7 +110,7 @@ class L2RoutingInfoRequestSmBase : public AgentCommand::AgentAsyncCommandRequest
   bool inProgress_ = false;
   bool printHeader_ = true;
   VlanToSvpCollection vlan2Svp_;
-  ResumableWalk<VlanToSvpCollection> walk_;
+  RestingWalk<VlanToSvpCollection> walk_;
 };
 
 KORVO_L2_API Qel::Ptr<L2RoutingInfoRequestSmBase> L2RoutingInfoRequestSmBaseIs(

@@ -115,8 +115,8 @@ class L2VxlanVlanRequestSmBase : public AgentCommand::AgentAsyncCommandRequestSm
   VlanSet vlanMapping_;
   std::optional<Bridging::VlanId> openVlan_;  // the VLAN whose head is printed, its end not yet
   ResumableWalk<PortToEdgeSvpCollection> building_;
-  ResumableWalk<VlanSet> vlans_;
-  ResumableWalk<VlanVpList> interfaces_;  // of the open VLAN
+  RestingWalk<VlanSet> vlans_;
+  RestingWalk<VlanVpList> interfaces_;  // of the open VLAN
 };
 
 KORVO_L2_API Qel::Ptr<L2VxlanVlanRequestSmBase> L2VxlanVlanRequestSmBaseIs(

@@ -17,9 +17,14 @@
 //    one.
 //  - A slice that runs out right after the last row of the table says so; what follows then is the
 //    dump's to choose, most of them are done.
-//  - The walk ends, even if entries are added ahead of it faster than it prints: once it has come
-//    by as many rows, printed or silent, as the collection held when the walk began, it passes over
-//    entries younger than the walk. What remains is finite, for nothing can join it.
+//  - An entry added during the walk is visited if its key lies ahead of the walk, be it one that
+//    went and came back.
+//  - The walk ends, even if entries are added ahead of it faster than it prints: once it has
+//  visited
+//    twice as many rows, printed or silent, as the collection held when the walk began and 4,096
+//    more, it passes over entries younger than the walk. What remains is finite, for nothing can
+//    join it. A walk over a collection that nothing joins, such as a private copy, has no such
+//    bound (RestingWalk).
 //  - A collection that is found corrupted is told so, and the walk ends as if it were exhausted.
 //    What a row throws passes on, be it that another collection is corrupted.
 //
@@ -51,7 +56,45 @@ enum class RowOutcome : std::uint8_t {
   unfinished,  ///< the slice ends within the row; the walk resumes at it, not behind it
 };
 
-template <class Collection>
+/** Ends a walk that is fed; see above. */
+class LateEntries {
+ public:
+  template <class Collection>
+  void walkBegins(const Collection& collection) {
+    toVisit_ = 2 * std::uint64_t{collection.size()} + kVisitsAtLeast;
+    insertionsAtStart_ = collection.insertions();
+  }
+  void visited() noexcept {
+    if (toVisit_ != 0) --toVisit_;
+  }
+  template <class Collection>
+  bool passOver(const Collection& collection,
+                const typename Collection::const_iterator& entry) const {
+    return toVisit_ == 0 && collection.born(entry) > insertionsAtStart_;
+  }
+
+ private:
+  // A small table may grow to a usual size meanwhile, and a walk of as many rows is soon over.
+  static constexpr std::uint64_t kVisitsAtLeast = 4096;
+
+  std::uint64_t toVisit_ = 0;  // before a late entry is passed over
+  Qel::Insertions insertionsAtStart_ = 0;
+};
+
+/** The same for a collection that nothing joins. */
+class NoLateEntries {
+ public:
+  template <class Collection>
+  void walkBegins(const Collection& /*collection*/) {}
+  void visited() noexcept {}
+  template <class Collection>
+  bool passOver(const Collection& /*collection*/,
+                const typename Collection::const_iterator& /*entry*/) const {
+    return false;
+  }
+};
+
+template <class Collection, class Bound = LateEntries>
 class ResumableWalk {
  public:
   using Key = typename Collection::Key;
@@ -90,9 +133,8 @@ class ResumableWalk {
     try {
       auto it = position(collection);
       for (; it != collection.end(); ++it) {
-        if (visited_ >= rowsAtStart_ && collection.born(it) > insertionsAtStart_) [[unlikely]] {
+        if (bound_.passOver(collection, it)) [[unlikely]]
           continue;
-        }
         inRow = true;
         const RowOutcome outcome = row(*it);
         inRow = false;
@@ -101,7 +143,7 @@ class ResumableWalk {
           bookmarkIs(it->key);
           return WalkEnd::yielded;
         }
-        ++visited_;
+        bound_.visited();
         toldToYield = outcome == RowOutcome::printed ? sm.shouldYield() : sm.shouldYieldSilent();
         if (toldToYield) {
           ++it;
@@ -121,18 +163,19 @@ class ResumableWalk {
   typename Collection::const_iterator position(const Collection& collection) {
     if (!started_) {
       started_ = true;
-      rowsAtStart_ = collection.size();
-      insertionsAtStart_ = collection.insertions();
+      bound_.walkBegins(collection);
     }
     return placed_ ? collection.lowerBound(bookmark_) : collection.begin();
   }
 
   Key bookmark_{};
-  std::uint64_t visited_ = 0;
-  std::uint64_t rowsAtStart_ = 0;
-  Qel::Insertions insertionsAtStart_ = 0;
+  [[no_unique_address]] Bound bound_;
   bool started_ = false;
   bool placed_ = false;  // the bookmark is a place to start at
 };
+
+/** A walk over a collection that nothing joins: a private copy, or one that is complete. */
+template <class Collection>
+using RestingWalk = ResumableWalk<Collection, NoLateEntries>;
 
 }  // namespace KorvoL2

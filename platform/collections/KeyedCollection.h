@@ -11,9 +11,11 @@
 //    that is removed and added again is a new one: it comes out where its key stands at that
 //    moment, so once in all, unless it was added again behind the walk before the walk had reached
 //    it.
+//  - A walk that is fed ends: once it has visited twice as many rows as the collection held when it
+//    began and 4,096 more, it passes over entries added since. Before that it leaves none out.
 //  - Positioning costs O(log n). Iterators are for the time between two changes only.
-//  - born(iterator) tells entries that were there at insertions() == n from later ones, which lets
-//    a walk end while entries are added ahead of it faster than it prints them.
+//  - born(iterator) tells entries that were there at insertions() == n from later ones, which is
+//    how a walk knows what to pass over.
 //
 // How it is made. Entries lie in chunks of up to kChunkEntries, sorted, side by side in memory;
 // the chunks hang in a B-tree by their lowest key. Walking therefore runs along memory (a few

@@ -24,7 +24,6 @@
 #include <vector>
 
 #include "platform/base/Ptr.h"
-#include "platform/collections/KeyedCollection.h"
 #include "platform/l2/VxlanRecords.h"
 #include "platform/types/IntfId.h"
 #include "platform/types/PortVlanKey.h"
@@ -123,11 +122,7 @@ class VlanVpList final : public Qel::RefCounted {
   /** The entry of `key` or, without one, the first after it; end() if there is none. */
   const_iterator lowerBound(const Key& key) const;
 
-  // What a resumable walk asks of a collection: nothing joins this one while it is walked, and
-  // nobody else can damage it.
-
-  Qel::Insertions insertions() const noexcept { return 0; }
-  Qel::Insertions born(const const_iterator& /*it*/) const noexcept { return 0; }
+  /** What a resumable walk asks of a collection; nobody else can damage this one. */
   void corruptionDetected(std::string_view /*message*/) const noexcept {}
 
  private:

@@ -4,8 +4,10 @@
 #include <rapidjson/document.h>
 
 #include <chrono>
-#include <map>
+#include <functional>
 #include <set>
+#include <string>
+#include <vector>
 
 #include "KorvoL2/KorvoL2CliAsyncRequestSm/L2SwTableRequestSm.h"
 #include "tests/KorvoL2/RequestHarness.h"
@@ -33,6 +35,30 @@ class WalkOverChangingTable : public RequestHarness {
   using RequestHarness::runToCompletion;
 };
 
+/** What a walk prints, slice by slice, of what is present at each. */
+class ModelWalk {
+ public:
+  void slice(const std::set<std::uint64_t>& present, std::uint32_t budget,
+             const std::function<bool(std::uint64_t)>& printable) {
+    if (done_) return;
+    std::uint32_t rows = 0;
+    auto it = present.lower_bound(next_);
+    for (; it != present.end() && rows < budget; ++it) {
+      if (!printable(*it)) continue;
+      printed.push_back(*it);
+      ++rows;
+    }
+    done_ = it == present.end();
+    if (!done_) next_ = *it;
+  }
+
+  std::vector<std::uint64_t> printed;
+
+ private:
+  std::uint64_t next_ = 0;
+  bool done_ = false;
+};
+
 std::vector<std::uint64_t> printedKeys(const std::string& json) {
   rapidjson::Document document;
   document.Parse<rapidjson::kParseValidateEncodingFlag>(json.c_str());
@@ -45,13 +71,15 @@ std::vector<std::uint64_t> printedKeys(const std::string& json) {
   return keys;
 }
 
-RC_GTEST_PROP(WalkOverChangingTableProperty, RowsPresentThroughoutComeOutExactlyOnce, ()) {
+// Late entries among them: this table is far too small for any to be passed over.
+RC_GTEST_PROP(WalkOverChangingTableProperty, WhateverIsThereWhenTheWalkComesByComesOutOnce, ()) {
   WalkOverChangingTable t;
   // A small space of keys, so that changes hit what the walk is about to print; every third row
   // is unprintable.
   const auto keySpace = *rc::gen::inRange<std::uint64_t>(2, 400);
   const auto budget = *rc::gen::inRange<std::uint32_t>(1, 8);
-  const auto changesPerSlice = *rc::gen::inRange(0, 6);
+  // More entries come than go: some walks visit more rows than their table held at the start.
+  const auto changesPerSlice = *rc::gen::inRange(0, 20);
   const auto vlanOf = [](std::uint64_t key) { return static_cast<unsigned>(1 + key / 100); };
   const auto printable = [](std::uint64_t key) { return key % 3 != 0; };
 
@@ -62,28 +90,23 @@ RC_GTEST_PROP(WalkOverChangingTableProperty, RowsPresentThroughoutComeOutExactly
     t.putEntry(vlanOf(key), key, "Ethernet1", printable(key));
     present.insert(key);
   }
-  std::set<std::uint64_t> throughout = present;
-  std::set<std::uint64_t> ever = present;
-  std::set<std::uint64_t> removedOnce;
+  ModelWalk model;
 
   auto sm =
       l2SwTableRequestSmFactory("r", t.request(Rendering::kJson), 50ms, t.clock, t.helper.get());
   t.rowBudgetIs(*sm, budget);
   t.runToCompletion(*sm, [&] {
+    model.slice(present, budget, printable);
     for (int i = 0; i < changesPerSlice; ++i) {
       const auto key = *rc::gen::inRange<std::uint64_t>(0, keySpace);
-      switch (*rc::gen::inRange(0, 3)) {
+      switch (*rc::gen::inRange(0, 4)) {
         case 0:
+        case 1:
           t.putEntry(vlanOf(key), key, "Ethernet1", printable(key));
           present.insert(key);
-          ever.insert(key);
           break;
-        case 1:
-          if (t.eraseEntry(vlanOf(key), key)) {
-            present.erase(key);
-            throughout.erase(key);
-            removedOnce.insert(key);
-          }
+        case 2:
+          RC_ASSERT(t.eraseEntry(vlanOf(key), key) == (present.erase(key) != 0));
           break;
         default:
           t.helper->shadow->entries.change(macKey(vlanOf(key), key), [](MacEntry& entry) {
@@ -93,21 +116,12 @@ RC_GTEST_PROP(WalkOverChangingTableProperty, RowsPresentThroughoutComeOutExactly
     }
   });
 
-  std::map<std::uint64_t, int> printed;
-  std::uint64_t last = 0;
+  std::vector<std::uint64_t> printed;
   for (const auto packed : printedKeys(t.reader->received)) {
-    RC_ASSERT(packed > last);  // ascending, so nothing twice
-    last = packed;
-    ++printed[packed & Bridging::EthAddr::kMask];
+    printed.push_back(packed & Bridging::EthAddr::kMask);
+    RC_ASSERT(packed >> 48 == vlanOf(printed.back()));
   }
-  for (const auto key : throughout) {
-    if (printable(key)) RC_ASSERT(printed[key] == 1);
-  }
-  for (const auto& [key, times] : printed) {
-    if (times == 0) continue;
-    RC_ASSERT(ever.contains(key));
-    RC_ASSERT(printable(key));
-  }
+  RC_ASSERT(printed == model.printed);
   RC_ASSERT(t.helper->shadow->entries.size() == present.size());
 }
 

@@ -8,10 +8,12 @@ void TableHistory::presentIs(RowKey key, bool present, Turn now) {
   std::vector<Stay>& stays = stays_[key];
   const bool before = !stays.empty() && stays.back().to == kStillThere;
   if (present == before) return;
-  if (present) {
-    stays.push_back({now, kStillThere});
-  } else {
+  if (!present) {
     stays.back().to = now;
+  } else if (!stays.empty() && stays.back().to == now) {
+    stays.back().to = kStillThere;
+  } else {
+    stays.push_back({now, kStillThere});
   }
 }
 
@@ -34,13 +36,17 @@ bool TableHistory::presentWithin(RowKey key, Turn from, Turn to) const {
          });
 }
 
-std::vector<RowKey> TableHistory::presentThroughout(Turn from, Turn to) const {
+bool TableHistory::presentThroughout(RowKey key, Turn from, Turn to) const {
+  const auto found = stays_.find(key);
+  return found != stays_.end() && std::ranges::any_of(found->second, [&](const Stay& stay) {
+           return stay.from <= from && stay.to > to;
+         });
+}
+
+std::vector<RowKey> TableHistory::keysWithin(Turn from, Turn to) const {
   std::vector<RowKey> keys;
   for (const auto& [key, stays] : stays_) {
-    if (std::ranges::any_of(stays,
-                            [&](const Stay& stay) { return stay.from <= from && stay.to > to; })) {
-      keys.push_back(key);
-    }
+    if (presentWithin(key, from, to)) keys.push_back(key);
   }
   return keys;
 }

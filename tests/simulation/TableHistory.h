@@ -1,7 +1,7 @@
 // Which keys a table held at which turn of a simulation: the model that dumps are held against.
 //
 // Tables change between two slices only, so a turn is one state of every table. A key that is taken
-// out and put back between two slices counts as having been away: a walk may take it for a new one.
+// out and put back between two slices was never away: a walk that is still to come by shows it.
 #pragma once
 
 #include <cstdint>
@@ -24,8 +24,10 @@ class TableHistory {
   bool presentAt(RowKey key, Turn turn) const;
   /** Whether it was there at any turn of [from, to]. */
   bool presentWithin(RowKey key, Turn from, Turn to) const;
-  /** The keys that were there at every turn of [from, to]; those of one turn if both are equal. */
-  std::vector<RowKey> presentThroughout(Turn from, Turn to) const;
+  /** Whether it was there at every turn of [from, to]. */
+  bool presentThroughout(RowKey key, Turn from, Turn to) const;
+  /** The keys that were there at any turn of [from, to]; ascending. */
+  std::vector<RowKey> keysWithin(Turn from, Turn to) const;
 
  private:
   static constexpr Turn kStillThere = ~Turn{0};

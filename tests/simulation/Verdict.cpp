@@ -2,7 +2,8 @@
 
 #include <algorithm>
 #include <chrono>
-#include <set>
+#include <iterator>
+#include <map>
 #include <stdexcept>
 
 namespace KorvoSimulation {
@@ -103,22 +104,34 @@ void judgeRow(const Client& client, const World& world, const AnswerRow& row) {
 
 void judgeCompleteness(const Client& client, const World& world,
                        const std::vector<AnswerRow>& rows) {
-  std::map<std::string, std::set<RowKey>> printed;
-  for (const AnswerRow& row : rows) printed[row.section].insert(row.key);
+  std::map<std::string, std::map<RowKey, Turn>> printed;
+  for (const AnswerRow& row : rows) {
+    printed[row.section].emplace(row.key, client.printedAt(row.offset));
+  }
   const Turn first = client.firstSlice.value_or(client.beginTurn);
   // JSON is closed where the walk ends. Text may end with a row, with others passed over behind it.
   const Turn last = client.command.isJson() ? client.printedAt(client.reader.received().size() - 1)
                                             : client.endTurn();
   for (const std::string& section : sectionsOf(client)) {
     const Expectation expected = expectationOf(client, section);
-    for (const RowKey key :
-         world.history(expected.table).presentThroughout(first, expected.copied ? first : last)) {
+    const TableHistory& history = world.history(expected.table);
+    const std::map<RowKey, Turn>& shown = printed[section];
+    for (const RowKey key : history.keysWithin(first, last)) {
+      if (shown.contains(key)) continue;
       // Interfaces are shown below the VLANs that are shown.
       if (section == "port" && !printed["vlan"].contains(key >> 32)) continue;
-      require(printed[section].contains(key), "row " + std::to_string(key) + " of \"" + section +
-                                                  "\" is missing, there from turn " +
-                                                  std::to_string(first) + " to " +
-                                                  std::to_string(last));
+      // A walk came by between the rows on either side.
+      Turn from = first;
+      Turn to = expected.copied ? first : last;
+      if (!expected.copied && !expected.collected) {
+        const auto behind = shown.upper_bound(key);
+        if (behind != shown.end()) to = behind->second;
+        if (behind != shown.begin()) from = std::prev(behind)->second;
+      }
+      require(!history.presentThroughout(key, from, to),
+              "row " + std::to_string(key) + " of \"" + section +
+                  "\" is missing, there from turn " + std::to_string(from) + " to " +
+                  std::to_string(to));
     }
   }
 }

@@ -7,8 +7,9 @@
 //  - Of an answer that is complete, all was received; JSON is one strict document.
 //  - Its rows ascend and none comes twice, but for the end of a check's report, which comes once
 //    more when the time of its slice is spent right there, and for no other reason.
-//    Each was in its table when it was printed; a row that was in its table from beginning to end
-//    is there. Dumps that take a copy first show that copy.
+//    Each was in its table when it was printed; a row that was in its table when its walk came by
+//    is there, that is from when the row before it was printed until the one behind it was. Dumps
+//    that take a copy first show that copy.
 #pragma once
 
 #include <string>

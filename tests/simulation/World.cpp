@@ -197,11 +197,7 @@ void World::noteMacs(Turn now) {
 
 void World::churn(Turn now) {
   constexpr int kEventsPerTurn = 2;
-  for (int i = 0; i < kEventsPerTurn; ++i) {
-    // One at a time: an entry that goes and comes back is to be seen as away in between.
-    if (churn_->advance(clock_->now(), 1) == 0) return;
-    noteMacs(now);
-  }
+  if (churn_->advance(clock_->now(), kEventsPerTurn) != 0) noteMacs(now);
 }
 
 void World::changeVlan(Turn now) {

@@ -227,13 +227,14 @@ TEST_F(IngVlanRangeRequest, EndsThoughSilentInterfacesAreAddedAheadFasterThanItW
   for (std::uint16_t i = 0; i < 10; ++i) putIntf("Ethernet" + std::to_string(i), i);
   clock->perReadingIs(60ms);  // every interface ends its slice
   auto sm = start(kText);
+  constexpr std::uint16_t kMost = 20'000;
   std::uint16_t next = 10;
-  const std::uint64_t slices = runToCompletion(*sm, [&] {
-    for (int i = 0; i < 2 && next < 5000; ++i, ++next) {
+  runToCompletion(*sm, [&] {
+    for (int i = 0; i < 2 && next < kMost; ++i, ++next) {
       putIntf("Ethernet" + std::to_string(next), next);
     }
   });
-  EXPECT_LE(slices, 11U);
+  EXPECT_LT(next, kMost) << "it was fed to its end";
 }
 
 TEST_F(IngVlanRangeRequest, InterfaceUnderTheBookmarkDeletedBetweenSlicesResumesAtTheNext) {
