@@ -75,8 +75,7 @@ bool L2HwTableRequestSm::startChip(std::uint32_t chip) {
 }
 
 WalkEnd L2HwTableRequestSm::walkChip() {
-  const Qel::Ptr<const KorvoL2MacAddrSmHelper> helper(macAddrSmHelper_);
-  const Qel::Ptr<const MacTblShadow> shadow(helper->macTblShadow());
+  const Qel::Ptr<const MacTblShadow> shadow(macAddrSmHelper_->macTblShadow());
   const MacEntryCollection* const entries = shadow == nullptr ? nullptr : shadow->macEntry();
   if (entries == nullptr) return WalkEnd::exhausted;
   Rendering::RendererV2& out = renderer();
@@ -84,7 +83,7 @@ WalkEnd L2HwTableRequestSm::walkChip() {
   return walk().runSlice(*entries, *this, [&](const MacEntryCollection::Entry& entry) {
     out.openObject();
     shadow->printMacEntryHw(out, tableRenderer(), fapId, detail(), entry.key, entry.value,
-                            mcastHelper_);
+                            mcastHelper_.get());
     out.closeObject();
     // No entry is skipped here, whatever the shadow printed for it.
     return RowOutcome::printed;

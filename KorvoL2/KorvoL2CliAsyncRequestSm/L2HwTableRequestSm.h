@@ -20,7 +20,7 @@ namespace KorvoL2 {
 class L2HwTableRequestSm final : public L2HwTableRequestSmBase {
   QEL_TRACKED_ALLOCATION(L2HwTableRequestSm)
  public:
-  /** The helpers are the agent's, not owned; the multicast helper may be null. */
+  /** The helpers are kept until the machine goes; the multicast helper may be null. */
   L2HwTableRequestSm(std::string name, Qel::Ptr<const AgentCommand::AgentCommandRequest> request,
                      Qel::Duration maxRunTime, Qel::Ptr<const Qel::Clock> clock,
                      std::string chipList, bool detail, KorvoL2MacAddrSmHelper* macAddrSmHelper,
@@ -36,8 +36,8 @@ class L2HwTableRequestSm final : public L2HwTableRequestSmBase {
   WalkEnd walkChip();
   void finishChip();
 
-  KorvoL2MacAddrSmHelper* macAddrSmHelper_;
-  KorvoL2McastHelper* mcastHelper_;
+  Qel::Ptr<KorvoL2MacAddrSmHelper> macAddrSmHelper_;
+  Qel::Ptr<KorvoL2McastHelper> mcastHelper_;
 };
 
 KORVO_L2_API Qel::Ptr<L2HwTableRequestSm> L2HwTableRequestSmIs(

@@ -22,11 +22,6 @@ L2MacCheckRequestSmBase::L2MacCheckRequestSmBase(
   QEL_ASSERT(macAddrSmHelper_ != nullptr);
 }
 
-L2MacCheckRequestSmBase::~L2MacCheckRequestSmBase() {
-  hasNotificationActiveIs(false);
-  fapDelAll();
-}
-
 void L2MacCheckRequestSmBase::fapIs(std::uint32_t id) {
   if (fap_.insert(id).second) changed("fap");
 }
@@ -89,7 +84,7 @@ bool L2MacCheckRequestSmBase::shallRead(Tessar::FapId fapId) const {
 void L2MacCheckRequestSmBase::post(L2TableReadReq request, Tessar::FapId fapId) {
   const Qel::Ptr<L2TableReadSm> reader(macAddrSmHelper_->l2TableReadSm());
   QEL_ASSERT(reader != nullptr);
-  reader->mcastHelperIs(mcastHelper_);
+  reader->mcastHelperIs(mcastHelper_.get());
   request.transactionId = reader->createTransactionId();
   request.fapId = fapId;
   reader->newReqIs(request);

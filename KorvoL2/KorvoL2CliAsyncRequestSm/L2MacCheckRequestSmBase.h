@@ -72,7 +72,6 @@ class L2MacCheckRequestSmBase : public AgentCommand::AgentAsyncCommandRequestSm 
                           Qel::Duration maxRunTime, Qel::Ptr<const Qel::Clock> clock,
                           KorvoL2MacAddrSmHelper* macAddrSmHelper, KorvoL2McastHelper* mcastHelper,
                           std::string fapIdList, bool detail);
-  ~L2MacCheckRequestSmBase() override;
 
   // What a check supplies.
 
@@ -123,8 +122,8 @@ class L2MacCheckRequestSmBase : public AgentCommand::AgentAsyncCommandRequestSm 
   void post(L2TableReadReq request, Tessar::FapId fapId);
   void reportExhausted();
 
-  KorvoL2MacAddrSmHelper* macAddrSmHelper_;
-  KorvoL2McastHelper* mcastHelper_;
+  Qel::Ptr<KorvoL2MacAddrSmHelper> macAddrSmHelper_;
+  Qel::Ptr<KorvoL2McastHelper> mcastHelper_;
   std::string fapIdList_;
   bool detail_;
   bool readsIssued_ = false;

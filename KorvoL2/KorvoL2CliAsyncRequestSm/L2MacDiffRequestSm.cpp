@@ -72,11 +72,6 @@ L2MacDiffRequestSm::L2MacDiffRequestSm(std::string name,
   handleInitialized();
 }
 
-L2MacDiffRequestSm::~L2MacDiffRequestSm() {
-  hasNotificationActiveIs(false);
-  diffEntryTableDel();
-}
-
 void L2MacDiffRequestSm::diffEntryTableIs() {
   diffEntryTable_ = Qel::makePtr<DiffMacEntryTable>();
   diffEntryTable_->hasNotificationActiveIs(true);
@@ -108,7 +103,9 @@ std::vector<L2MacCheckRequestSmBase::ReportColumn> L2MacDiffRequestSm::reportCol
 
 void L2MacDiffRequestSm::printDiffEntries() {
   QEL_TRACE(trace(), 8, "");
-  runReportSlice(walk_, diffEntryTable_->entries(), [this](const Entry& entry) {
+  // Held for this slice: a reactor may let go of it.
+  const auto table = recordOrEmpty(Qel::Ptr<const DiffMacEntryTable>(diffEntryTable_));
+  runReportSlice(walk_, table->entries(), [this](const Entry& entry) {
     if (renderer().isJson()) {
       printJson(entry);
     } else {

@@ -29,7 +29,6 @@ class L2MacDiffRequestSm final : public L2MacCheckRequestSmBase {
                      Qel::Duration maxRunTime, Qel::Ptr<const Qel::Clock> clock,
                      KorvoL2MacAddrSmHelper* macAddrSmHelper, KorvoL2McastHelper* mcastHelper,
                      std::string fapIdList, bool detail);
-  ~L2MacDiffRequestSm() override;
 
   /** Sum of the difference counts of the entries printed. */
   std::uint32_t diffCount() const noexcept { return diffCount_; }
@@ -46,7 +45,9 @@ class L2MacDiffRequestSm final : public L2MacCheckRequestSmBase {
   using Entry = DiffMacEntryTable::Collection::Entry;
 
   L2TableReadReq resultTableIs() override;
-  bool resultTableComplete() const override { return diffEntryTable_->readComplete(); }
+  bool resultTableComplete() const override {
+    return diffEntryTable_ == nullptr || diffEntryTable_->readComplete();
+  }
   std::string_view listKey() const override { return "macTableDiffEntries"; }
   std::vector<ReportColumn> reportColumns() const override;
   void printReport() override { printDiffEntries(); }

@@ -35,12 +35,6 @@ L2MacMissingRequestSm::L2MacMissingRequestSm(
   handleInitialized();
 }
 
-L2MacMissingRequestSm::~L2MacMissingRequestSm() {
-  hasNotificationActiveIs(false);
-  missingEntryTableDel();
-  moduleCountDelAll();
-}
-
 void L2MacMissingRequestSm::missingEntryTableIs() {
   missingEntryTable_ = Qel::makePtr<MissingMacEntryTable>();
   missingEntryTable_->hasNotificationActiveIs(true);
@@ -92,7 +86,9 @@ std::vector<L2MacCheckRequestSmBase::ReportColumn> L2MacMissingRequestSm::report
 
 void L2MacMissingRequestSm::printMissingEntries() {
   QEL_TRACE(trace(), 8, "");
-  runReportSlice(walk_, missingEntryTable_->entries(), [this](const Entry& entry) {
+  // Held for this slice: a reactor may let go of it.
+  const auto table = recordOrEmpty(Qel::Ptr<const MissingMacEntryTable>(missingEntryTable_));
+  runReportSlice(walk_, table->entries(), [this](const Entry& entry) {
     if (renderer().isJson()) {
       printJson(entry);
     } else {

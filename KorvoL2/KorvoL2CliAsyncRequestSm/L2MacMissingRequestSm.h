@@ -32,7 +32,6 @@ class L2MacMissingRequestSm final : public L2MacCheckRequestSmBase {
                         Qel::Duration maxRunTime, Qel::Ptr<const Qel::Clock> clock,
                         KorvoL2MacAddrSmHelper* macAddrSmHelper, KorvoL2McastHelper* mcastHelper,
                         std::string fapIdList, bool detail);
-  ~L2MacMissingRequestSm() override;
 
   /** Pairs of entry and module: in software, missing from that module's hardware. */
   std::uint32_t hwMissingCount() const noexcept { return hwMissingCount_; }
@@ -64,7 +63,9 @@ class L2MacMissingRequestSm final : public L2MacCheckRequestSmBase {
   using Entry = MissingMacEntryTable::Collection::Entry;
 
   L2TableReadReq resultTableIs() override;
-  bool resultTableComplete() const override { return missingEntryTable_->readComplete(); }
+  bool resultTableComplete() const override {
+    return missingEntryTable_ == nullptr || missingEntryTable_->readComplete();
+  }
   std::string_view listKey() const override { return "macTableMissingEntries"; }
   std::vector<ReportColumn> reportColumns() const override;
   void printReport() override { printMissingEntries(); }

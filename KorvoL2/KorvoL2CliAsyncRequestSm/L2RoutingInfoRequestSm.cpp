@@ -71,12 +71,11 @@ WalkEnd L2RoutingInfoRequestSm::walkVlans() {
   std::exception_ptr failure;
   WalkEnd end = WalkEnd::exhausted;
   {
-    // Held for this slice only: between two slices the agent may replace either.
-    const Qel::Ptr<const KorvoL2MacAddrSmHelper> helper(macAddrSmHelper_);
+    // Held for this slice only: between two slices the agent may replace it.
     Qel::Ptr<const MacTblShadow> shadow;
     VlanId vlan = bookmark();
     try {
-      shadow = helper->macTblShadow();
+      shadow.reset(macAddrSmHelper_->macTblShadow());
       const std::uint64_t refModBitmap = shadow == nullptr ? 0 : shadow->refModBitmap();
       end = walk().runSlice(vlan2Svp(), *this, [&](const VlanToSvpCollection::Entry& entry) {
         vlan = entry.key;

@@ -3,8 +3,8 @@
 //
 // Failures. What goes wrong while the header is printed or a MAC entry is looked up is kept until
 // that step is tidied up, and then passes on: a header that broke off is not printed again into the
-// same document; the references to the MAC helper and its table are let go, and the bookmark stands
-// at the VLAN that could not be told.
+// same document; the reference to the MAC table is let go, and the bookmark stands at the VLAN
+// that could not be told.
 //
 // Threading: the agent's event-loop thread only. The work list is a copy; what is looked up for a
 // VLAN is what the agent holds when the VLAN is printed.
@@ -22,7 +22,7 @@ namespace KorvoL2 {
 class L2RoutingInfoRequestSm final : public L2RoutingInfoRequestSmBase {
   QEL_TRACKED_ALLOCATION(L2RoutingInfoRequestSm)
  public:
-  /** The helper is the agent's, not owned; throws AssertionException when it is null. */
+  /** The helper is kept until the machine goes; throws AssertionException when it is null. */
   L2RoutingInfoRequestSm(
       std::string name, Qel::Ptr<const AgentCommand::AgentCommandRequest> request,
       Qel::Duration maxRunTime, Qel::Ptr<const Qel::Clock> clock, Bridging::IntfId recircIntf,
@@ -32,7 +32,7 @@ class L2RoutingInfoRequestSm final : public L2RoutingInfoRequestSmBase {
 
   void showVxlanRoutingInfo() override;
 
-  KorvoL2MacAddrSmHelper* macAddrSmHelper() const noexcept { return macAddrSmHelper_; }
+  KorvoL2MacAddrSmHelper* macAddrSmHelper() const noexcept { return macAddrSmHelper_.get(); }
 
   const Qel::TypeData& typeData() const noexcept override;
 
@@ -42,7 +42,7 @@ class L2RoutingInfoRequestSm final : public L2RoutingInfoRequestSmBase {
   RoutingInfoFlags flagsOf(const MacTblShadow* shadow, std::uint64_t refModBitmap,
                            Bridging::VlanId vlan) const;
 
-  KorvoL2MacAddrSmHelper* macAddrSmHelper_;
+  Qel::Ptr<KorvoL2MacAddrSmHelper> macAddrSmHelper_;
 };
 
 KORVO_L2_API Qel::Ptr<L2RoutingInfoRequestSm> L2RoutingInfoRequestSmIs(

@@ -28,9 +28,8 @@ void L2SwTableRequestSm::showMacTableAll() {
     doPrintHeader();
     printHeaderIs(false);
   }
-  // Held for this slice only: between two slices the agent may replace either.
-  const Qel::Ptr<const KorvoL2MacAddrSmHelper> helper(macAddrSmHelper_);
-  const Qel::Ptr<const MacTblShadow> shadow(helper->macTblShadow());
+  // Held for this slice only: between two slices the agent may replace it.
+  const Qel::Ptr<const MacTblShadow> shadow(macAddrSmHelper_->macTblShadow());
   const MacEntryCollection* const entries = shadow == nullptr ? nullptr : shadow->macEntry();
   if (entries != nullptr) {
     Rendering::RendererV2& out = renderer();

@@ -15,7 +15,7 @@ namespace KorvoL2 {
 class L2SwTableRequestSm final : public L2SwTableRequestSmBase {
   QEL_TRACKED_ALLOCATION(L2SwTableRequestSm)
  public:
-  /** `macAddrSmHelper` gives the table; it is the agent's, not owned, and must not be null. */
+  /** `macAddrSmHelper` gives the table; it is kept until the machine goes and must not be null. */
   L2SwTableRequestSm(std::string name, Qel::Ptr<const AgentCommand::AgentCommandRequest> request,
                      Qel::Duration maxRunTime, Qel::Ptr<const Qel::Clock> clock,
                      KorvoL2MacAddrSmHelper* macAddrSmHelper);
@@ -26,7 +26,7 @@ class L2SwTableRequestSm final : public L2SwTableRequestSmBase {
   const Qel::TypeData& typeData() const noexcept override;
 
  private:
-  KorvoL2MacAddrSmHelper* macAddrSmHelper_;
+  Qel::Ptr<KorvoL2MacAddrSmHelper> macAddrSmHelper_;
 };
 
 KORVO_L2_API Qel::Ptr<L2SwTableRequestSm> L2SwTableRequestSmIs(

@@ -78,7 +78,8 @@ void L2VxlanVlanRequestSmBase::showFirstHead() {
 bool L2VxlanVlanRequestSmBase::buildVpList() {
   WalkEnd end = WalkEnd::exhausted;
   if (detail_) {
-    if (vpList_ == nullptr) vpListIs(vpListFactory());
+    Qel::Ptr<VpList> lists = vpList_;
+    if (lists == nullptr) vpListIs(lists = vpListFactory());
     // The table is ordered by interface, so that the question is asked once for each, not once for
     // each of its VLANs.
     IntfId asked;
@@ -92,7 +93,7 @@ bool L2VxlanVlanRequestSmBase::buildVpList() {
                                // A VLAN has a list even if only port-channels carry it: a
                                // port-channel's traffic uses the virtual ports of its members, so
                                // its own would only repeat them.
-                               VlanVpList& list = vpList_->vlanVpListIs(entry.key.vlan());
+                               VlanVpList& list = lists->vlanVpListIs(entry.key.vlan());
                                if (!isLag) list.virtualPortListIs(entry.key, entry.value);
                                return RowOutcome::silent;
                              });

@@ -26,13 +26,12 @@ const Qel::TypeData& CliCallback::typeData() const noexcept {
 }
 
 void CliCallback::handleCommand(std::uint32_t socket, std::string command) {
-  // Whatever a handler or a reactor lets go of, the agent stays until the command is answered.
-  const Qel::Ptr<const L2Agent> agent(l2Agent());
+  const Command underWay(*this);
   outcomeIs({});
   commandIs(std::move(command));
   socketIs(socket);
   enlargeSendBuffer(socket);
-  outcomeIs(refreshContext(agent.get()));
+  outcomeIs(refreshContext());
   if (isNotReady(outcome())) return;
   detailIs(asksForDetail(command_));
   tokenise();
@@ -41,19 +40,19 @@ void CliCallback::handleCommand(std::uint32_t socket, std::string command) {
   });
 }
 
-AgentCommand::CommandOutcome CliCallback::refreshContext(const L2Agent* agent) {
-  if (auto readiness = agentReadiness(agent); isNotReady(readiness)) return readiness;
-  macAddrSmHelperIs(agent->macAddrSmHelper());
-  chipAttrIs(chipAttrOf(*agent));
+AgentCommand::CommandOutcome CliCallback::refreshContext() {
+  if (auto readiness = agentReadiness(kept()); isNotReady(readiness)) return readiness;
+  KorvoL2MacAddrSmHelper* const helper = keep(agent().macAddrSmHelper());
+  macAddrSmHelperIs(helper);
+  chipAttrIs(chipAttrOf(*this));
   vlanXlateFeaturesIs(*this, chipAttr_.get());
-  l2ModFifoMonitorSmIs(agent->l2ModFifoMonitorSm());
-  if (!agent->l2TableMode()) {
-    const Qel::Ptr<const KorvoL2MacAddrSmHelper> helper(macAddrSmHelper_);
+  l2ModFifoMonitorSmIs(keep(agent().l2ModFifoMonitorSm()));
+  if (!agent().l2TableMode()) {
     if (helper == nullptr) return notReady("no macAddrSmHelper");
     if (helper->macTblShadow() == nullptr) return notReady("no macTblShadow");
   }
-  if (agent->mcast() == nullptr) return notReady("no mcastHelper");
-  mcastHelperIs(mcastHelperOf(*agent));
+  if (agent().mcast() == nullptr) return notReady("no mcastHelper");
+  mcastHelperIs(keep(mcastHelperOf(agent())));
   return {};
 }
 
@@ -61,7 +60,9 @@ void CliCallback::tokenise() {
   cmdTokensDelAll();
   // The counter wraps at 256 tokens. No command has that many; one that does gets what fits.
   std::uint8_t position = 0;
-  std::string_view rest = command_;
+  // A copy: tokens are published one by one, and a reactor may set another command.
+  const std::string command = command_;
+  std::string_view rest = command;
   // Nothing follows a '+' at the end: a field begins only where a character does.
   while (!rest.empty()) {
     const std::size_t end = std::min(rest.find('+'), rest.size());
@@ -99,6 +100,7 @@ void CliCallback::cmdTokensDel(QelCmdTokens::const_iterator token) {
 }
 
 void CliCallback::cmdTokensDelAll() {
+  const Qel::Ptr<const Qel::Entity> held = hold();
   while (!cmdTokens_.empty()) cmdTokensDel(cmdTokens_.begin());
 }
 

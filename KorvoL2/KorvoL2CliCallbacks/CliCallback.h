@@ -171,7 +171,7 @@ class CliCallback final : public AgentCommand::CliCallbackBase {
 
  private:
   /** Refreshes the context from the agent; the outcome says what is missing, if anything is. */
-  AgentCommand::CommandOutcome refreshContext(const L2Agent* agent);
+  AgentCommand::CommandOutcome refreshContext();
   void tokenise();
 
   std::string arg_;

@@ -32,15 +32,14 @@ const Qel::TypeData& CliCallbackWithFormat::typeData() const noexcept {
 void CliCallbackWithFormat::handleCommand(std::uint32_t socket, std::string command,
                                           std::uint32_t outputFormat) {
   QEL_TRACE(trace(), 8, "socket: {} command: {} outputFormat: {}", socket, command, outputFormat);
-  const Qel::Ptr<CliCallbackWithFormat> self(this);
-  const Qel::Ptr<const L2Agent> agent(l2Agent());
+  const Command underWay(*this);
   commandIs(std::move(command));
   socketIs(socket);
   outputFormatIs(outputFormat);
   asyncRequestIs(nullptr);
   enlargeSendBuffer(socket);
   if (!handleCommandCommon()) return;
-  dispatch(formattedHandlerChain(), self,
+  dispatch(formattedHandlerChain(), Qel::Ptr<CliCallbackWithFormat>(this),
            [this](const Handler& tested) { prepare(tested.cmdName()); });
 }
 
@@ -48,39 +47,42 @@ Qel::Ptr<AgentAsyncCommandRequestSm> CliCallbackWithFormat::createAgentAsyncComm
     Qel::Ptr<const AgentCommandRequest> request) {
   QEL_ASSERT(request != nullptr);
   QEL_TRACE(trace(), 8, "command: {}", request->commandString());
-  const Qel::Ptr<CliCallbackWithFormat> self(this);
-  const Qel::Ptr<const L2Agent> agent(l2Agent());
+  const Command underWay(*this);
   commandIs(request->commandString());
-  asyncRequestIs(std::move(request));
-  // From here on the request is its machine's. Kept until the next command, it would hold a dump's
-  // output buffer long after its client has gone.
-  struct LetGo {
-    CliCallbackWithFormat& callback;
-    explicit LetGo(CliCallbackWithFormat& c) : callback(c) {}
-    LetGo(const LetGo&) = delete;
-    LetGo& operator=(const LetGo&) = delete;
-    ~LetGo() { callback.asyncRequestIs(nullptr); }
-  } const letGo(*this);
-
-  if (!handleCommandCommon()) return nullptr;
-  refreshChipFlags();
-  return dispatch(asyncHandlerChain(), self,
-                  [this](const AsyncHandler& tested) { prepare(tested.cmdName()); });
+  Qel::Ptr<AgentAsyncCommandRequestSm> machine;
+  try {
+    asyncRequestIs(request);
+    if (handleCommandCommon()) {
+      refreshChipFlags();
+      machine = dispatch(asyncHandlerChain(), Qel::Ptr<CliCallbackWithFormat>(this),
+                         [this](const AsyncHandler& tested) { prepare(tested.cmdName()); });
+    }
+    // From here on the request is its machine's. Kept until the next command, it would hold a
+    // dump's output buffer long after its client has gone.
+    asyncRequestIs(nullptr);
+  } catch (...) {
+    try {
+      asyncRequestIs(nullptr);
+    } catch (...) {  // the first failure is the one that is told
+    }
+    throw;
+  }
+  return machine;
 }
 
 bool CliCallbackWithFormat::handleCommandCommon() {
-  const Qel::Ptr<const L2Agent> agent(l2Agent());
-  outcomeIs(agentReadiness(agent.get()));
+  const Command underWay(*this);
+  outcomeIs(agentReadiness(kept()));
   if (isNotReady(outcome())) return false;
-  macAddrSmHelperIs(agent->macAddrSmHelper());
-  mcastHelperIs(mcastHelperOf(*agent));
+  macAddrSmHelperIs(keep(agent().macAddrSmHelper()));
+  mcastHelperIs(keep(mcastHelperOf(agent())));
   detailIs(asksForDetail(command_));
   return true;
 }
 
 void CliCallbackWithFormat::refreshChipFlags() {
-  const Qel::Ptr<const ChipAttr> chipAttr = chipAttrOf(*l2Agent());
-  const Qel::Ptr<const ChipL2TableFeature> tables = l2Agent()->chipL2TableFeature();
+  const Qel::Ptr<const ChipAttr> chipAttr = chipAttrOf(*this);
+  const Qel::Ptr<const ChipL2TableFeature> tables = agent().chipL2TableFeature();
   const bool ranges = tables != nullptr && !tables->ingVlanRangeDisabled;
   vlanRangeSupportedIs(ranges && tables->ingVlanRange);
   ingVlanDynamicRangeIs(ranges && tables->ingVlanDynamicRange);

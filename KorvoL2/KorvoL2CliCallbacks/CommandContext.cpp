@@ -10,6 +10,7 @@
 
 namespace KorvoL2 {
 
+using AgentCommand::CliCallbackCommon;
 using AgentCommand::CommandOutcome;
 
 CommandOutcome notReady(std::string_view reason) {
@@ -17,7 +18,8 @@ CommandOutcome notReady(std::string_view reason) {
   return {.kind = CommandOutcome::Kind::notReady, .reason = std::string(reason)};
 }
 
-CommandOutcome agentReadiness(const L2Agent* agent) {
+CommandOutcome agentReadiness(CliCallbackCommon::Kept& kept) {
+  const Qel::Ptr<const L2Agent>& agent = kept.agent;
   if (agent == nullptr) return notReady("no l2 agent");
   const Qel::Ptr<const UnicastAgent> unicast(agent->unicastAgent());
   if (unicast == nullptr) return notReady("no unicast agent");
@@ -26,6 +28,7 @@ CommandOutcome agentReadiness(const L2Agent* agent) {
   if (!status.configReady || !status.hardwareReady || !unicast->ready()) {
     return notReady("l2 agent not ready");
   }
+  kept.unicastAgent = unicast;
   return {};
 }
 
@@ -42,9 +45,9 @@ KorvoL2McastHelper* mcastHelperOf(const L2Agent& agent) {
   return mcast == nullptr ? nullptr : dynamic_cast<KorvoL2McastHelper*>(mcast->mcastHelper());
 }
 
-Qel::Ptr<const ChipAttr> chipAttrOf(const L2Agent& agent) {
-  const Qel::Ptr<const UnicastAgent> unicast(agent.unicastAgent());
-  const Qel::Ptr<const ChipAttr>* const found = agent.chipAttrDir().find(unicast->chipIdentity());
+Qel::Ptr<const ChipAttr> chipAttrOf(const CliCallbackCommon& callback) {
+  const Qel::Ptr<const ChipAttr>* const found =
+      callback.agent().chipAttrDir().find(callback.unicastAgent().chipIdentity());
   return found == nullptr ? nullptr : *found;
 }
 

@@ -14,8 +14,11 @@ namespace KorvoL2 {
 /** Traces why a command is dropped, at level 8, and gives that back as the command's outcome. */
 AgentCommand::CommandOutcome notReady(std::string_view reason);
 
-/** Whether the agent answers commands at all; traces what is missing. */
-AgentCommand::CommandOutcome agentReadiness(const L2Agent* agent);
+/**
+ * Whether the agent that the command began with answers commands at all; traces what is missing.
+ * The unicast agent of one that does is kept from then on.
+ */
+AgentCommand::CommandOutcome agentReadiness(AgentCommand::CliCallbackCommon::Kept& kept);
 
 inline bool isNotReady(const AgentCommand::CommandOutcome& outcome) noexcept {
   return outcome.kind == AgentCommand::CommandOutcome::Kind::notReady;
@@ -28,7 +31,7 @@ void enlargeSendBuffer(std::uint32_t socket);
 KorvoL2McastHelper* mcastHelperOf(const L2Agent& agent);
 
 /** The attributes of the chip that the agent runs on; null when the chip is not known. */
-Qel::Ptr<const ChipAttr> chipAttrOf(const L2Agent& agent);
+Qel::Ptr<const ChipAttr> chipAttrOf(const AgentCommand::CliCallbackCommon& callback);
 
 /** Sets the VLAN translation flags of a callback from the chip's attributes, null for unknown. */
 template <class Callback>

@@ -49,7 +49,7 @@ void CliCallback::EcmpOutputIntfTunnelIdH::action(const Qel::Ptr<CliCallback>& c
   QEL_TRACE(trace(), 8, "Parsed dstMac={}, vlanId={}, and ingressIntf={}", dstMac.stringValue(),
             vlanId, ingressIntf.stringValue());
 
-  const Qel::Ptr<const UnicastAgent> agent(callback->l2Agent()->unicastAgent());
+  const Qel::Ptr<const UnicastAgent> agent(&callback->unicastAgent());
   if (vlanId == 0) {
     QEL_TRACE(trace(), 8, "Did not receive VLAN ID, checking switchport config for VLAN");
     vlanId = switchAccessVlanForIntf(agent, ingressIntf);

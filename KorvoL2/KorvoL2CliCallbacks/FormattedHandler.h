@@ -10,6 +10,7 @@
 
 #include "KorvoL2/KorvoL2CliCallbacks/CliCallbackWithFormat.h"
 #include "KorvoL2/KorvoL2CliCallbacks/HandlerClass.h"
+#include "platform/base/Exceptions.h"
 
 namespace KorvoL2 {
 
@@ -63,9 +64,10 @@ class CliCallbackWithFormat::AsyncHandler : public Qel::Entity {
   template <class Factory, class... Args>
   static Machine createMachine(const Qel::Ptr<CliCallbackWithFormat>& callback, Factory factory,
                                Args&&... args) {
-    const auto& request = callback->asyncRequest();
+    const Qel::Ptr<const AgentCommand::AgentCommandRequest> request = callback->asyncRequest();
+    QEL_ASSERT(request != nullptr);
     auto machine = factory(request->requestString(), request, defaultMaxRuntime,
-                           callback->l2Agent()->activityClock(), std::forward<Args>(args)...);
+                           callback->agent().activityClock(), std::forward<Args>(args)...);
     machine->handleInitialized();
     return machine;
   }

@@ -23,7 +23,7 @@ bool CliCallback::HwMcastMcidxH::condition(const Qel::Ptr<CliCallback>& callback
 }
 
 void CliCallback::HwMcastMcidxH::action(const Qel::Ptr<CliCallback>& callback) {
-  const std::uint32_t groups = callback->l2Agent()->maxL2MulticastGroupsAll();
+  const std::uint32_t groups = callback->agent().maxL2MulticastGroupsAll();
   const std::uint32_t group = decimalNumber(callback->cmdTokens(2));
   if (group >= groups) {
     Rendering::printToSocket(callback->socket(),

@@ -23,7 +23,7 @@ void CliCallback::PerVlanEntryH::action(const Qel::Ptr<CliCallback>& callback) {
     mac = Bridging::EthAddr(std::string_view(arg).substr(kMacSelector.size()));
     kind = KorvoRouterMacSm::ShowKind::mac;
   }
-  forward(callback, callback->l2Agent()->unicastAgent()->routerMacSm(), "no routerMacSm",
+  forward(callback, callback->unicastAgent().routerMacSm(), "no routerMacSm",
           &KorvoRouterMacSm::handleShowCommand, callback->socket(), mac, vlan, kind);
 }
 

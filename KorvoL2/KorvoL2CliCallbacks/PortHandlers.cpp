@@ -3,8 +3,8 @@
 namespace KorvoL2 {
 
 void CliCallback::EgrMaskStatusH::action(const Qel::Ptr<CliCallback>& callback) {
-  forward(callback, callback->l2Agent()->mlagHelper(), "no mlagHelper",
-          &MlagHelper::showEgrMaskStatus, callback->socket());
+  forward(callback, callback->agent().mlagHelper(), "no mlagHelper", &MlagHelper::showEgrMaskStatus,
+          callback->socket());
 }
 
 bool CliCallback::HwFiforegH::condition(const Qel::Ptr<CliCallback>& callback) const {

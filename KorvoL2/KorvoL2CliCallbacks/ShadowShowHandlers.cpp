@@ -45,7 +45,8 @@ void CliCallback::ShadowShowH::action(const Qel::Ptr<CliCallback>& callback) {
   // The record is one per callback: an agent that wants to look at it sets its own, for others it
   // is made when it is first needed.
   if (callback->shw() == nullptr) callback->shwIs(Qel::makePtr<ShadowShow>());
-  readOptions(*callback);
+  const Qel::Ptr<ShadowShow> options = callback->shw();
+  readOptions(*callback, *options);
   const HandlerList<ShadowShowHandler> handlers(tables());
   ShadowShowHandler* const handler =
       handlers.firstWilling(callback, [&](const ShadowShowHandler& tested) {
@@ -58,8 +59,7 @@ void CliCallback::ShadowShowH::action(const Qel::Ptr<CliCallback>& callback) {
   handler->action(callback);
 }
 
-void CliCallback::ShadowShowH::readOptions(CliCallback& callback) {
-  ShadowShow& options = *callback.shw();
+void CliCallback::ShadowShowH::readOptions(CliCallback& callback, ShadowShow& options) {
   options.raw = callback.findSubArg("RAW") != 0;
   QEL_TRACE(trace(), 8, "Raw: {}", options.raw);
   options.allEntries = callback.findSubArg("ALLENTRIES") != 0;
@@ -80,19 +80,19 @@ void CliCallback::ShadowShowH::readOptions(CliCallback& callback) {
 
 bool CliCallback::ShadowShowH::ShadowShowHandler::condition(
     const Qel::Ptr<CliCallback>& callback) const {
-  return callback->subArgPos() != 0 && callback->l2Agent()->hwTableStateAvailable();
+  return callback->subArgPos() != 0 && callback->agent().hwTableStateAvailable();
 }
 
 void CliCallback::ShadowShowH::ShadowShowHandler::print(const Qel::Ptr<CliCallback>& callback,
                                                         Printer printer) {
   const Qel::Ptr<ShadowShow> parameters = callback->shw();
-  forward(callback, callback->l2Agent()->l2CmdRingManager(), "no l2CmdRingManager", printer,
+  forward(callback, callback->agent().l2CmdRingManager(), "no l2CmdRingManager", printer,
           callback->socket(), parameters);
 }
 
 void CliCallback::ShadowShowH::ShadowShowHandler::print(const Qel::Ptr<CliCallback>& callback,
                                                         Table table, const char* absent) {
-  const Qel::Ptr<L2CmdRingManager> manager(callback->l2Agent()->l2CmdRingManager());
+  const Qel::Ptr<L2CmdRingManager> manager(callback->agent().l2CmdRingManager());
   if (manager == nullptr) return lacks(callback, "no l2CmdRingManager");
   const Qel::Ptr<ShadowShow> parameters = callback->shw();
   const Qel::Ptr<ShadowTable> shown = (manager.get()->*table)();
@@ -111,7 +111,7 @@ bool CliCallback::ShadowShowH::EgrXlateH::condition(const Qel::Ptr<CliCallback>&
   // The keyword first: a chip number that is none is refused by its type, and only a command that
   // asks for this table may fail on it.
   return callback->subArgPos() != 0 && callback->egrVlanXlateFeature() &&
-         callback->l2Agent()->isModulePresent(Tessar::FapId(callback->shw()->chip));
+         callback->agent().isModulePresent(Tessar::FapId(callback->shw()->chip));
 }
 
 void CliCallback::ShadowShowH::EgrXlateH::action(const Qel::Ptr<CliCallback>& callback) {

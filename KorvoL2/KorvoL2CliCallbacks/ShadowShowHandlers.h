@@ -34,7 +34,7 @@ class CliCallback::ShadowShowH final : public Handler {
   static std::span<const ChainRow<ShadowShowHandler>> tables();
 
  private:
-  static void readOptions(CliCallback& callback);
+  static void readOptions(CliCallback& callback, ShadowShow& options);
 };
 
 /**

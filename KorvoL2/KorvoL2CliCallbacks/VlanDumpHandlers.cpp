@@ -10,14 +10,6 @@ namespace KorvoL2 {
 
 using Machine = CliCallbackWithFormat::AsyncHandler::Machine;
 
-namespace {
-
-const UnicastAgent& unicastOf(const CliCallbackWithFormat& callback) {
-  return *callback.l2Agent()->unicastAgent();
-}
-
-}  // namespace
-
 bool CliCallbackWithFormat::VlanDumpHandler::condition(
     const Qel::Ptr<CliCallbackWithFormat>& callback) const {
   if (!AsyncHandler::condition(callback) || !chipSupport(*callback)) return false;
@@ -29,7 +21,7 @@ bool CliCallbackWithFormat::VlanDumpHandler::condition(
 
 std::string_view CliCallbackWithFormat::VlanDumpHandler::missingObject(
     const CliCallbackWithFormat& callback) const {
-  return unicastOf(callback).vlanXlateSm() == nullptr ? "no vlanXlateSm" : "";
+  return callback.unicastAgent().vlanXlateSm() == nullptr ? "no vlanXlateSm" : "";
 }
 
 bool CliCallbackWithFormat::EgrVlanXlateStatusH::chipSupport(
@@ -39,7 +31,7 @@ bool CliCallbackWithFormat::EgrVlanXlateStatusH::chipSupport(
 
 Machine CliCallbackWithFormat::EgrVlanXlateStatusH::action(
     const Qel::Ptr<CliCallbackWithFormat>& callback) {
-  const Qel::Ptr<const VlanXlateSm> xlate(unicastOf(*callback).vlanXlateSm());
+  const Qel::Ptr<const VlanXlateSm> xlate(callback->unicastAgent().vlanXlateSm());
   return createMachine(callback, egrVlanXlateSwRequestSmBaseFactory,
                        xlate->egrVlanXlateVxlanVfiConfigDir(), xlate->egrPortVlanXlateStatusDir(),
                        xlate->egrVxlanVlanXlateStatusDir());
@@ -52,18 +44,18 @@ bool CliCallbackWithFormat::IngVlanRangeH::chipSupport(
 
 std::string_view CliCallbackWithFormat::IngVlanRangeH::missingObject(
     const CliCallbackWithFormat& callback) const {
-  const UnicastAgent& unicast = unicastOf(callback);
+  const UnicastAgent& unicast = callback.unicastAgent();
   if (unicast.ingVlanRangeSm() == nullptr) return "no ingVlanRangeSm";
   if (unicast.featureAgentCommonSmData() == nullptr) return "no featureAgentCommonSmData";
-  return callback.l2Agent()->l2CmdRingManager() == nullptr ? "no l2CmdRingManager" : "";
+  return callback.agent().l2CmdRingManager() == nullptr ? "no l2CmdRingManager" : "";
 }
 
 Machine CliCallbackWithFormat::IngVlanRangeH::action(
     const Qel::Ptr<CliCallbackWithFormat>& callback) {
-  const Qel::Ptr<const IngVlanRangeSm> ranges(unicastOf(*callback).ingVlanRangeSm());
+  const Qel::Ptr<const IngVlanRangeSm> ranges(callback->unicastAgent().ingVlanRangeSm());
   const Qel::Ptr<const FeatureAgentCommonSmData> fcsd =
-      unicastOf(*callback).featureAgentCommonSmData();
-  const Qel::Ptr<L2CmdRingManager> ring(callback->l2Agent()->l2CmdRingManager());
+      callback->unicastAgent().featureAgentCommonSmData();
+  const Qel::Ptr<L2CmdRingManager> ring(callback->agent().l2CmdRingManager());
   if (callback->ingVlanDynamicRange()) {
     return createMachine(callback, ingDynamicVlanRangeRequestSmFactory, fcsd,
                          ranges->vlanXlateScaleEntryDir(), ring, ranges->ingVlanRangeSize(),
@@ -80,7 +72,7 @@ bool CliCallbackWithFormat::VlanXlateStatusH::chipSupport(
 
 Machine CliCallbackWithFormat::VlanXlateStatusH::action(
     const Qel::Ptr<CliCallbackWithFormat>& callback) {
-  const Qel::Ptr<const VlanXlateSm> xlate(unicastOf(*callback).vlanXlateSm());
+  const Qel::Ptr<const VlanXlateSm> xlate(callback->unicastAgent().vlanXlateSm());
   return createMachine(callback, ingVlanXlateSwRequestSmBaseFactory, xlate->vlanXlateDipConfigDir(),
                        xlate->vlanSvpStatusDir(), xlate->portVlanXlateStatusDir());
 }

@@ -12,9 +12,8 @@ bool CliCallback::EgrVlanXlateStatus2H::condition(const Qel::Ptr<CliCallback>& c
 
 void CliCallback::EgrVlanXlateStatus2H::action(const Qel::Ptr<CliCallback>& callback) {
   const bool hashView = Qel::getToggleState("ShowEgrVlanXlateHashView", "KorvoQuorra.json", true);
-  forward(callback, callback->l2Agent()->unicastAgent()->egrVlanXlateManager(),
-          "no egrVlanXlateManager", &EgrVlanXlateQuorraManager::showEgrVlanXlate,
-          callback->socket(), hashView);
+  forward(callback, callback->unicastAgent().egrVlanXlateManager(), "no egrVlanXlateManager",
+          &EgrVlanXlateQuorraManager::showEgrVlanXlate, callback->socket(), hashView);
 }
 
 bool CliCallback::VlanXlateStatus2H::condition(const Qel::Ptr<CliCallback>& callback) const {
@@ -22,12 +21,12 @@ bool CliCallback::VlanXlateStatus2H::condition(const Qel::Ptr<CliCallback>& call
 }
 
 void CliCallback::VlanXlateStatus2H::action(const Qel::Ptr<CliCallback>& callback) {
-  forward(callback, callback->l2Agent()->unicastAgent()->vlanXlate2Manager(),
-          "no vlanXlate2Manager", &VlanXlate2Manager::showVlanXlate2, callback->socket());
+  forward(callback, callback->unicastAgent().vlanXlate2Manager(), "no vlanXlate2Manager",
+          &VlanXlate2Manager::showVlanXlate2, callback->socket());
 }
 
 void CliCallback::VlanVfiMapH::action(const Qel::Ptr<CliCallback>& callback) {
-  forward(callback, callback->l2Agent()->vfiAllocatorSm(), "no vfiAllocatorSm",
+  forward(callback, callback->agent().vfiAllocatorSm(), "no vfiAllocatorSm",
           &VfiAllocatorSm::showVlanVfiMap, callback->socket());
 }
 

@@ -15,25 +15,24 @@ namespace {
 
 /** The agent's VXLAN object, or null. */
 const VxlanL2Sm* vxlanOf(const CliCallbackWithFormat& callback) {
-  const UnicastAgent* const unicast = callback.l2Agent()->unicastAgent();
-  return unicast == nullptr ? nullptr : unicast->vxlanL2Sm();
+  return callback.unicastAgent().vxlanL2Sm();
 }
 
 }  // namespace
 
 void CliCallback::VxlanDebugStateH::action(const Qel::Ptr<CliCallback>& callback) {
-  forward(callback, callback->l2Agent()->unicastAgent()->vxlanL2Sm(), "no vxlanL2 Sm",
+  forward(callback, callback->unicastAgent().vxlanL2Sm(), "no vxlanL2 Sm",
           &VxlanL2Sm::showSoftwareVxlanDebugInfo, callback->socket());
 }
 
 void CliCallback::VxlanSvpUsageH::action(const Qel::Ptr<CliCallback>& callback) {
-  forward(callback, callback->l2Agent()->unicastAgent()->svpManager(), "no svp mgr",
+  forward(callback, callback->unicastAgent().svpManager(), "no svp mgr",
           &SvpManager::showVirtualPorts, callback->socket());
 }
 
 Machine CliCallbackWithFormat::VxlanRoutingInfoH::action(
     const Qel::Ptr<CliCallbackWithFormat>& callback) {
-  const UnicastAgent& unicast = *callback->l2Agent()->unicastAgent();
+  const UnicastAgent& unicast = callback->unicastAgent();
   const VxlanL2Sm* const vxlan = vxlanOf(*callback);
   return createMachine(
       callback, l2RoutingInfoRequestSmFactory, unicast.recircIntf(), unicast.routingStatus(),
@@ -52,9 +51,8 @@ bool CliCallbackWithFormat::VxlanVlanH::condition(
 Machine CliCallbackWithFormat::VxlanVlanH::action(const Qel::Ptr<CliCallbackWithFormat>& callback) {
   const VxlanL2Sm& vxlan = *vxlanOf(*callback);
   return createMachine(callback, l2VxlanVlanRequestSmBaseFactory,
-                       callback->l2Agent()->unicastAgent()->featureAgentCommonSmData(),
-                       vxlan.vxlanL2State(), vxlan.vxlanL3Config(), vxlan.vxlanL3Status(),
-                       callback->detail());
+                       callback->unicastAgent().featureAgentCommonSmData(), vxlan.vxlanL2State(),
+                       vxlan.vxlanL3Config(), vxlan.vxlanL3Status(), callback->detail());
 }
 
 bool CliCallbackWithFormat::VxlanVlanSummaryH::condition(

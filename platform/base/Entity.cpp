@@ -23,25 +23,34 @@ void Publisher::cancel(Subscription subscription) {
     std::erase_if(entries_, [](const Entry& e) { return e.reactor == nullptr; });
 }
 
-void Publisher::publish(const Entity& entity, std::string_view attribute) {
+template <class Call>
+void Publisher::forEachReactor(const Entity& entity, Call&& call) {
   struct Guard {
     Publisher& publisher;
-    explicit Guard(Publisher& p) : publisher(p) { ++publisher.publishing_; }
+    // This publisher is a part of the entity, whose last user a reactor may be.
+    Ptr<const Entity> held;
+    Guard(Publisher& p, const Entity& e) : publisher(p), held(e.hold()) { ++publisher.publishing_; }
+    Guard(const Guard&) = delete;
+    Guard& operator=(const Guard&) = delete;
     ~Guard() {
       if (--publisher.publishing_ == 0) {
         std::erase_if(publisher.entries_, [](const Entry& e) { return e.reactor == nullptr; });
       }
     }
   };
-  const Guard guard(*this);
+  const Guard guard(*this, entity);
   // By index, and only those present now: a reactor may subscribe others, cancel itself or drop
   // them all.
   const std::size_t present = entries_.size();
   for (std::size_t i = 0; i < present && i < entries_.size(); ++i) {
     if (entries_[i].reactor == nullptr) continue;
     const Reactor reactor = entries_[i].reactor;
-    reactor(entity, attribute);
+    call(reactor);
   }
+}
+
+void Publisher::publish(const Entity& entity, std::string_view attribute) {
+  forEachReactor(entity, [&](const Reactor& reactor) { reactor(entity, attribute); });
 }
 
 const TypeData& Entity::typeData() const noexcept {
@@ -50,7 +59,14 @@ const TypeData& Entity::typeData() const noexcept {
 }
 
 void Entity::qelDoZombieReactors(bool notify) {
-  if (notify && publisher_.hasSubscribers()) publisher_.publish(*this, "zombie");
+  if (notify) {
+    publisher_.forEachReactor(*this, [this](const Publisher::Reactor& reactor) {
+      try {
+        reactor(*this, "zombie");
+      } catch (...) {  // nobody set anything, and so nobody is there to tell
+      }
+    });
+  }
   publisher_.entries_.clear();
   publisher_.numActive_ = 0;
 }
@@ -58,12 +74,13 @@ void Entity::qelDoZombieReactors(bool notify) {
 void Entity::lastUserGone() noexcept {
   // Its own user while reactors run: one of them may take a Ptr and let it go again.
   addUser();
-  // Reactors that throw while an object dies have nobody left to tell.
   try {
     qelDoZombieReactors(notificationActive_);
-  } catch (...) {
+  } catch (...) {  // a derived class's part of it
   }
   if (users() == 1) {
+    // The destructors of derived classes use setters as any code does.
+    notificationActive_ = false;
     delete this;
   } else {
     removeUser();  // a reactor keeps it

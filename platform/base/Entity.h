@@ -6,7 +6,18 @@
 //   attrIs(key, ...)  adds a member to a collection; attrDel(key), attrDelAll(), attrHas(key)
 // A reactor subscribed to an entity's publisher hears the name of each attribute that changed.
 //
-// Threading: the agent's event-loop thread only. Reactors run inside the setter.
+// What a reactor may do. It runs inside the setter, after the change is in place.
+//  - It may throw. The exception leaves the setter; the change stays, and reactors that were
+//    subscribed later do not hear of it.
+//  - It may let go of the entity's last user. The entity stays until the publication has ended.
+//  Code
+//    that goes on after a setter (a slice, a command) keeps what it needs itself: hold().
+//  - Of the end it hears once, by the name "zombie", while the object is still whole. What it
+//  throws
+//    then goes to nobody, and every other reactor hears the end as well. After that notification is
+//    off: a destructor publishes nothing.
+//
+// Threading: the agent's event-loop thread only.
 #pragma once
 
 #include <cstdint>
@@ -36,6 +47,7 @@ class Publisher {
   Subscription subscribe(Reactor reactor);
   /** Idempotent; may be called from within a reactor. */
   void cancel(Subscription subscription);
+  /** Hands a change to the reactors, in the order in which they subscribed. */
   void publish(const Entity& entity, std::string_view attribute);
   bool hasSubscribers() const noexcept { return numActive_ != 0; }
 
@@ -45,6 +57,10 @@ class Publisher {
     Subscription id;
     Reactor reactor;
   };
+  // `call`, void(const Reactor&), is given each reactor that is there now.
+  template <class Call>
+  void forEachReactor(const Entity& entity, Call&& call);
+
   std::vector<Entry> entries_;
   Subscription lastId_ = 0;
   std::uint32_t numActive_ = 0;
@@ -58,10 +74,13 @@ class Entity : public RefCounted {
   virtual const TypeData& typeData() const noexcept;
   /**
    * The entity's last user has gone: with `notify`, reactors still subscribed hear the attribute
-   * name "zombie" once; they are dropped in any case. A reactor that takes a Ptr and keeps it keeps
-   * the entity.
+   * name "zombie" once, whatever the others throw; they are dropped in any case. A reactor that
+   * takes a Ptr and keeps it keeps the entity.
    */
   virtual void qelDoZombieReactors(bool notify);
+
+  /** Keeps the entity as long as it is in scope; null for one that no Ptr owns. */
+  Ptr<const Entity> hold() const { return Ptr<const Entity>(users() == 0 ? nullptr : this); }
 
   /** While clear (the initial state), changes are stored but not published. */
   bool hasNotificationActive() const noexcept { return notificationActive_; }

@@ -24,6 +24,7 @@ AgentAsyncCommandRequestSm::~AgentAsyncCommandRequestSm() = default;
 
 void AgentAsyncCommandRequestSm::runCommand() {
   QEL_ASSERT(!executionCompleteFlag_);
+  const Qel::Ptr<const Qel::Entity> held = hold();
   ++slices_;
   rowsInSlice_ = 0;
   silentInSlice_ = 0;

@@ -22,6 +22,9 @@
 //    there: it heeds the time and a number of entries and counts no row, so that it changes nothing
 //    about what is printed.
 //  - An exception that leaves runCommand() ends the request; the machine is not called again.
+//  - A reactor may let go of the machine in the middle of a slice, or of the agent's objects that
+//  it
+//    walks: runCommand() holds the machine, and a machine holds what it was given until it goes.
 //
 // Threading: the agent's event-loop thread only.
 #pragma once

@@ -5,20 +5,22 @@
 // gives back a state machine that does. What became of the command is told in outcome(), for the
 // socket carries answers only.
 //
+// A reactor may take anything away in the middle of a command: the agent from the callback, an
+// object from the agent, the callback from its host. The command goes on with what it began with,
+// for a callback holds itself and what it uses until the command is answered.
+//
 // Threading: the agent's event-loop thread only; one command at a time.
 #pragma once
 
 #include <cstdint>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "platform/base/Entity.h"
 #include "platform/command/AgentAsyncCommandRequestSm.h"
 #include "platform/command/AgentCommandRequest.h"
-
-namespace KorvoL2 {
-class L2Agent;
-}
+#include "platform/l2/L2Agent.h"
 
 namespace AgentCommand {
 
@@ -37,6 +39,13 @@ struct CommandOutcome {
 /** What both callback bases share. */
 class CliCallbackCommon : public Qel::Entity {
  public:
+  /** What is kept until the command is answered. */
+  struct Kept {
+    Qel::Ptr<const KorvoL2::L2Agent> agent;              ///< null when there is none
+    Qel::Ptr<const KorvoL2::UnicastAgent> unicastAgent;  ///< null until the agent is found ready
+    std::vector<Qel::Ptr<const Qel::Entity>> objects;
+  };
+
   /** The name given by the agent, and the plug-in's fixed second name. */
   const std::string& name() const noexcept { return name_; }
   const std::string& secondName() const noexcept { return secondName_; }
@@ -47,7 +56,36 @@ class CliCallbackCommon : public Qel::Entity {
 
   const CommandOutcome& outcome() const noexcept { return outcome_; }
 
+  // For the handlers of a command, which run once the agent was found ready.
+
+  /** The agent that the command under way began with. */
+  const KorvoL2::L2Agent& agent() const noexcept { return *kept_.agent; }
+  const KorvoL2::UnicastAgent& unicastAgent() const noexcept { return *kept_.unicastAgent; }
+
  protected:
+  /** A command is under way while one is in scope; the outermost ends it. */
+  class Command {
+   public:
+    explicit Command(CliCallbackCommon& callback) : callback_(&callback) {
+      if (callback_->numUnderWay_++ == 0) callback_->kept_.agent = callback_->l2Agent_;
+    }
+    Command(const Command&) = delete;
+    Command& operator=(const Command&) = delete;
+    ~Command() {
+      if (--callback_->numUnderWay_ == 0) const Kept gone = std::exchange(callback_->kept_, {});
+    }
+
+   private:
+    Qel::Ptr<CliCallbackCommon> callback_;
+  };
+  /** Keeps `object`, which may be null, until the command is answered; returns it. */
+  template <class Object>
+  Object* keep(Object* object) {
+    if (object != nullptr) kept_.objects.emplace_back(object);
+    return object;
+  }
+  Kept& kept() noexcept { return kept_; }
+
   CliCallbackCommon(std::string name, std::string secondName)
       : name_(std::move(name)), secondName_(std::move(secondName)) {}
   void outcomeIs(CommandOutcome outcome) { outcome_ = std::move(outcome); }
@@ -57,6 +95,8 @@ class CliCallbackCommon : public Qel::Entity {
   std::string secondName_;
   KorvoL2::L2Agent* l2Agent_ = nullptr;
   CommandOutcome outcome_;
+  Kept kept_;
+  unsigned numUnderWay_ = 0;
 };
 
 /** Answers plain-text commands. */

@@ -42,7 +42,7 @@ class FakeCmdRingManager final : public L2CmdRingManager {
   std::function<void()> onRead;
 };
 
-class VlanRangeHarness : public RequestHarness {
+class VlanRangeHarness : public virtual RequestHarness {
  protected:
   static constexpr std::uint8_t kRangeSize = 8;
 

@@ -10,7 +10,7 @@
 
 namespace KorvoL2::Testing {
 
-class VlanXlateHarness : public RequestHarness {
+class VlanXlateHarness : public virtual RequestHarness {
  protected:
   static Bridging::PortVlanKey portVlan(const std::string& intf, unsigned vlan) {
     return {Bridging::IntfId(intf), Bridging::VlanId(vlan)};

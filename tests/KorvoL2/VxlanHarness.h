@@ -11,7 +11,7 @@
 
 namespace KorvoL2::Testing {
 
-class VxlanHarness : public RequestHarness {
+class VxlanHarness : public virtual RequestHarness {
  protected:
   static constexpr Qel::Duration kBudget = std::chrono::milliseconds(50);
 

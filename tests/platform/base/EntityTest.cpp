@@ -14,10 +14,11 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-class Probe final : public Entity {
+class Probe : public Entity {
  public:
   Probe() { hasNotificationActiveIs(true); }
   ~Probe() override {
+    vlanIs(-1);
     if (gone != nullptr) *gone = true;
   }
   int vlan() const { return vlan_; }
@@ -172,6 +173,54 @@ TEST_F(EntityTest, ReactorThatThrowsDoesNotKeepAnEntityFromGoing) {
       [](const Entity&, std::string_view) { throw std::runtime_error("no"); });
   probe_.reset();
   EXPECT_TRUE(gone);
+}
+
+TEST_F(EntityTest, EveryReactorHearsTheEndWhateverAnotherOneThrows) {
+  probe_->publisher().subscribe(
+      [](const Entity&, std::string_view) { throw std::runtime_error("no"); });
+  listen();
+  probe_.reset();
+  EXPECT_THAT(heard_, ElementsAre("zombie"));
+}
+
+TEST_F(EntityTest, DestructorPublishesNothingEvenIfTheEndCouldNotBeTold) {
+  class Unlucky final : public Probe {
+   public:
+    void qelDoZombieReactors(bool) override { throw std::runtime_error("no"); }
+  };
+  bool gone = false;
+  auto unlucky = makePtr<Unlucky>();
+  unlucky->gone = &gone;
+  unlucky->publisher().subscribe([this](const Entity&, std::string_view attribute) {
+    heard_.emplace_back(attribute);
+    throw std::runtime_error("no");
+  });
+  unlucky.reset();
+  EXPECT_TRUE(gone);
+  EXPECT_THAT(heard_, IsEmpty());
+}
+
+TEST_F(EntityTest, ReactorMayLetGoOfTheEntity) {
+  bool gone = false;
+  probe_->gone = &gone;
+  probe_->publisher().subscribe([&](const Entity&, std::string_view) {
+    probe_.reset();
+    EXPECT_FALSE(gone);
+  });
+  listen("later:");
+  probe_->vlanIs(1);
+  EXPECT_TRUE(gone);
+  EXPECT_THAT(heard_, ElementsAre("later:vlan", "later:zombie"));
+}
+
+TEST_F(EntityTest, EntityThatNoPtrOwnsIsNotHeld) {
+  Probe probe;
+  EXPECT_EQ(probe.hold(), nullptr);
+  probe.publisher().subscribe(
+      [this](const Entity&, std::string_view attribute) { heard_.emplace_back(attribute); });
+  probe.vlanIs(1);
+  EXPECT_THAT(heard_, ElementsAre("vlan"));
+  probe.hasNotificationActiveIs(false);
 }
 
 TEST_F(EntityTest, ReactorOfAGoingEntityMayHoldItForAWhile) {
