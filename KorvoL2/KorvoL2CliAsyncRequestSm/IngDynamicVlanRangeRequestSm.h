@@ -25,14 +25,14 @@ class IngDynamicVlanRangeRequestSm final : public IngVlanRangeRequestSmBase {
                                Qel::Ptr<const PortHwIndexMappingDir> portHwIndexMappingDir);
 
   /** 0 where neither the interface nor its port-channel has an index. */
-  std::uint32_t getLogicalPort(Bridging::IntfId intf) const override;
+  KORVO_L2_API std::uint32_t getLogicalPort(Bridging::IntfId intf) const override;
 
   /** Never null. */
   const Qel::Ptr<const PortHwIndexMappingDir>& portHwIndexMappingDir() const noexcept {
     return portHwIndexMappingDir_;
   }
 
-  const Qel::TypeData& typeData() const noexcept override;
+  KORVO_L2_API const Qel::TypeData& typeData() const noexcept override;
 
  private:
   Qel::Ptr<const PortHwIndexMappingDir> portHwIndexMappingDir_;

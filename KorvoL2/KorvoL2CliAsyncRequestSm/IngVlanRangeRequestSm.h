@@ -17,9 +17,9 @@ class IngVlanRangeRequestSm final : public IngVlanRangeRequestSmBase {
   using IngVlanRangeRequestSmBase::IngVlanRangeRequestSmBase;
 
   /** The hardware's "no port", 1023, for an interface without a port. */
-  std::uint32_t getLogicalPort(Bridging::IntfId intf) const override;
+  KORVO_L2_API std::uint32_t getLogicalPort(Bridging::IntfId intf) const override;
 
-  const Qel::TypeData& typeData() const noexcept override;
+  KORVO_L2_API const Qel::TypeData& typeData() const noexcept override;
 };
 
 KORVO_L2_API Qel::Ptr<IngVlanRangeRequestSm> IngVlanRangeRequestSmIs(

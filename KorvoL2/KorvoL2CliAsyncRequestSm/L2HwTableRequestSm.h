@@ -26,10 +26,10 @@ class L2HwTableRequestSm final : public L2HwTableRequestSmBase {
                      std::string chipList, bool detail, KorvoL2MacAddrSmHelper* macAddrSmHelper,
                      KorvoL2McastHelper* mcastHelper);
 
-  void handleAsyncCommand(std::uint32_t socket, std::uint32_t format) override;
-  void showMacTableHw() override;
+  KORVO_L2_API void handleAsyncCommand(std::uint32_t socket, std::uint32_t format) override;
+  KORVO_L2_API void showMacTableHw() override;
 
-  const Qel::TypeData& typeData() const noexcept override;
+  KORVO_L2_API const Qel::TypeData& typeData() const noexcept override;
 
  private:
   bool startChip(std::uint32_t chip);

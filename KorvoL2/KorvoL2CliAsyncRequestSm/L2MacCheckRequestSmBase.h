@@ -23,6 +23,7 @@
 #include <string_view>
 #include <vector>
 
+#include "KorvoL2/Export.h"
 #include "KorvoL2/KorvoL2CliAsyncRequestSmBase/ResumableWalk.h"
 #include "platform/command/AgentAsyncCommandRequestSm.h"
 #include "platform/l2/KorvoL2MacAddrSmHelper.h"
@@ -36,14 +37,14 @@ class L2MacCheckRequestSmBase : public AgentCommand::AgentAsyncCommandRequestSm 
  public:
   using Fap = absl::btree_set<std::uint32_t>;
 
-  void handleAsyncCommand(std::uint32_t socket, std::uint32_t format) override;
+  KORVO_L2_API void handleAsyncCommand(std::uint32_t socket, std::uint32_t format) override;
 
   /**
    * Posts the read requests and takes the machine into service. Throws RangeException on a chip
    * number whose low byte is above 128, AssertionException when a chip is to be read without a
    * multicast helper.
    */
-  void handleInitialized();
+  KORVO_L2_API void handleInitialized();
 
   /** Chip numbers as the command gave them, decimal, separated by ",". */
   const std::string& fapIdList() const noexcept { return fapIdList_; }
@@ -60,10 +61,10 @@ class L2MacCheckRequestSmBase : public AgentCommand::AgentAsyncCommandRequestSm 
 
   /** Every chip number of the list, in full width, though a chip is asked for by its low byte. */
   const Fap& fap() const noexcept { return fap_; }
-  void fapIs(std::uint32_t id);
-  void fapDel(std::uint32_t id);
-  void fapDel(Fap::const_iterator position);
-  void fapDelAll();
+  KORVO_L2_API void fapIs(std::uint32_t id);
+  KORVO_L2_API void fapDel(std::uint32_t id);
+  KORVO_L2_API void fapDel(Fap::const_iterator position);
+  KORVO_L2_API void fapDelAll();
   bool fapHas(std::uint32_t id) const { return fap_.contains(id); }
 
  protected:

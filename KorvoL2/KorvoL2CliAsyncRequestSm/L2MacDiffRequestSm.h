@@ -34,12 +34,12 @@ class L2MacDiffRequestSm final : public L2MacCheckRequestSmBase {
   std::uint32_t diffCount() const noexcept { return diffCount_; }
   void diffCountInc(std::uint32_t by) { attributeIs(diffCount_, diffCount_ + by, "diffCount"); }
   const Qel::Ptr<DiffMacEntryTable>& diffEntryTable() const noexcept { return diffEntryTable_; }
-  void diffEntryTableIs();
-  void diffEntryTableDel();
+  KORVO_L2_API void diffEntryTableIs();
+  KORVO_L2_API void diffEntryTableDel();
   /** Key of the next entry to print. */
   const Bridging::MacVlanPair& bookmark() const noexcept { return walk_.bookmark(); }
 
-  const Qel::TypeData& typeData() const noexcept override;
+  KORVO_L2_API const Qel::TypeData& typeData() const noexcept override;
 
  private:
   using Entry = DiffMacEntryTable::Collection::Entry;

@@ -45,19 +45,19 @@ class L2MacMissingRequestSm final : public L2MacCheckRequestSmBase {
   }
   /** What hwMissingCount() is made of, module by module. */
   const ModuleCount& moduleCount() const noexcept { return moduleCount_; }
-  void moduleCountIs(const std::string& module, std::uint32_t count);
-  void moduleCountDel(const std::string& module);
-  void moduleCountDelAll();
+  KORVO_L2_API void moduleCountIs(const std::string& module, std::uint32_t count);
+  KORVO_L2_API void moduleCountDel(const std::string& module);
+  KORVO_L2_API void moduleCountDelAll();
 
   const Qel::Ptr<MissingMacEntryTable>& missingEntryTable() const noexcept {
     return missingEntryTable_;
   }
-  void missingEntryTableIs();
-  void missingEntryTableDel();
+  KORVO_L2_API void missingEntryTableIs();
+  KORVO_L2_API void missingEntryTableDel();
   /** Key of the next entry to print. */
   const L2HwEntryKey& bookmark() const noexcept { return walk_.bookmark(); }
 
-  const Qel::TypeData& typeData() const noexcept override;
+  KORVO_L2_API const Qel::TypeData& typeData() const noexcept override;
 
  private:
   using Entry = MissingMacEntryTable::Collection::Entry;

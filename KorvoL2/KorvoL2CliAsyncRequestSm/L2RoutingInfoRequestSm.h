@@ -30,11 +30,11 @@ class L2RoutingInfoRequestSm final : public L2RoutingInfoRequestSmBase {
       Qel::Ptr<const VxlanL2State> vxlanL2State, Qel::Ptr<const VlanSvpConfigDir> vlanSvpConfigDir,
       Qel::Ptr<const VxlanCapabilities> vxlanCapabilities, KorvoL2MacAddrSmHelper* macAddrSmHelper);
 
-  void showVxlanRoutingInfo() override;
+  KORVO_L2_API void showVxlanRoutingInfo() override;
 
   KorvoL2MacAddrSmHelper* macAddrSmHelper() const noexcept { return macAddrSmHelper_.get(); }
 
-  const Qel::TypeData& typeData() const noexcept override;
+  KORVO_L2_API const Qel::TypeData& typeData() const noexcept override;
 
  private:
   void printHeaderOnce();

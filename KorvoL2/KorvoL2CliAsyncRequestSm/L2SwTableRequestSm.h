@@ -20,10 +20,10 @@ class L2SwTableRequestSm final : public L2SwTableRequestSmBase {
                      Qel::Duration maxRunTime, Qel::Ptr<const Qel::Clock> clock,
                      KorvoL2MacAddrSmHelper* macAddrSmHelper);
 
-  void handleAsyncCommand(std::uint32_t socket, std::uint32_t format) override;
-  void showMacTableAll() override;
+  KORVO_L2_API void handleAsyncCommand(std::uint32_t socket, std::uint32_t format) override;
+  KORVO_L2_API void showMacTableAll() override;
 
-  const Qel::TypeData& typeData() const noexcept override;
+  KORVO_L2_API const Qel::TypeData& typeData() const noexcept override;
 
  private:
   Qel::Ptr<KorvoL2MacAddrSmHelper> macAddrSmHelper_;

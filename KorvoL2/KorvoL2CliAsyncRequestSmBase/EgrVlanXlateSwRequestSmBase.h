@@ -32,7 +32,7 @@ class EgrVlanXlateSwRequestSmBase : public VlanXlateSwRequestSmBase {
       Qel::Ptr<const EgrPortVlanXlateStatusDir> egrPortVlanXlateStatusDir,
       Qel::Ptr<const EgrVxlanVlanXlateStatusDir> egrVxlanVlanXlateStatusDir);
 
-  void handleAsyncCommand(std::uint32_t socket, std::uint32_t format) override;
+  KORVO_L2_API void handleAsyncCommand(std::uint32_t socket, std::uint32_t format) override;
 
   // The sections in the order in which they are walked: the directory, never null; whether the
   // heads are printed; whether all is printed; the key of the entry at which the walk goes on.
@@ -82,7 +82,7 @@ class EgrVlanXlateSwRequestSmBase : public VlanXlateSwRequestSmBase {
     bookmarkIs(vxlanVlans_, bookmark);
   }
 
-  const Qel::TypeData& typeData() const noexcept override;
+  KORVO_L2_API const Qel::TypeData& typeData() const noexcept override;
 
  private:
   /** One slice. */

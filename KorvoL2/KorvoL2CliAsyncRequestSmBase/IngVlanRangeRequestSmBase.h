@@ -40,14 +40,14 @@ class IngVlanRangeRequestSmBase : public AgentCommand::AgentAsyncCommandRequestS
                             Qel::Ptr<L2CmdRingManager> cmdRingManager,
                             std::uint8_t ingVlanRangeSize);
 
-  void handleAsyncCommand(std::uint32_t socket, std::uint32_t format) override;
+  KORVO_L2_API void handleAsyncCommand(std::uint32_t socket, std::uint32_t format) override;
   /** The logical port of `intf`. Throws NoImplementationException unless a derived class knows. */
-  virtual std::uint32_t getLogicalPort(Bridging::IntfId intf) const;
+  KORVO_L2_API virtual std::uint32_t getLogicalPort(Bridging::IntfId intf) const;
 
   /** Takes the machine into service. */
-  void handleInitialized();
+  KORVO_L2_API void handleInitialized();
   /** On the first call, writes the preamble and sets inProgress; later, nothing. */
-  void getAsyncState();
+  KORVO_L2_API void getAsyncState();
 
   /** What is known of the interfaces; never null. */
   const Qel::Ptr<const FeatureAgentCommonSmData>& fcsd() const noexcept { return fcsd_; }
@@ -64,9 +64,9 @@ class IngVlanRangeRequestSmBase : public AgentCommand::AgentAsyncCommandRequestS
   void inProgressIs(bool inProgress) { attributeIs(inProgress_, inProgress, "inProgress"); }
   /** The bookmark: the interface at which the walk goes on; the default stands for its start. */
   Bridging::IntfId intfId() const noexcept { return walk_.bookmark(); }
-  void intfIdIs(Bridging::IntfId intf);
+  KORVO_L2_API void intfIdIs(Bridging::IntfId intf);
 
-  const Qel::TypeData& typeData() const noexcept override;
+  KORVO_L2_API const Qel::TypeData& typeData() const noexcept override;
 
  protected:
   void executionComplete();

@@ -33,7 +33,7 @@ class IngVlanXlateSwRequestSmBase : public VlanXlateSwRequestSmBase {
                               Qel::Ptr<const VlanSvpStatusDir> vlanSvpStatusDir,
                               Qel::Ptr<const PortVlanXlateStatusDir> portVlanXlateStatusDir);
 
-  void handleAsyncCommand(std::uint32_t socket, std::uint32_t format) override;
+  KORVO_L2_API void handleAsyncCommand(std::uint32_t socket, std::uint32_t format) override;
 
   // The sections in the order in which they are walked: the directory, never null; whether the
   // heads are printed; whether all is printed; the key of the entry at which the walk goes on.
@@ -77,7 +77,7 @@ class IngVlanXlateSwRequestSmBase : public VlanXlateSwRequestSmBase {
     bookmarkIs(portVlans_, bookmark);
   }
 
-  const Qel::TypeData& typeData() const noexcept override;
+  KORVO_L2_API const Qel::TypeData& typeData() const noexcept override;
 
  private:
   /** One slice. */

@@ -36,10 +36,16 @@ class L2HwTableRequestSmBase : public AgentCommand::AgentAsyncCommandRequestSm {
                          std::string chipList, bool detail);
 
   /** One slice of the walk; a derived class knows the table. */
-  virtual void showMacTableHw();
+  KORVO_L2_API virtual void showMacTableHw();
 
   /** Takes the machine into service. */
-  void handleInitialized();
+  KORVO_L2_API void handleInitialized();
+  /**
+   * On the first call, writes the preamble, reads the chip list and makes the table renderer;
+   * later, nothing. Throws what std::stoi does ("stoi") on a piece that is no number or out of
+   * range.
+   */
+  KORVO_L2_API void getAsyncState();
 
   /** The detailed form: a column table for each chip, with a hardware index column. */
   bool detail() const noexcept { return detail_; }
@@ -55,21 +61,15 @@ class L2HwTableRequestSmBase : public AgentCommand::AgentAsyncCommandRequestSm {
   const Bridging::MacVlanPair& bookmark() const noexcept { return walk_.bookmark(); }
 
   const FapIdList& fapIdList() const noexcept { return fapIdList_; }
-  void fapIs(std::uint32_t id);
-  void fapDel(std::uint32_t id);
-  void fapDel(FapIdList::const_iterator position);
-  void fapDelAll();
+  KORVO_L2_API void fapIs(std::uint32_t id);
+  KORVO_L2_API void fapDel(std::uint32_t id);
+  KORVO_L2_API void fapDel(FapIdList::const_iterator position);
+  KORVO_L2_API void fapDelAll();
   bool fapHas(std::uint32_t id) const { return fapIdList_.contains(id); }
 
-  const Qel::TypeData& typeData() const noexcept override;
+  KORVO_L2_API const Qel::TypeData& typeData() const noexcept override;
 
  protected:
-  /**
-   * On the first call, writes the preamble, reads the chip list and makes the table renderer;
-   * later, nothing. Throws what std::stoi does ("stoi") on a piece that is no number or out of
-   * range.
-   */
-  void getAsyncState();
   void initializeTableRenderer();
   void beginChipRender(std::string_view chipName);
   void endChipRender();

@@ -49,12 +49,14 @@ class L2RoutingInfoRequestSmBase : public AgentCommand::AgentAsyncCommandRequest
                              Qel::Ptr<const VlanSvpConfigDir> vlanSvpConfigDir,
                              Qel::Ptr<const VxlanCapabilities> vxlanCapabilities);
 
-  void handleAsyncCommand(std::uint32_t socket, std::uint32_t format) override;
+  KORVO_L2_API void handleAsyncCommand(std::uint32_t socket, std::uint32_t format) override;
   /** One slice of the walk; a derived class knows the MAC table. */
-  virtual void showVxlanRoutingInfo();
+  KORVO_L2_API virtual void showVxlanRoutingInfo();
 
   /** Takes the machine into service. */
-  void handleInitialized();
+  KORVO_L2_API void handleInitialized();
+  /** On the first call, makes the work list and opens the document; later, nothing. */
+  KORVO_L2_API void getInProgressState();
 
   Bridging::IntfId recircIntf() const noexcept { return recircIntf_; }
   const Qel::Ptr<const KorvoL3::RoutingStatus>& routingStatus() const noexcept {
@@ -81,17 +83,15 @@ class L2RoutingInfoRequestSmBase : public AgentCommand::AgentAsyncCommandRequest
   /** The VLANs to print, with their virtual ports; made by the first slice, empty at the end. */
   const VlanToSvpCollection& vlan2Svp() const noexcept { return vlan2Svp_; }
   /** The virtual port of `vlan`, without a number when the list does not hold the VLAN. */
-  VirtualPort vlan2Svp(Bridging::VlanId vlan) const;
+  KORVO_L2_API VirtualPort vlan2Svp(Bridging::VlanId vlan) const;
   VirtualPort vlan2SvpGet(Bridging::VlanId vlan) const { return vlan2Svp(vlan); }
-  void vlan2SvpIs(Bridging::VlanId vlan, VirtualPort port);
-  void vlan2SvpDel(Bridging::VlanId vlan);
-  void vlan2SvpDelAll();
+  KORVO_L2_API void vlan2SvpIs(Bridging::VlanId vlan, VirtualPort port);
+  KORVO_L2_API void vlan2SvpDel(Bridging::VlanId vlan);
+  KORVO_L2_API void vlan2SvpDelAll();
 
-  const Qel::TypeData& typeData() const noexcept override;
+  KORVO_L2_API const Qel::TypeData& typeData() const noexcept override;
 
  protected:
-  /** On the first call, makes the work list and opens the document; later, nothing. */
-  void getInProgressState();
   void doPrintHeader();
   void executionComplete();
 

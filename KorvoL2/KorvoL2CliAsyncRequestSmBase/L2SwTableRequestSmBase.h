@@ -26,10 +26,12 @@ class L2SwTableRequestSmBase : public AgentCommand::AgentAsyncCommandRequestSm {
                          Qel::Duration maxRunTime, Qel::Ptr<const Qel::Clock> clock);
 
   /** One slice of the walk; a derived class knows the table. */
-  virtual void showMacTableAll();
+  KORVO_L2_API virtual void showMacTableAll();
 
   /** Takes the machine into service. */
-  void handleInitialized();
+  KORVO_L2_API void handleInitialized();
+  /** On the first call, writes the preamble and sets inProgress; later, nothing. */
+  KORVO_L2_API void getInProgressState();
 
   /** Set once the preamble is written and the walk may run; cleared at completion. */
   bool inProgress() const noexcept { return inProgress_; }
@@ -40,11 +42,9 @@ class L2SwTableRequestSmBase : public AgentCommand::AgentAsyncCommandRequestSm {
   /** The key of the next entry to print when the walk resumes. */
   const Bridging::MacVlanPair& bookmark() const noexcept { return walk_.bookmark(); }
 
-  const Qel::TypeData& typeData() const noexcept override;
+  KORVO_L2_API const Qel::TypeData& typeData() const noexcept override;
 
  protected:
-  /** On the first call, writes the preamble and sets inProgress; later, nothing. */
-  void getInProgressState();
   void doPrintHeader();
   /** The trailer; `count` is the number of entries that the table holds. */
   void executionComplete(std::uint32_t count);

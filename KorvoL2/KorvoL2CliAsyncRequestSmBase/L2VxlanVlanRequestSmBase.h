@@ -53,12 +53,15 @@ class L2VxlanVlanRequestSmBase : public AgentCommand::AgentAsyncCommandRequestSm
                            Qel::Ptr<const VxlanL3Config> vxlanL3Config,
                            Qel::Ptr<const VxlanL3Status> vxlanL3Status, bool detail);
 
-  void handleAsyncCommand(std::uint32_t socket, std::uint32_t format) override;
+  KORVO_L2_API void handleAsyncCommand(std::uint32_t socket, std::uint32_t format) override;
   /** One slice of the walk. */
-  virtual void showVxlanVlans();
+  KORVO_L2_API virtual void showVxlanVlans();
 
   /** Does nothing: the first slice prepares what is needed. */
   void handleInitialized() {}
+  /** On the first call, copies the VLANs, writes the preamble and sets inProgress; later, nothing.
+   */
+  KORVO_L2_API void getInProgressState();
 
   const Qel::Ptr<const FeatureAgentCommonSmData>& fcsd() const noexcept { return fcsd_; }
   const Qel::Ptr<const VxlanL2State>& vxlanL2State() const noexcept { return vxlanL2State_; }
@@ -75,9 +78,9 @@ class L2VxlanVlanRequestSmBase : public AgentCommand::AgentAsyncCommandRequestSm
 
   /** The VLANs to print; filled by the first slice, empty again at completion. */
   const VlanSet& vlanMapping() const noexcept { return vlanMapping_; }
-  void vlanMappingIs(Bridging::VlanId vlan);
-  void vlanMappingDel(Bridging::VlanId vlan);
-  void vlanMappingDelAll();
+  KORVO_L2_API void vlanMappingIs(Bridging::VlanId vlan);
+  KORVO_L2_API void vlanMappingDel(Bridging::VlanId vlan);
+  KORVO_L2_API void vlanMappingDelAll();
   bool vlanMappingHas(Bridging::VlanId vlan) const { return vlanMapping_.has(vlan); }
 
   /** Set once the preamble is written and the walk may run; cleared at completion. */
@@ -87,12 +90,9 @@ class L2VxlanVlanRequestSmBase : public AgentCommand::AgentAsyncCommandRequestSm
   Bridging::VlanId bookmark() const noexcept { return vlans_.bookmark(); }
   void bookmarkIs(Bridging::VlanId vlan) { vlans_.bookmarkIs(vlan); }
 
-  const Qel::TypeData& typeData() const noexcept override;
+  KORVO_L2_API const Qel::TypeData& typeData() const noexcept override;
 
  protected:
-  /** On the first call, copies the VLANs, writes the preamble and sets inProgress; later, nothing.
-   */
-  void getInProgressState();
   void executionComplete();
 
  private:

@@ -17,6 +17,7 @@
 #include <string_view>
 #include <utility>
 
+#include "KorvoL2/Export.h"
 #include "KorvoL2/KorvoL2CliAsyncRequestSmBase/RequestSmSupport.h"
 #include "KorvoL2/KorvoL2CliAsyncRequestSmBase/ResumableWalk.h"
 #include "KorvoL2/Trace.h"
@@ -43,7 +44,7 @@ class VlanXlateSwRequestSmBase : public AgentCommand::AgentAsyncCommandRequestSm
   void handleInitialized() {}
   /** Starts a slice: the first one writes the preamble and sets inProgress, later ones clear
    * yielding. */
-  void getAsyncState();
+  KORVO_L2_API void getAsyncState();
 
   /** Set once the preamble is written and the walk may run; cleared at completion. */
   bool inProgress() const noexcept { return inProgress_; }

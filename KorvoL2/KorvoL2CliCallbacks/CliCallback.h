@@ -92,7 +92,7 @@ class CliCallback final : public AgentCommand::CliCallbackBase {
    * Answers `command` on `socket`; everything that it prints goes there. A command for which the
    * agent is not ready leaves the socket as it is; see outcome(). What a handler throws passes on.
    */
-  void handleCommand(std::uint32_t socket, std::string command) override;
+  KORVO_L2_API void handleCommand(std::uint32_t socket, std::string command) override;
 
   /** The command text after the keyword of the handler being tested. */
   const std::string& arg() const noexcept { return arg_; }
@@ -106,19 +106,19 @@ class CliCallback final : public AgentCommand::CliCallbackBase {
 
   const QelCmdTokens& cmdTokens() const noexcept { return cmdTokens_; }
   /** The token at `position`, empty when there is none. */
-  std::string cmdTokens(std::uint8_t position) const;
+  KORVO_L2_API std::string cmdTokens(std::uint8_t position) const;
   std::string cmdTokensGet(std::uint8_t position) const { return cmdTokens(position); }
   /** Inserts or replaces the token at `position`. */
-  void cmdTokensIs(std::uint8_t position, std::string text);
-  void cmdTokensDel(std::uint8_t position);
+  KORVO_L2_API void cmdTokensIs(std::uint8_t position, std::string text);
+  KORVO_L2_API void cmdTokensDel(std::uint8_t position);
   /** Removes what `token` points at; throws AssertionException for the end. */
-  void cmdTokensDel(QelCmdTokens::const_iterator token);
-  void cmdTokensDelAll();
+  KORVO_L2_API void cmdTokensDel(QelCmdTokens::const_iterator token);
+  KORVO_L2_API void cmdTokensDelAll();
   /**
    * The position of the first token that equals `text`, 0 when there is none. The 256th token of a
    * command stands at position 0 and so cannot be found.
    */
-  std::uint8_t findSubArg(std::string_view text) const;
+  KORVO_L2_API std::uint8_t findSubArg(std::string_view text) const;
 
   /** The command text as received. */
   const std::string& command() const noexcept { return command_; }
@@ -167,7 +167,7 @@ class CliCallback final : public AgentCommand::CliCallbackBase {
     attributeIs(egrVlanXlateFeature_, feature, "egrVlanXlateFeature");
   }
 
-  const Qel::TypeData& typeData() const noexcept override;
+  KORVO_L2_API const Qel::TypeData& typeData() const noexcept override;
 
  private:
   /** Refreshes the context from the agent; the outcome says what is missing, if anything is. */

@@ -54,16 +54,16 @@ class CliCallbackWithFormat final : public AgentCommand::CliCallbackBaseWithForm
    * Answers `command` on `socket` at once. A command that no handler takes, or for which the agent
    * is not ready, leaves the socket as it is; see outcome(). What a handler throws passes on.
    */
-  void handleCommand(std::uint32_t socket, std::string command,
-                     std::uint32_t outputFormat) override;
+  KORVO_L2_API void handleCommand(std::uint32_t socket, std::string command,
+                                  std::uint32_t outputFormat) override;
   /** A new machine, taken into service, or null; see outcome() then. `request` must not be null. */
-  Qel::Ptr<AgentCommand::AgentAsyncCommandRequestSm> createAgentAsyncCommandRequestSm(
+  KORVO_L2_API Qel::Ptr<AgentCommand::AgentAsyncCommandRequestSm> createAgentAsyncCommandRequestSm(
       Qel::Ptr<const AgentCommand::AgentCommandRequest> request) override;
   /**
    * Checks the agent and refreshes what both kinds of commands read of it. False, with the reason
    * in outcome(), when the agent is not ready.
    */
-  bool handleCommandCommon();
+  KORVO_L2_API bool handleCommandCommon();
 
   /** The command text after the keyword of the handler being tested. */
   const std::string& arg() const noexcept { return arg_; }
@@ -126,7 +126,7 @@ class CliCallbackWithFormat final : public AgentCommand::CliCallbackBaseWithForm
     attributeIs(vlanXlateFeature_, feature, "vlanXlateFeature");
   }
 
-  const Qel::TypeData& typeData() const noexcept override;
+  KORVO_L2_API const Qel::TypeData& typeData() const noexcept override;
 
  private:
   void refreshChipFlags();

@@ -18,6 +18,7 @@ AgentAsyncCommandRequestSm::AgentAsyncCommandRequestSm(std::string name,
   QEL_ASSERT(agentCommandRequest_ != nullptr);
   QEL_ASSERT(clock_ != nullptr);
   buffer_ = &renderer().buffer();
+  timer_.start(*clock_, maxRunTime_);  // for who calls handleAsyncCommand() without runCommand()
 }
 
 AgentAsyncCommandRequestSm::~AgentAsyncCommandRequestSm() = default;
