@@ -15,11 +15,13 @@ namespace KorvoCtl {
 inline constexpr std::string_view kDefaultSocket = "/run/korvo/l2-agent.sock";
 inline constexpr const char* kSocketVariable = "KORVO_L2_SOCKET";
 inline constexpr std::chrono::milliseconds kDefaultPatience{10000};
+inline constexpr std::chrono::milliseconds kDefaultSilence{30000};
 
 // What every command takes.
 struct CommonOptions {
   std::string socketPath;
   std::chrono::milliseconds patience = kDefaultPatience;
+  std::chrono::milliseconds silence = kDefaultSilence;
   bool progress = true;
 };
 

@@ -17,7 +17,7 @@ namespace KorvoCtl {
 namespace {
 
 constexpr const char* kCommonGroup = "Common options";
-constexpr double kMaxTimeoutSeconds = 86400;
+constexpr double kMaxWaitSeconds = 86400;
 
 // Columns at which the descriptions of options and of commands begin.
 constexpr std::size_t kOptionColumn = 25;
@@ -46,12 +46,16 @@ constexpr std::array kCommonOptions = {
     CommonOption{.names = "--timeout",
                  .value = "SECONDS",
                  .help = "Wait this long for the agent's first word (10; 0: ever)"},
+    CommonOption{.names = "--silence",
+                 .value = "SECONDS",
+                 .help = "Give up when nothing comes for this long (30; 0: never)"},
     CommonOption{.names = "--no-progress", .value = "", .help = "Do not show how far a dump is"},
 };
 constexpr const CommonOption& kHelp = kCommonOptions[0];
 constexpr const CommonOption& kSocket = kCommonOptions[1];
 constexpr const CommonOption& kTimeout = kCommonOptions[2];
-constexpr const CommonOption& kNoProgress = kCommonOptions[3];
+constexpr const CommonOption& kSilence = kCommonOptions[3];
+constexpr const CommonOption& kNoProgress = kCommonOptions[4];
 
 // The words that lead to a part of the tree, "" at its root.
 std::string pathOf(const CLI::App* app) {
@@ -72,13 +76,18 @@ std::string_view groupSummary(std::string_view path) {
 }
 
 // Empty when the text is a number of seconds that can be waited for.
-std::string problemWithTimeout(const std::string& text) {
+std::string problemWithWait(const std::string& text) {
   double seconds = -1;
   const bool isNumber = CLI::detail::lexical_cast(text, seconds);
   // Not "less than 0": a NaN is that neither.
-  return isNumber && seconds >= 0 && seconds <= kMaxTimeoutSeconds
+  return isNumber && seconds >= 0 && seconds <= kMaxWaitSeconds
              ? std::string()
-             : fmt::format("'{}' is not a number from 0 to {}", shown(text), kMaxTimeoutSeconds);
+             : fmt::format("'{}' is not a number from 0 to {}", shown(text), kMaxWaitSeconds);
+}
+
+// Rounded up: the shortest wait must not become 0, which stands for ever.
+std::chrono::milliseconds waitOf(double seconds) {
+  return std::chrono::ceil<std::chrono::milliseconds>(std::chrono::duration<double>(seconds));
 }
 
 // Lists whole commands where CLI11 lists the next word only.
@@ -123,6 +132,7 @@ class Tree {
   std::shared_ptr<HelpFormatter> formatter_ = std::make_shared<HelpFormatter>();
   ParsedWords parsed_;
   double timeoutSeconds_ = std::chrono::duration<double>(kDefaultPatience).count();
+  double silenceSeconds_ = std::chrono::duration<double>(kDefaultSilence).count();
   bool noProgress_ = false;
 };
 
@@ -234,11 +244,14 @@ void Tree::complete(CLI::App& app) {
       ->option_text(std::string(kSocket.value))
       ->take_last()
       ->group(kCommonGroup);
-  app.add_option(std::string(kTimeout.names), timeoutSeconds_, std::string(kTimeout.help))
-      ->option_text(std::string(kTimeout.value))
-      ->check(&problemWithTimeout)
-      ->take_last()
-      ->group(kCommonGroup);
+  for (const auto& [option, seconds] :
+       {std::pair{&kTimeout, &timeoutSeconds_}, std::pair{&kSilence, &silenceSeconds_}}) {
+    app.add_option(std::string(option->names), *seconds, std::string(option->help))
+        ->option_text(std::string(option->value))
+        ->check(&problemWithWait)
+        ->take_last()
+        ->group(kCommonGroup);
+  }
   app.add_flag(std::string(kNoProgress.names), noProgress_, std::string(kNoProgress.help))
       ->group(kCommonGroup);
   for (CLI::App* part : app.get_subcommands([](const CLI::App*) { return true; })) {
@@ -268,8 +281,8 @@ std::variant<ParsedWords, Answer, WrongWords> Tree::parse(std::span<const std::s
   // The mark after which nothing is an option; it has done its work.
   std::erase(parsed_.extras, "--");
   parsed_.options.progress = !noProgress_;
-  parsed_.options.patience =
-      std::chrono::milliseconds(static_cast<std::int64_t>(timeoutSeconds_ * 1000));
+  parsed_.options.patience = waitOf(timeoutSeconds_);
+  parsed_.options.silence = waitOf(silenceSeconds_);
   return std::move(parsed_);
 }
 

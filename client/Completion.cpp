@@ -49,7 +49,7 @@ _korvoctl_chips() {
     for each in "$number" "$name"; do
       [[ -n $each && $each == "$value"* ]] && COMPREPLY+=("$before$(printf '%q' "$each")")
     done
-  done < <("${agent[@]}" --timeout 1 agent chips 2>/dev/null </dev/null)
+  done < <("${agent[@]}" --timeout 1 --silence 1 agent chips 2>/dev/null </dev/null)
 }
 
 _korvoctl() {
@@ -122,7 +122,7 @@ _korvoctl_chips() {
   agent=($words[1])
   [[ -n $1 ]] && agent+=(-s $1)
   local line
-  for line in ${(f)"$($agent --timeout 1 agent chips 2>/dev/null </dev/null)"}; do
+  for line in ${(f)"$($agent --timeout 1 --silence 1 agent chips 2>/dev/null </dev/null)"}; do
     chips+=(${line%% *} ${line#* })
   done
   compset -P '*,'

@@ -23,6 +23,10 @@ Outcome outcomeOf(const Problem& problem) {
   return {.status = problem.status, .message = problem.message, .outputClosed = false};
 }
 
+double secondsOf(std::chrono::milliseconds duration) {
+  return std::chrono::duration<double>(duration).count();
+}
+
 // A message with what the agent said about it, where it said something.
 std::string withReason(std::string text, const std::string& reason) {
   return reason.empty() ? text : fmt::format("{}: {}", text, shown(reason));
@@ -74,7 +78,7 @@ void Exchange::converse() {
       return;
     }
     answerIdle_ = watched[1].revents == 0;
-    if (ready == 0 && !heard_) {
+    if (ready == 0 && !allHasArrived()) {
       gaveUp_ = true;
       return;
     }
@@ -105,11 +109,11 @@ int Exchange::timeout() const {
   if (allHasArrived()) {
     return 0;
   }
-  if (heard_ || options_.patience.count() <= 0) {
-    return -1;
-  }
-  return static_cast<int>(
-      std::min<std::chrono::milliseconds::rep>(options_.patience.count(), INT_MAX));
+  // Every wait ends with the first thing that is heard, so that the next one begins anew.
+  const std::chrono::milliseconds limit = heard_ ? options_.silence : options_.patience;
+  return limit.count() <= 0
+             ? -1
+             : static_cast<int>(std::min<std::chrono::milliseconds::rep>(limit.count(), INT_MAX));
 }
 
 void Exchange::readControl() {
@@ -209,12 +213,17 @@ Problem Exchange::verdictWithoutDone() const {
     return {ExitStatus::kRefused,
             fmt::format("the agent does not take the request: {}", shown(*complaint_))};
   }
-  if (gaveUp_) {
+  if (gaveUp_ && !heard_) {
     return {ExitStatus::kUnavailable,
             fmt::format("the agent at {} has taken the connection but says nothing; gave up after "
                         "{} s (see --timeout)",
-                        shown(options_.socketPath),
-                        std::chrono::duration<double>(options_.patience).count())};
+                        shown(options_.socketPath), secondsOf(options_.patience))};
+  }
+  if (gaveUp_) {
+    return {ExitStatus::kFailed,
+            fmt::format("the agent at {} has said nothing for {} s (see --silence); gave up after "
+                        "{} bytes, the answer is cut off",
+                        shown(options_.socketPath), secondsOf(options_.silence), received_)};
   }
   if (!heard_) {
     return {ExitStatus::kUnavailable,
@@ -259,13 +268,22 @@ std::optional<Problem> Exchange::verdictOf(const Event& done, const Request& req
 }
 
 std::optional<Problem> Exchange::verdictOfCount(const Event& done) const {
-  if (!done.bytes || *done.bytes == received_) {
+  const std::string silence =
+      gaveUp_ ? fmt::format(", then nothing for {} s (see --silence)", secondsOf(options_.silence))
+              : std::string();
+  if (!done.bytes) {
+    return gaveUp_ ? std::optional(Problem{ExitStatus::kFailed,
+                                           fmt::format("the answer has no end: {} bytes arrived{}",
+                                                       received_, silence)})
+                   : std::nullopt;
+  }
+  if (*done.bytes == received_) {
     return std::nullopt;
   }
   if (received_ < *done.bytes) {
-    return Problem{
-        ExitStatus::kFailed,
-        fmt::format("the answer was cut off: {} of {} bytes arrived", received_, *done.bytes)};
+    return Problem{ExitStatus::kFailed,
+                   fmt::format("the answer was cut off: {} of {} bytes arrived{}", received_,
+                               *done.bytes, silence)};
   }
   return Problem{ExitStatus::kFailed,
                  fmt::format("the answer is not what the agent wrote: {} bytes arrived of {}",

@@ -24,9 +24,12 @@ namespace KorvoCtl {
 
 struct ExchangeOptions {
   std::string socketPath;
-  // How long the agent may take to say its first word; 0: for ever. After that there is no limit,
-  // since a check may wait long for the hardware before it prints anything.
+  // How long the agent may take to say its first word; 0: for ever.
   std::chrono::milliseconds patience{10000};
+  // How long it may then say nothing, neither an event nor a byte of the answer; 0: for ever. An
+  // agent that works on a request shows so every few seconds, also where a check waits for the
+  // hardware before it prints anything.
+  std::chrono::milliseconds silence{30000};
   // As poll(2).
   std::function<int(pollfd*, nfds_t, int)> poll = &::poll;
 };
@@ -72,7 +75,7 @@ class Exchange {
   LineBuffer lines_;
 
   bool heard_ = false;       // the agent has said something
-  bool gaveUp_ = false;      // it did not within our patience
+  bool gaveUp_ = false;      // it said nothing for longer than it may
   bool foreign_ = false;     // what it says is not the protocol
   bool answerIdle_ = false;  // nothing more of the answer is there now
   bool outputClosed_ = false;

@@ -53,7 +53,8 @@ class Command {
       : invocation_(invocation),
         surroundings_(surroundings),
         exchange_{.socketPath = invocation.options.socketPath,
-                  .patience = invocation.options.patience},
+                  .patience = invocation.options.patience,
+                  .silence = invocation.options.silence},
         progress_(invocation.options.progress ? surroundings.terminal : -1,
                   surroundings.outputIsTerminal, surroundings.clock) {}
 

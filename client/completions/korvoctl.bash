@@ -85,7 +85,7 @@ _korvoctl_chips() {
     for each in "$number" "$name"; do
       [[ -n $each && $each == "$value"* ]] && COMPREPLY+=("$before$(printf '%q' "$each")")
     done
-  done < <("${agent[@]}" --timeout 1 agent chips 2>/dev/null </dev/null)
+  done < <("${agent[@]}" --timeout 1 --silence 1 agent chips 2>/dev/null </dev/null)
 }
 
 _korvoctl() {
@@ -102,7 +102,7 @@ _korvoctl() {
       continue
     fi
     case $word in
-      -s | --socket | --timeout | --chip | --vlan | --mac | --index | --interface | --entry) takes=$word ;;
+      -s | --socket | --timeout | --silence | --chip | --vlan | --mac | --index | --interface | --entry) takes=$word ;;
       -*) ;;
       help) [[ -n $typed ]] && others+=1 ;;
       *)
@@ -133,7 +133,7 @@ _korvoctl() {
     1) commands='text json' ;;
   esac
   # Behind a command's own words there is nothing but options.
-  [[ $current == -* || -z $commands ]] && commands="$options -h --help -s --socket --timeout --no-progress"
+  [[ $current == -* || -z $commands ]] && commands="$options -h --help -s --socket --timeout --silence --no-progress"
   mapfile -t COMPREPLY < <(compgen -W "$commands" -- "$current")
 }
 

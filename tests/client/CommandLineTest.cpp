@@ -216,14 +216,25 @@ TEST(CommandLineTest, SocketMayBeNamedBeforeAmongAndAfterTheWords) {
   }
 }
 
-TEST(CommandLineTest, TimeoutIsInSeconds) {
+TEST(CommandLineTest, WaitsAreInSeconds) {
   EXPECT_EQ(invocationOf(parse("agent status")).options.patience, 10s);
   EXPECT_EQ(invocationOf(parse("agent status --timeout 0.25")).options.patience, 250ms);
   EXPECT_EQ(invocationOf(parse("--timeout 0 agent status")).options.patience, 0ms);
-  for (const char* value : {"-1", "x", "1e9", "nan"}) {
-    EXPECT_THAT(problemIn(std::string("agent status --timeout ") + value), HasSubstr("--timeout"))
-        << value;
+  EXPECT_EQ(invocationOf(parse("agent status")).options.silence, 30s);
+  EXPECT_EQ(invocationOf(parse("agent status --silence 0.25")).options.silence, 250ms);
+  EXPECT_EQ(invocationOf(parse("--silence 0 agent status")).options.silence, 0ms);
+  for (const char* option : {"--timeout", "--silence"}) {
+    for (const char* value : {"-1", "x", "1e9", "nan"}) {
+      EXPECT_THAT(problemIn(fmt::format("agent status {} {}", option, value)), HasSubstr(option))
+          << value;
+    }
   }
+}
+
+// 0 is for ever.
+TEST(CommandLineTest, ShortestWaitIsNotRoundedToNone) {
+  EXPECT_EQ(invocationOf(parse("agent status --timeout 0.0001")).options.patience, 1ms);
+  EXPECT_EQ(invocationOf(parse("agent status --silence 0.0001")).options.silence, 1ms);
 }
 
 TEST(CommandLineTest, ProgressCanBeTurnedOff) {

@@ -105,6 +105,26 @@ TEST(ProcessTest, AnswerCutOffIsStatusFive) {
   EXPECT_EQ(child.wait(), 5);
 }
 
+TEST(ProcessTest, AgentThatFallsSilentIsStatusFive) {
+  for (const bool saysDone : {false, true}) {
+    FakeAgent agent(script([&](Peer& peer) {
+      // First, so that it comes within the longer wait for the first word.
+      peer.answer("half");
+      peer.accept();
+      if (saysDone) {
+        peer.done("ok", 8);
+      }
+      peer.waitUntilClientIsGone();
+    }));
+    auto words = dump(agent);
+    words.insert(words.end(), {"--silence", "0.05"});
+    Child child(words);
+    EXPECT_EQ(child.readAllOutput(), "half");
+    EXPECT_THAT(child.readAllErrors(), HasSubstr("nothing for 0.05 s (see --silence)"));
+    EXPECT_EQ(child.wait(), 5) << saysDone;
+  }
+}
+
 TEST(ProcessTest, EnvironmentNamesTheSocketUnlessAnOptionDoes) {
   {
     FakeAgent agent(FakeAgent::answers("from the environment"));

@@ -52,7 +52,8 @@ class Completion(TestCase):
 
     def test_options_of_the_command_and_those_of_all(self):
         self.assertEqual(self.complete("show", "router-mac", "--"),
-                         ["--vlan", "--mac", "--help", "--socket", "--timeout", "--no-progress"])
+                         ["--vlan", "--mac", "--help", "--socket", "--timeout", "--silence",
+                          "--no-progress"])
         self.assertEqual(self.complete("show", "mac", "hardware", "--chip", "0", "--d"),
                          ["--detail"])
         self.assertEqual(self.complete("--v"), ["--version"])
