@@ -1,7 +1,7 @@
 #include "client/Findings.h"
 
 #include <algorithm>
-#include <cstdint>
+#include <cstddef>
 
 namespace KorvoCtl {
 
@@ -10,10 +10,8 @@ namespace {
 // Longest total text and the digits of its number fit well.
 constexpr std::size_t kKeptOfLine = 200;
 
-// The list whose members are entries is a member of the document: "{" is depth 1, "[" depth 2.
-constexpr std::size_t kListDepth = 2;
-
-bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
+// The open brackets in the list whose values are entries: it is a member of the document.
+constexpr std::string_view kInList = "{[";
 
 }  // namespace
 
@@ -28,10 +26,18 @@ void Findings::add(std::string_view data) {
 }
 
 Findings::Verdict Findings::verdict() const {
-  if (!told_) {
+  if (!isWhole()) {
     return Verdict::kUnknown;
   }
   return found_ ? Verdict::kFound : Verdict::kClean;
+}
+
+bool Findings::isWhole() const {
+  if (format_ == Format::kText) {
+    return line_.empty() &&
+           std::find(toldTotals_.begin(), toldTotals_.end(), false) == toldTotals_.end();
+  }
+  return shape_.isWhole() && hasList_;
 }
 
 void Findings::addText(std::string_view data) {
@@ -48,17 +54,15 @@ void Findings::addText(std::string_view data) {
 }
 
 void Findings::endLine() {
-  for (const std::string_view total : totals_) {
+  for (std::size_t i = 0; i < totals_.size(); ++i) {
     std::string_view rest = line_;
-    if (!rest.starts_with(total)) {
+    if (!rest.starts_with(totals_[i])) {
       continue;
     }
-    rest.remove_prefix(total.size());
-    while (!rest.empty() && isBlank(rest.front())) {
-      rest.remove_prefix(1);
-    }
+    rest.remove_prefix(totals_[i].size());
+    rest.remove_prefix(std::min(rest.find_first_not_of(' '), rest.size()));
     if (!rest.empty() && rest.front() >= '0' && rest.front() <= '9') {
-      told_ = true;
+      toldTotals_[i] = true;
       // Any digit but 0 makes the number more than 0, however many digits there are.
       found_ = found_ || rest.find_first_of("123456789") != std::string_view::npos;
     }
@@ -67,41 +71,10 @@ void Findings::endLine() {
 }
 
 void Findings::addJson(char c) {
-  if (inString_) {
-    if (escaped_) {
-      escaped_ = false;
-    } else if (c == '\\') {
-      escaped_ = true;
-    } else if (c == '"') {
-      inString_ = false;
-    }
-    return;
-  }
-  if (isBlank(c)) {
-    return;
-  }
-  if (depth_ == kListDepth && inList_ && c != ']') {
-    found_ = true;
-  }
-  switch (c) {
-    case '"':
-      inString_ = true;
-      break;
-    case '{':
-    case '[':
-      ++depth_;
-      if (depth_ == kListDepth) {
-        inList_ = c == '[';
-        told_ = told_ || inList_;
-      }
-      break;
-    case '}':
-    case ']':
-      depth_ -= depth_ > 0 ? 1 : 0;
-      break;
-    default:
-      break;
-  }
+  const bool isInList = shape_.open() == kInList;
+  const bool beginsValue = shape_.add(c);
+  found_ = found_ || (isInList && beginsValue);
+  hasList_ = hasList_ || shape_.open() == kInList;
 }
 
 }  // namespace KorvoCtl

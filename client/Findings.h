@@ -5,11 +5,12 @@
 // document, which can be as large as the table that was checked.
 #pragma once
 
-#include <cstddef>
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
+#include "client/JsonShape.h"
 #include "client/Request.h"
 
 namespace KorvoCtl {
@@ -17,39 +18,39 @@ namespace KorvoCtl {
 class Findings {
  public:
   enum class Verdict {
-    kUnknown,  // the answer holds none of what tells
+    kUnknown,  // the answer is not whole, or holds none of what tells
     kClean,
     kFound,
   };
 
   // totals: see CommandRow::totals; must outlive this object.
   Findings(Format format, std::span<const std::string_view> totals)
-      : format_(format), totals_(totals) {}
+      : format_(format), totals_(totals), toldTotals_(totals.size()) {}
 
   // Takes the next piece of the answer; where it is cut does not matter.
   void add(std::string_view data);
 
-  // What the answer said so far.
+  // What the answer says, once all of it was added. A text is whole when its last line has an end
+  // and every total has come, a JSON answer when the document is.
   [[nodiscard]] Verdict verdict() const;
 
  private:
+  [[nodiscard]] bool isWhole() const;
   void addText(std::string_view data);
   void endLine();
   void addJson(char c);
 
   Format format_;
   std::span<const std::string_view> totals_;
-  bool told_ = false;
   bool found_ = false;
 
   // Text: the beginning of the current line, no longer than a line of totals can be.
   std::string line_;
+  std::vector<bool> toldTotals_;
 
   // JSON.
-  std::size_t depth_ = 0;
-  bool inString_ = false;
-  bool escaped_ = false;
-  bool inList_ = false;  // the innermost list or object at depth 2 is a list
+  JsonShape shape_;
+  bool hasList_ = false;
 };
 
 }  // namespace KorvoCtl

@@ -139,7 +139,8 @@ class Command {
     }
     // Not to be taken for "nothing found".
     return fail(surroundings_,
-                {ExitStatus::kFailed, "the answer does not say whether there are differences"});
+                {ExitStatus::kFailed,
+                 "the answer is not whole: it does not say whether there are differences"});
   }
 
   const Invocation& invocation_;

@@ -44,9 +44,42 @@ TEST(FindingsTest, AnyTextTotalAboveZeroIsAFinding) {
 TEST(FindingsTest, TextWithoutATotalTellsNothing) {
   EXPECT_EQ(textVerdict(""), Verdict::kUnknown);
   EXPECT_EQ(textVerdict("Invalid Command\n"), Verdict::kUnknown);
-  EXPECT_EQ(textVerdict("Total entries missing in software:  \n"), Verdict::kUnknown);
-  // Cut off before the number was whole.
-  EXPECT_EQ(textVerdict("Total entries missing in software:  0"), Verdict::kUnknown);
+  EXPECT_EQ(textVerdict("Total entries missing in software:  \n"
+                        "Total entries missing in hardware:  0\n"),
+            Verdict::kUnknown);
+}
+
+// At each place where an answer can be cut: a beginning tells nothing, neither good nor bad.
+void expectOnlyTheWholeTells(Format format, std::string_view answer, Verdict whole) {
+  for (std::size_t size = 0; size < answer.size(); ++size) {
+    EXPECT_EQ(verdictOf(format, answer.substr(0, size)), Verdict::kUnknown)
+        << answer.substr(0, size);
+  }
+  EXPECT_EQ(verdictOf(format, answer), whole);
+}
+
+TEST(FindingsTest, TextThatIsCutOffTellsNothing) {
+  expectOnlyTheWholeTells(Format::kText, kClean, Verdict::kClean);
+  expectOnlyTheWholeTells(Format::kText, kSoftware, Verdict::kFound);
+  EXPECT_EQ(textVerdict(kHardware.substr(0, kHardware.size() - 1)), Verdict::kUnknown);
+}
+
+TEST(FindingsTest, JsonThatIsCutOffTellsNothing) {
+  expectOnlyTheWholeTells(Format::kJson, R"({"macTableDiffEntries":[]})", Verdict::kClean);
+  expectOnlyTheWholeTells(Format::kJson,
+                          R"({"macTableDiffEntries": [{"mac":"x\"]","l":[[1, true]]},{}],"n":-1})",
+                          Verdict::kFound);
+}
+
+TEST(FindingsTest, JsonThatIsNoDocumentTellsNothing) {
+  for (const char* answer :
+       {R"({"a":[}])", R"({"a":[]]})", R"({"a":[]}})", R"({"a":[]} {"a":[]})", R"({"a":[]},)",
+        R"({"a":[],})", R"({"a":[1 2]})", R"({"a":[1,]})", R"({"a":[,1]})", R"({"a" []})",
+        R"({a:[]})", R"({[]})", R"({"a":[]:1})", R"([[]])", R"({"a":[])"}) {
+    EXPECT_EQ(jsonVerdict(answer), Verdict::kUnknown) << answer;
+  }
+  EXPECT_EQ(jsonVerdict(R"({"a":)" + std::string(1000, '[') + std::string(1000, ']') + "}"),
+            Verdict::kUnknown);
 }
 
 TEST(FindingsTest, TotalIsOneOnlyAtTheBeginningOfALine) {
@@ -58,7 +91,7 @@ TEST(FindingsTest, VeryLongLineBeforeATotalDoesNotHideIt) {
   for (int i = 0; i < 1000; ++i) {
     findings.add(std::string(1000, 'x'));
   }
-  findings.add("\nTotal entries missing in hardware:  1\n");
+  findings.add(kHardware);
   EXPECT_EQ(findings.verdict(), Verdict::kFound);
 }
 

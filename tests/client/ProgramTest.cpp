@@ -162,6 +162,16 @@ TEST_F(ProgramTest, CheckWhoseAnswerTellsNothingIsNotOk) {
   EXPECT_THAT(err_, HasSubstr("does not say"));
 }
 
+TEST_F(ProgramTest, CheckWhoseDocumentIsNotWholeIsNotOk) {
+  for (const char* answer : {R"({"macTableDiffEntries":[)", R"({"macTableDiffEntries":[{}])"}) {
+    EXPECT_EQ(
+        run("check mac diff --json", {FakeAgent::answers(kTwoChips), FakeAgent::answers(answer)}),
+        ExitStatus::kFailed);
+    EXPECT_EQ(out_, answer);
+    EXPECT_THAT(err_, HasSubstr("not whole"));
+  }
+}
+
 TEST_F(ProgramTest, CheckThatWasCutOffFailsWhateverItHadFound) {
   EXPECT_EQ(run("check mac diff",
                 {FakeAgent::answers(kTwoChips), FakeAgent::answers(diffText("1"), "cancelled")}),
