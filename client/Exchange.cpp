@@ -56,7 +56,7 @@ Outcome Exchange::run(const Request& request) {
   ends.theirs.close();
 
   converse();
-  progress_.finish();
+  progress_.clear();
   // The agent learns from this that nobody waits for the rest, if there is one.
   control_.close();
   answer_.close();
@@ -164,7 +164,9 @@ void Exchange::takeEvent(const Event& event) {
 }
 
 void Exchange::moveAnswer() {
-  progress_.outputFollows();
+  if (sink_.output() >= 0) {
+    progress_.outputFollows();
+  }
   const AnswerSink::Moved moved = sink_.moveFrom(answer_.get());
   received_ += moved.bytes;
   switch (moved.state) {

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 #include <sys/ioctl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -30,6 +31,13 @@ constexpr std::string_view kErase = "\r\x1b[K";
 std::atomic<int> drawnOn{-1};
 static_assert(std::atomic<int>::is_always_lock_free);
 
+// Whether nobody else is in the terminal's foreground. Of a terminal that is not the one of our
+// session that cannot be told. Safe in a signal handler.
+bool isOurs(int terminal) {
+  const pid_t foreground = ::tcgetpgrp(terminal);
+  return foreground <= 0 || foreground == ::getpgrp();
+}
+
 std::size_t widthOf(int terminal) {
   winsize size{};
   return ::ioctl(terminal, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : 80;
@@ -51,7 +59,7 @@ void ProgressLine::update(std::uint64_t rows, std::uint64_t bytes) {
     return;
   }
   const steady_clock::time_point now = clock_();
-  if (now < nextDraw_) {
+  if (now < nextDraw_ || !isOurs(terminal_)) {
     return;
   }
   nextDraw_ = now + kBetweenDraws;
@@ -91,16 +99,23 @@ void ProgressLine::eraseFromSignal() {
   const int terminal = drawnOn.exchange(-1);
   if (terminal >= 0) {
     const int savedErrno = errno;
-    // A terminal that does not take it is past help.
-    [[maybe_unused]] const ssize_t n = ::write(terminal, kErase.data(), kErase.size());
+    if (isOurs(terminal)) {
+      // A terminal that does not take it is past help.
+      [[maybe_unused]] const ssize_t n = ::write(terminal, kErase.data(), kErase.size());
+    }
     errno = savedErrno;
   }
 }
 
-int ProgressLine::terminalAt(int fd) {
+int ProgressLine::terminalFor(int errors, int output) {
+  struct stat status {};
+  // Some shells make their pipes of sockets.
+  if (::fstat(output, &status) == 0 && (S_ISFIFO(status.st_mode) || S_ISSOCK(status.st_mode))) {
+    return -1;
+  }
   const char* kind = std::getenv("TERM");
   const bool movesCursor = kind != nullptr && *kind != '\0' && std::string_view(kind) != "dumb";
-  return movesCursor && ::isatty(fd) == 1 ? fd : -1;
+  return movesCursor && ::isatty(errors) == 1 ? errors : -1;
 }
 
 std::string sizeText(std::uint64_t bytes) {

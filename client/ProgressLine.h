@@ -1,5 +1,9 @@
 // How far a dump has come: one line on a terminal, drawn over itself and gone at the end.
 //
+// The terminal is shared. A pager that reads the answer through a pipe owns the whole screen, so
+// with a pipe nothing is drawn at all; and a process in the background leaves the terminal to
+// whatever is in its foreground.
+//
 // One thread, except that eraseFromSignal() may be called from a signal handler at any time.
 #pragma once
 
@@ -21,7 +25,7 @@ class ProgressLine {
   ProgressLine& operator=(const ProgressLine&) = delete;
   ~ProgressLine();
 
-  // Tells how far it is. Drawn at most ten times a second.
+  // Tells how far it is. Drawn at most ten times a second, and not from the background.
   void update(std::uint64_t rows, std::uint64_t bytes);
 
   // Takes the line away. It comes back with the next update.
@@ -37,8 +41,9 @@ class ProgressLine {
   // Takes away the line that is on the terminal, if there is one. Safe in a signal handler.
   static void eraseFromSignal();
 
-  // The terminal to draw on: the descriptor when it is a terminal that can move its cursor, or -1.
-  [[nodiscard]] static int terminalAt(int fd);
+  // The terminal to draw on: `errors` when it is a terminal that can move its cursor, and `output`
+  // is no pipe; or -1.
+  [[nodiscard]] static int terminalFor(int errors, int output);
 
  private:
   void draw(const std::string& text);

@@ -34,7 +34,7 @@ int main(int argc, char** argv) {
   openStandardDescriptors();
   KorvoCtl::installSignalHandlers();
   const KorvoCtl::Surroundings surroundings{
-      .terminal = KorvoCtl::ProgressLine::terminalAt(STDERR_FILENO),
+      .terminal = KorvoCtl::ProgressLine::terminalFor(STDERR_FILENO, STDOUT_FILENO),
       .outputIsTerminal = ::isatty(STDOUT_FILENO) == 1,
       .defaultSocket = socketFromEnvironment()};
   const std::vector<std::string> words(argv + (argc > 0 ? 1 : 0), argv + argc);

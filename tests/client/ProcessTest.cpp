@@ -258,10 +258,19 @@ class ProgressTest : public testing::Test {
     });
   }
 
+  // The answer goes to a file, everything else to the terminal.
   Child::Options onTerminal() {
-    return {.errors = {Kind::kFile, terminal_.path()}, .environment = {"TERM=xterm"}};
+    std::ofstream(dir_.file("out")).close();
+    return {.output = {Kind::kFile, dir_.file("out")},
+            .errors = {Kind::kFile, terminal_.path()},
+            .environment = {"TERM=xterm"}};
+  }
+  [[nodiscard]] std::string output() const {
+    std::ifstream file(dir_.file("out"), std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
   }
 
+  TempDir dir_;
   Terminal terminal_;
   std::promise<void> goesOn_;
 };
@@ -271,9 +280,44 @@ TEST_F(ProgressTest, IsShownOnATerminalAndGoneAtTheEnd) {
   Child child(dump(agent), onTerminal());
   EXPECT_THAT(terminal_.waitFor("5.7 kB"), HasSubstr("korvoctl: 1,234 rows, 5.7 kB"));
   goesOn_.set_value();
+  EXPECT_EQ(child.wait(), 0);
+  EXPECT_EQ(output(), "first second");
+  EXPECT_THAT(terminal_.shown(), EndsWith(kErase));
+}
+
+// A pager at the other end of the pipe may own the terminal.
+TEST_F(ProgressTest, IsNotShownBesideAPipe) {
+  goesOn_.set_value();
+  FakeAgent agent(slowDump());
+  auto options = onTerminal();
+  options.output = {Kind::kPipe};
+  Child child(dump(agent), options);
   EXPECT_EQ(child.readAllOutput(), "first second");
   EXPECT_EQ(child.wait(), 0);
-  EXPECT_THAT(terminal_.shown(), EndsWith(kErase));
+  EXPECT_EQ(terminal_.shown(), "");
+}
+
+// What is asked first takes neither the line away for good nor is it output.
+TEST_F(ProgressTest, IsShownAfterAQuestionOfTheClientsOwn) {
+  for (const bool outputIsTerminal : {false, true}) {
+    std::promise<void> goesOn;
+    FakeAgent agent(std::vector<FakeAgent::Script>{
+        FakeAgent::answers(R"({"chips":[{"id":3,"name":"Korvo3"}]})"), script([&](Peer& peer) {
+          peer.accept();
+          peer.progress(1234, 5678);
+          goesOn.get_future().wait();
+          peer.closeAnswer();
+          peer.done("error", 0);
+        })});
+    auto options = onTerminal();
+    if (outputIsTerminal) {
+      options.output = options.errors;
+    }
+    Child child({"check", "mac", "diff", "-s", agent.path()}, options);
+    EXPECT_THAT(terminal_.waitFor("5.7 kB"), HasSubstr("korvoctl: 1,234 rows"));
+    goesOn.set_value();
+    EXPECT_EQ(child.wait(), 5);
+  }
 }
 
 TEST_F(ProgressTest, IsNotShownWithoutATerminal) {
@@ -291,8 +335,8 @@ TEST_F(ProgressTest, IsNotShownWhenItIsNotWanted) {
   auto words = dump(agent);
   words.emplace_back("--no-progress");
   Child child(words, onTerminal());
-  EXPECT_EQ(child.readAllOutput(), "first second");
   EXPECT_EQ(child.wait(), 0);
+  EXPECT_EQ(output(), "first second");
   EXPECT_EQ(terminal_.shown(), "");
 }
 
@@ -361,8 +405,8 @@ TEST_F(ProgressTest, IgnoredHangupStaysIgnored) {
   (void)terminal_.waitFor(" s");
   child.signal(SIGHUP);
   goesOn_.set_value();
-  EXPECT_EQ(child.readAllOutput(), "first second");
   EXPECT_EQ(child.wait(), 0);
+  EXPECT_EQ(output(), "first second");
 }
 
 TEST(ProcessTest, InterruptEndsAClientWhoseReaderIsStalled) {

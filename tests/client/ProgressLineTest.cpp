@@ -2,8 +2,13 @@
 #include <gtest/gtest.h>
 #include <stdlib.h>
 #include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <array>
 #include <chrono>
+#include <cstdio>
 #include <string>
 
 #include "client/ProgressLine.h"
@@ -101,16 +106,101 @@ TEST_F(ProgressLineTest, NothingIsDrawnWithoutATerminal) {
 }
 
 TEST_F(ProgressLineTest, TerminalThatCannotMoveItsCursorIsNone) {
+  const int slave = terminal_.slave();
   ::setenv("TERM", "xterm", 1);
-  EXPECT_EQ(ProgressLine::terminalAt(terminal_.slave()), terminal_.slave());
+  EXPECT_EQ(ProgressLine::terminalFor(slave, slave), slave);
   ::setenv("TERM", "dumb", 1);
-  EXPECT_EQ(ProgressLine::terminalAt(terminal_.slave()), -1);
+  EXPECT_EQ(ProgressLine::terminalFor(slave, slave), -1);
   ::unsetenv("TERM");
-  EXPECT_EQ(ProgressLine::terminalAt(terminal_.slave()), -1);
+  EXPECT_EQ(ProgressLine::terminalFor(slave, slave), -1);
   ::setenv("TERM", "xterm", 1);
   std::FILE* file = std::tmpfile();
-  EXPECT_EQ(ProgressLine::terminalAt(fileno(file)), -1);
+  EXPECT_EQ(ProgressLine::terminalFor(fileno(file), slave), -1);
   std::fclose(file);
+}
+
+TEST_F(ProgressLineTest, NothingIsDrawnWhereAPagerMayReadTheAnswer) {
+  const int slave = terminal_.slave();
+  ::setenv("TERM", "xterm", 1);
+  std::array<int, 2> ends{};
+  ASSERT_EQ(::pipe(ends.data()), 0);
+  EXPECT_EQ(ProgressLine::terminalFor(slave, ends[1]), -1);
+  EXPECT_EQ(::close(ends[0]) + ::close(ends[1]), 0);
+  ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM, 0, ends.data()), 0);
+  EXPECT_EQ(ProgressLine::terminalFor(slave, ends[1]), -1);
+  EXPECT_EQ(::close(ends[0]) + ::close(ends[1]), 0);
+  std::FILE* file = std::tmpfile();
+  EXPECT_EQ(ProgressLine::terminalFor(slave, fileno(file)), slave);
+  std::fclose(file);
+}
+
+enum class Ground { kFore, kBack };
+
+// What a terminal shows after `body` ran in a process of a session that the terminal belongs to.
+template <class F>
+std::string shownFrom(Ground ground, Terminal& terminal, F body) {
+  std::array<int, 2> over{};   // closed by the session's leader when the process has ended
+  std::array<int, 2> ended{};  // closed by the test when it has read the terminal
+  if (::pipe(over.data()) != 0 || ::pipe(ended.data()) != 0) {
+    return "no pipes";
+  }
+  const pid_t leader = ::fork();
+  if (leader == 0) {
+    ::close(ended[1]);
+    ::setsid();
+    ::ioctl(terminal.slave(), TIOCSCTTY, 0);
+    const pid_t process = ::fork();
+    if (process == 0) {
+      if (ground == Ground::kBack) {
+        ::setpgid(0, 0);
+      }
+      body();
+      ::_exit(0);
+    }
+    ::waitpid(process, nullptr, 0);
+    ::close(over[1]);
+    // What the terminal holds is lost when its session ends.
+    char byte = 0;
+    [[maybe_unused]] const ssize_t n = ::read(ended[0], &byte, 1);
+    ::_exit(0);
+  }
+  ::close(over[1]);
+  ::close(ended[0]);
+  char byte = 0;
+  [[maybe_unused]] const ssize_t n = ::read(over[0], &byte, 1);
+  std::string shown = terminal.shown();
+  ::close(over[0]);
+  ::close(ended[1]);
+  ::waitpid(leader, nullptr, 0);
+  return shown;
+}
+
+TEST_F(ProgressLineTest, ForegroundMayDraw) {
+  EXPECT_EQ(shownFrom(Ground::kFore, terminal_,
+                      [this] {
+                        ProgressLine line(terminal_.slave(), false, clock());
+                        line.update(1, 1);
+                      }),
+            std::string(kErase) + "korvoctl: 1 rows, 1 B, 0.0 s" + kErase);
+}
+
+TEST_F(ProgressLineTest, BackgroundLeavesTheTerminalAlone) {
+  EXPECT_EQ(shownFrom(Ground::kBack, terminal_,
+                      [this] {
+                        ProgressLine line(terminal_.slave(), false, clock());
+                        line.update(1, 1);
+                      }),
+            "");
+}
+
+TEST_F(ProgressLineTest, LineThatWasDrawnIsNotErasedFromTheBackground) {
+  EXPECT_EQ(shownFrom(Ground::kFore, terminal_,
+                      [this] {
+                        ProgressLine line(terminal_.slave(), false, clock());
+                        line.update(1, 1);
+                        ::setpgid(0, 0);
+                      }),
+            std::string(kErase) + "korvoctl: 1 rows, 1 B, 0.0 s");
 }
 
 TEST(ProgressTextTest, CountsAreGroupedByThousands) {
