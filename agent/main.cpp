@@ -83,7 +83,8 @@ AgentFacts factsOf(SwitchModel& model, std::optional<SwitchHardware>& hardware) 
     return chips;
   };
   facts.tables = [&model, &hardware] {
-    std::vector<AgentFacts::Table> tables{{"swMacTable", model.swMacTable().size()}};
+    std::vector<AgentFacts::Table> tables{{"interfaceNames", Bridging::IntfId::numNames()},
+                                          {"swMacTable", model.swMacTable().size()}};
     if (!hardware) return tables;
     for (const Tessar::FapId id : hardware->chips().ids()) {
       const HwChip& chip = *hardware->chips().find(id);

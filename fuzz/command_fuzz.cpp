@@ -3,7 +3,8 @@
 // Input: lines, each of them one byte for entry, format and slices, then the command (which has no
 // line end in it on the wire either). What may come of it: an answer, no handler, not ready, or one
 // of the exceptions that arguments out of range are told by. JSON of a request that finished is
-// read back by a strict parser. At its end the program says how many commands it ran.
+// read back by a strict parser. No command enters an interface name, for those are never forgotten.
+// At its end the program says how many commands it ran.
 
 #include <simdjson.h>
 #include <sys/socket.h>
@@ -190,11 +191,15 @@ void runCommand(std::string_view line) {
   request.command = line.substr(1);
   ++(request.entry == Entry::plain ? tally.plain
                                    : (request.entry == Entry::sync ? tally.sync : tally.async));
+  static_cast<void>(world());
+  const std::size_t namesBefore = Bridging::IntfId::numNames();
   if (request.entry == Entry::async) {
     serveInSlices(request, kRowBudgets[choice >> 3 & 3]);
   } else {
     answerAtOnce(request);
   }
+  check(Bridging::IntfId::numNames() == namesBefore, "an interface name that stays",
+        request.command);
 }
 
 }  // namespace

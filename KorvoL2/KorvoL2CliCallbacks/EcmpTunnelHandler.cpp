@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -45,14 +46,21 @@ void CliCallback::EcmpOutputIntfTunnelIdH::action(const Qel::Ptr<CliCallback>& c
   QEL_TRACE(trace(), 8, "Running EcmpOutputIntfTunnelIdH with args: \"{}\"", args);
   const Bridging::EthAddr dstMac(valueOf(args, "dst-mac"));
   std::uint32_t vlanId = decimalNumber(std::string(valueOf(args, "vlan-id")));
-  const Bridging::IntfId ingressIntf(valueOf(args, "ingress-intf-id"));
+  const std::string_view ingressName = valueOf(args, "ingress-intf-id");
+  // Looked up only: the process keeps every interface name that is entered, and a client may send
+  // any number of them. A name that nobody has entered is that of no interface.
+  const std::optional<Bridging::IntfId> ingressIntf = Bridging::IntfId::find(ingressName);
   QEL_TRACE(trace(), 8, "Parsed dstMac={}, vlanId={}, and ingressIntf={}", dstMac.stringValue(),
-            vlanId, ingressIntf.stringValue());
+            vlanId, ingressName);
 
   const Qel::Ptr<const UnicastAgent> agent(&callback->unicastAgent());
   if (vlanId == 0) {
     QEL_TRACE(trace(), 8, "Did not receive VLAN ID, checking switchport config for VLAN");
-    vlanId = switchAccessVlanForIntf(agent, ingressIntf);
+    if (ingressIntf) {
+      vlanId = switchAccessVlanForIntf(agent, *ingressIntf);
+    } else {
+      QEL_TRACE(trace(), 8, "Config not found for interface {}", ingressName);
+    }
     if (vlanId == 0) {
       QEL_TRACE(trace(), 8, "Unable to resolve VLAN ID from ingress interface");
       return;

@@ -4,6 +4,7 @@
 #include <array>
 #include <memory>
 #include <unordered_map>
+#include <utility>
 
 #include "platform/base/Exceptions.h"
 #include "platform/rendering/JsonText.h"
@@ -63,31 +64,53 @@ std::string orderOf(std::string_view name) {
 
 const IntfId::Name IntfId::kNone{};
 
-IntfId::IntfId(std::string_view name) : name_(&kNone) {
-  if (name.empty()) return;
-  // Never destroyed and never shrunk: identifiers are copied freely and outlive their tables.
-  static auto* const names = new std::unordered_map<std::string_view, std::unique_ptr<const Name>>;
-  if (const auto it = names->find(name); it != names->end()) {
-    name_ = it->second.get();
-    return;
+/** All names of the process. */
+class IntfId::Names {
+ public:
+  static Names& instance() {
+    // Never destroyed and never shrunk: identifiers are copied freely and outlive their tables.
+    static auto* const names = new Names;
+    return *names;
   }
-  if (name.size() > kMaxNameLength) {
+
+  std::size_t size() const noexcept { return names_.size(); }
+
+  /** Null when the name is not there; throws when it can never be. */
+  const Name* find(std::string_view name) const {
+    if (name.empty()) return &kNone;
+    if (const auto it = names_.find(name); it != names_.end()) return it->second.get();
+    if (name.size() <= kMaxNameLength) return nullptr;
     throw Qel::RangeException("interface name \"" +
                               Rendering::withoutControlBytes(name.substr(0, kMaxNameLength)) +
                               "...\" is longer than " + std::to_string(kMaxNameLength) + " bytes");
   }
-  if (names->size() >= kMaxNames) {
-    throw Qel::RangeException("more than " + std::to_string(kMaxNames) + " interface names");
+
+  const Name* enter(std::string_view name) {
+    if (const Name* const present = find(name)) return present;
+    if (size() >= kMaxNames) {
+      throw Qel::RangeException("more than " + std::to_string(kMaxNames) + " interface names");
+    }
+    auto entry = std::make_unique<Name>();
+    entry->order = orderOf(name);
+    entry->full = name;
+    entry->brief = Rendering::withoutControlBytes(briefOf(name));
+    entry->json.clear();
+    Rendering::appendJsonString(entry->json, name);
+    const std::string_view key = entry->full;
+    return names_.emplace(key, std::move(entry)).first->second.get();
   }
-  auto entry = std::make_unique<Name>();
-  entry->order = orderOf(name);
-  entry->full = name;
-  entry->brief = Rendering::withoutControlBytes(briefOf(name));
-  entry->json.clear();
-  Rendering::appendJsonString(entry->json, name);
-  name_ = entry.get();
-  const std::string_view key = entry->full;
-  names->emplace(key, std::move(entry));
+
+ private:
+  std::unordered_map<std::string_view, std::unique_ptr<const Name>> names_;
+};
+
+IntfId::IntfId(std::string_view name) : IntfId(Names::instance().enter(name)) {}
+
+std::optional<IntfId> IntfId::find(std::string_view name) {
+  const Name* const found = Names::instance().find(name);
+  return found == nullptr ? std::nullopt : std::optional(IntfId(found));
 }
+
+std::size_t IntfId::numNames() noexcept { return Names::instance().size(); }
 
 }  // namespace Bridging

@@ -2,7 +2,8 @@
 #pragma once
 
 #include <compare>
-#include <cstdint>
+#include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -17,6 +18,9 @@ namespace Bridging {
  * Ordered by name as a person would: Ethernet2 comes before Ethernet10. The default identifier has
  * the empty name, stands for "none" and comes first.
  *
+ * A name that is entered stays for the life of the process. So names come from configuration and
+ * tables only; a name out of a client's command is looked up with find(), which enters nothing.
+ *
  * Threading: names are entered by the agent's one thread.
  */
 class IntfId {
@@ -30,6 +34,13 @@ class IntfId {
   IntfId() noexcept : name_(&kNone) {}
   /** Throws Qel::RangeException when the name is too long or there are too many names. */
   explicit IntfId(std::string_view name);
+  /**
+   * The interface of that name, nothing when nobody has entered it. Throws Qel::RangeException when
+   * the name is too long to be one.
+   */
+  static std::optional<IntfId> find(std::string_view name);
+  /** How many names have been entered in this process. */
+  static std::size_t numNames() noexcept;
 
   bool isDefault() const noexcept { return name_ == &kNone; }
   const std::string& stringValue() const noexcept { return name_->full; }
@@ -60,7 +71,10 @@ class IntfId {
     std::string brief;
     std::string json = "\"\"";
   };
+  class Names;
   static const Name kNone;
+
+  explicit IntfId(const Name* name) noexcept : name_(name) {}
 
   const Name* name_;
 };

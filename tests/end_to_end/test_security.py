@@ -6,6 +6,7 @@ import re
 import resource
 import shutil
 import stat
+import uuid
 
 from korvo import *
 from named_tests import existingTests
@@ -197,6 +198,36 @@ class Surroundings(TestCase):
             asked = re.findall(r"\s(setlocale|newlocale|uselocale|_ZNSt6localeC[12]EPKc\w*)[@\s]",
                                readelf("--dyn-syms", "--wide", name))
             self.assertEqual(asked, [], name)
+
+
+class Names(TestCase):
+    def test_no_command_makes_the_agent_keep_a_name(self):
+        def numNames():
+            return agent.askJson("agent json status\n")["tables"]["interfaceNames"]
+
+        def name():
+            return f"made-up-{uuid.uuid4().hex}"
+
+        shapes = ("{0}{1}", "{0}+{1}", "{0}+detail+0,{1}", "{0}_VLAN-{1}", "{0}_MAC-{1}",
+                  "{0}+VFI+CHIP+{1}+VAL+{1}", "{0}+interface={1}", "cancel {1}",
+                  "{0}+dst-mac=0200.0200.0002,vlan-id=0,ingress-intf-id={1}")
+        with Agent("--demo") as agent:
+            before = numNames()
+            self.assertGreater(before, 50)
+            keywords = [("plain", row) for row in keywordsOf("PlainHandlerChain.cpp")] + \
+                       [("sync", "VXLAN_VLAN_SUMMARY"), ("agent", "")] + \
+                       [("async", row) for row in keywordsOf("FormattedHandlerChain.cpp")]
+            self.assertGreater(len(keywords), 30)
+            for entry, keyword in keywords:
+                for shape in shapes:
+                    agent.ask(f"{entry} text {shape.format(keyword, name())}\n")
+            self.assertEqual(numNames(), before)
+            self.assertAnswers(agent)
+
+
+def keywordsOf(source):
+    text = (kSource / "KorvoL2" / "KorvoL2CliCallbacks" / source).read_text()
+    return re.findall(r'[rR]ow<CliCallback\w*::\w+>\("([^"]+)"\)', text)
 
 
 class OpenFiles(TestCase):

@@ -128,6 +128,24 @@ TEST_F(EcmpTunnelTest, AnInterfaceNameThatIsNoneThrowsWhatTheInterfaceTypeThrows
   EXPECT_THROW(ask("0", std::string(200, 'x')), Qel::RangeException);
 }
 
+TEST_F(EcmpTunnelTest, AnInterfaceThatNobodyKnowsHasNoAccessVlanAndItsNameIsNotKept) {
+  remoteMacIs(10, 7);
+  // The configuration of no interface is not that of an unknown one.
+  world.switchports.put(Bridging::IntfId(), {.nativeVlan = 10});
+  const std::size_t before = Bridging::IntfId::numNames();
+  EXPECT_EQ(ask("0", "Ethernet987/65"), "");
+  EXPECT_THAT(traced(8),
+              ElementsAre("Running EcmpOutputIntfTunnelIdH with args: "
+                          "\"+dst-mac=0011.2233.4455,vlan-id=0,ingress-intf-id=Ethernet987/65\"",
+                          "Parsed dstMac=0011.2233.4455, vlanId=0, and ingressIntf=Ethernet987/65",
+                          "Did not receive VLAN ID, checking switchport config for VLAN",
+                          "Config not found for interface Ethernet987/65",
+                          "Unable to resolve VLAN ID from ingress interface"));
+  expectHandled(plain->outcome());
+  EXPECT_EQ(ask("10", "Ethernet987/65"), "7");
+  EXPECT_EQ(Bridging::IntfId::numNames(), before);
+}
+
 TEST_F(EcmpTunnelTest, AMissingInterfaceIsNone) {
   remoteMacIs(10, 7);
   EXPECT_EQ(ask("+dst-mac=0011.2233.4455,vlan-id=10"), "7");

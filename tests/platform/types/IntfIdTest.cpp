@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <compare>
 #include <cstdlib>
+#include <optional>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -35,6 +36,23 @@ TEST(IntfIdTest, EqualNamesAreOneInterface) {
   EXPECT_NE(intf, IntfId("Ethernet3/2"));
   EXPECT_NE(intf, IntfId("ethernet3/1"));
   EXPECT_FALSE(intf.isDefault());
+}
+
+TEST(IntfIdTest, LookingUpFindsWhatWasEnteredAndEntersNothing) {
+  const IntfId entered("Ethernet77/1");
+  const std::size_t before = IntfId::numNames();
+  EXPECT_EQ(IntfId::find("Ethernet77/1"), entered);
+  EXPECT_EQ(IntfId::find(""), IntfId());
+  for (const char* name : {"Ethernet77/2", "ethernet77/1", "Ethernet77/1 ", "Ethernet77/"}) {
+    EXPECT_EQ(IntfId::find(name), std::nullopt) << name;
+  }
+  EXPECT_THROW(IntfId::find(std::string(IntfId::kMaxNameLength + 1, 'x')), Qel::RangeException);
+  EXPECT_EQ(IntfId::numNames(), before);
+  EXPECT_EQ(IntfId("Ethernet77/1"), entered);
+  EXPECT_EQ(IntfId::numNames(), before);
+  const IntfId added("Ethernet77/2");
+  EXPECT_EQ(IntfId::find("Ethernet77/2"), added);
+  EXPECT_EQ(IntfId::numNames(), before + 1);
 }
 
 TEST(IntfIdTest, TextOutlivesTheNameThatItWasMadeOf) {
