@@ -7,6 +7,8 @@
 #include <limits>
 #include <ostream>
 
+#include "agent/server/ConnectionSlots.h"
+
 namespace KorvoAgent {
 
 namespace {
@@ -139,7 +141,9 @@ std::optional<int> readAgentOptions(int argc, const char* const* argv, AgentOpti
   constexpr double kLongestTimeout = 24.0 * 60 * 60;
   double clientTimeout = 60;
   double lineTimeout = 10;
-  options.maxConnections = 1024;
+  const ConnectionCounts connections;
+  options.maxConnections = connections.together;
+  options.maxConnectionsPerUser = connections.perUser;
   options.maxRequestsPerUser = 512;
   app.add_option("--client-timeout", clientTimeout,
                  "End a request whose client reads nothing for so long")
@@ -152,13 +156,22 @@ std::optional<int> readAgentOptions(int argc, const char* const* argv, AgentOpti
       ->check(numberIn(0.001, kLongestTimeout))
       ->capture_default_str()
       ->group(kLimits);
-  app.add_option("--max-connections", options.maxConnections, "Connections at a time")
+  app.add_option("--max-connections", options.maxConnections,
+                 fmt::format("Connections at a time; root and the agent's own user have {} more",
+                             connections.reserved))
+      ->type_name("N")
+      ->check(CLI::Range(1, 1'000'000))
+      ->capture_default_str()
+      ->group(kLimits);
+  app.add_option("--max-connections-per-user", options.maxConnectionsPerUser,
+                 "Connections of one user at a time; for root and the agent's own user there is no "
+                 "such limit")
       ->type_name("N")
       ->check(CLI::Range(1, 1'000'000))
       ->capture_default_str()
       ->group(kLimits);
   app.add_option("--max-requests-per-user", options.maxRequestsPerUser,
-                 "Requests of one user at a time")
+                 "Requests of one user at a time; questions to the agent do not count")
       ->type_name("N")
       ->check(CLI::Range(1, 1'000'000))
       ->capture_default_str()

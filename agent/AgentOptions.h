@@ -33,6 +33,7 @@ struct AgentOptions {
   Qel::Duration clientTimeout{0};
   Qel::Duration lineTimeout{0};
   std::size_t maxConnections = 0;
+  std::size_t maxConnectionsPerUser = 0;
   std::size_t maxRequestsPerUser = 0;
   std::optional<std::uint32_t> sliceRows;
   std::optional<std::size_t> sliceBytes;

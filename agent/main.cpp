@@ -109,7 +109,8 @@ ServerPolicy policyOf(const AgentOptions& options) {
   policy.connection.closingTimeout = options.clientTimeout;
   policy.connection.lineTimeout = options.lineTimeout;
   policy.connection.requestsPerUser = options.maxRequestsPerUser;
-  policy.maxConnections = options.maxConnections;
+  policy.connections.together = options.maxConnections;
+  policy.connections.perUser = options.maxConnectionsPerUser;
   policy.socketGroup = options.socketGroup;
   policy.access = AccessPolicy::ofThisProcess(options.adminGroup);
   return policy;

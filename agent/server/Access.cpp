@@ -61,10 +61,13 @@ AccessPolicy AccessPolicy::ofThisProcess(std::optional<Group> adminGroup) {
   return {::geteuid(), std::move(adminGroup)};
 }
 
+bool AccessPolicy::isKeeper(uid_t user) const noexcept {
+  return user != kNoUser && (user == 0 || user == agentUser);
+}
+
 bool AccessPolicy::isPrivileged(const Peer& peer) const noexcept {
   if (peer.user == kNoUser) return false;
-  return peer.user == 0 || peer.user == agentUser ||
-         (adminGroup.has_value() && peer.isMemberOf(adminGroup->id));
+  return isKeeper(peer.user) || (adminGroup.has_value() && peer.isMemberOf(adminGroup->id));
 }
 
 std::string AccessPolicy::onlyWho() const {

@@ -47,6 +47,8 @@ struct AccessPolicy {
   /** The policy of this process: its own user, and the group given. */
   static AccessPolicy ofThisProcess(std::optional<Group> adminGroup);
 
+  /** Whether it is root or the agent's own user, who look after the agent. */
+  bool isKeeper(uid_t user) const noexcept;
   bool isPrivileged(const Peer& peer) const noexcept;
   /** For messages: "only root, user 990 and members of group operators". */
   std::string onlyWho() const;

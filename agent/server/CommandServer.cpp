@@ -5,10 +5,17 @@
 #include <algorithm>
 #include <string_view>
 #include <utility>
+#include <variant>
+
+#include "agent/server/SocketEnd.h"
 
 namespace KorvoAgent {
 
 namespace {
+
+// Clients whose time is up that are looked at in one turn: after a pause that may be all of them,
+// each with a command to be answered.
+constexpr int kTimeoutsPerTurn = 16;
 
 // Clients over the limit that are being told so; more of them are told as far as that goes at once.
 constexpr std::size_t kTurnedAwayPolitely = 32;
@@ -26,7 +33,8 @@ CommandServer::CommandServer(EventLoop& loop, Qel::Ptr<const Qel::Clock> clock,
       questions_(std::move(facts), scheduler_, policy_.access, [this] { return numConnections(); }),
       // Outside a callback's call only the text of requests that were ended is left over.
       handlerBefore_(
-          Rendering::PrintBuffer::undeliveredHandlerIs([](std::uint32_t, std::string_view) {})) {
+          Rendering::PrintBuffer::undeliveredHandlerIs([](std::uint32_t, std::string_view) {})),
+      slots_(policy_.connections, policy_.access) {
   loop_.add(scheduler_);
   loop_.add(*this);
 }
@@ -41,8 +49,9 @@ CommandServer::~CommandServer() {
 
 void CommandServer::listen(const std::string& path) {
   socket_.emplace(path, policy_.socketGroup);
-  listener_.emplace(loop_, socket_->get(), [this](FileDescriptor connection, Peer peer) {
-    connectionIs(std::move(connection), std::move(peer));
+  listener_.emplace(loop_, socket_->get(), [this](FileDescriptor connection) {
+    Peer peer = policy_.peerOf(connection.get());
+    return connectionIs(std::move(connection), std::move(peer));
   });
 }
 
@@ -53,23 +62,29 @@ void CommandServer::shutDown(const std::string& reason) {
   while (!connections_.empty()) connections_.begin()->second->close();
 }
 
-void CommandServer::connectionIs(FileDescriptor connection, Peer peer) {
-  const bool tooMany = numConnections() >= policy_.maxConnections;
-  const std::string reason =
-      fmt::format("the agent has {} connections, which is the limit", policy_.maxConnections);
-  if (numConnections() >= policy_.maxConnections + kTurnedAwayPolitely) {
-    sayToClient(connection.get(), fmt::format("refused: {}\n", reason));
-    return;
+bool CommandServer::connectionIs(FileDescriptor connection, Peer peer) {
+  auto place = slots_.take(peer.user);
+  const std::string* const refusal = std::get_if<std::string>(&place);
+  // Connections without a place are those of clients that are being told so.
+  if (refusal != nullptr && connections_.size() - slots_.numTaken() >= kTurnedAwayPolitely) {
+    sayToClient(connection.get(), fmt::format("refused: {}\n", *refusal));
+    endInput(connection.get());
+    return false;
   }
   const std::uint64_t id = ++lastConnection_;
-  const auto made = connections_.emplace(
-      id, std::make_unique<Connection>(*this, id, std::move(connection), std::move(peer)));
-  Connection& added = *made.first->second;
-  if (tooMany) {
-    added.turnAway(reason);
+  ConnectionSlot slot;
+  if (refusal == nullptr) slot = std::move(std::get<ConnectionSlot>(place));
+  Connection& added =
+      *connections_
+           .emplace(id, std::make_unique<Connection>(*this, id, std::move(connection),
+                                                     std::move(peer), std::move(slot)))
+           .first->second;
+  if (refusal != nullptr) {
+    added.turnAway(*refusal);
   } else {
     added.serve();
   }
+  return true;
 }
 
 void CommandServer::timeoutIs(Connection& connection, Qel::Duration wait) {
@@ -91,7 +106,9 @@ std::optional<Qel::Duration> CommandServer::nextDeadline() const {
 }
 
 void CommandServer::deadlinesPassed(Qel::Duration now) {
-  while (const std::optional<std::uint64_t> id = timeouts_.takePassed(now)) {
+  for (int i = 0; i < kTimeoutsPerTurn; ++i) {
+    const std::optional<std::uint64_t> id = timeouts_.takePassed(now);
+    if (!id) break;
     const auto it = connections_.find(*id);
     if (it != connections_.end()) it->second->timedOut();
   }

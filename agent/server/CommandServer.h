@@ -4,12 +4,14 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
 #include <string>
 
 #include "agent/server/Connection.h"
+#include "agent/server/ConnectionSlots.h"
 #include "agent/server/Listener.h"
 #include "agent/server/ListeningSocket.h"
 
@@ -18,9 +20,11 @@ namespace KorvoAgent {
 struct ServerPolicy {
   SchedulerPolicy scheduler;
   ConnectionLimits connection;
-  std::size_t maxConnections = 1024;
+  ConnectionCounts connections;
   AccessPolicy access = AccessPolicy::ofThisProcess(std::nullopt);
   std::optional<Group> socketGroup;  ///< nothing: the one that the file gets by itself
+  /** Tells who is at the other end of a connection that came in. */
+  std::function<Peer(int connection)> peerOf = &KorvoAgent::peerOf;
 };
 
 class CommandServer final : public ConnectionHost, public LoopClient {
@@ -35,8 +39,11 @@ class CommandServer final : public ConnectionHost, public LoopClient {
   void listen(const std::string& path);
   /** Ends every request with `cancelled`, closes every connection and removes the socket. */
   void shutDown(const std::string& reason);
-  /** Takes in one connection, as the listener does. */
-  void connectionIs(FileDescriptor connection, Peer peer);
+  /**
+   * Takes in one connection, as the listener does. False when its client was told at once that
+   * there is no place for it.
+   */
+  bool connectionIs(FileDescriptor connection, Peer peer);
   std::size_t numConnections() const noexcept { return connections_.size(); }
 
   EventLoop& loop() noexcept override { return loop_; }
@@ -66,6 +73,7 @@ class CommandServer final : public ConnectionHost, public LoopClient {
 
   std::optional<ListeningSocket> socket_;
   std::optional<Listener> listener_;
+  ConnectionSlots slots_;
   std::map<std::uint64_t, std::unique_ptr<Connection>> connections_;
   std::map<std::uint64_t, std::unique_ptr<Connection>> closed_;
   DeadlineQueue<std::uint64_t> timeouts_;

@@ -3,8 +3,6 @@
 #include <fmt/format.h>
 #include <sys/socket.h>
 
-#include <array>
-#include <cerrno>
 #include <optional>
 #include <utility>
 #include <variant>
@@ -13,36 +11,26 @@
 #include "agent/server/ChangingCommands.h"
 #include "agent/server/Events.h"
 #include "agent/server/PrintableText.h"
+#include "agent/server/SocketEnd.h"
 
 namespace KorvoAgent {
 
 namespace {
 
-// How long and how far a client is heard out that sends more than is read. Closing at once would
-// break its connection before it has read why.
+// How long a client is heard out that sends more than is read: it may be in the middle of a send,
+// which would fail if the connection were closed at once.
 constexpr Qel::Duration kLingerTime = std::chrono::seconds(2);
-constexpr int kDiscardsPerTurn = 16;
-constexpr std::size_t kDiscardPiece = std::size_t{16} * 1024;
 
 double seconds(Qel::Duration duration) { return std::chrono::duration<double>(duration).count(); }
 
-/** Throws away what has arrived. Whether more may come. */
-bool discardFrom(int socket) noexcept {
-  std::array<char, kDiscardPiece> piece;  // NOLINT(cppcoreguidelines-pro-type-member-init)
-  for (int i = 0; i < kDiscardsPerTurn; ++i) {
-    const ssize_t n = ::recv(socket, piece.data(), piece.size(), MSG_DONTWAIT);
-    if (n < 0) return errno == EAGAIN || errno == EINTR;
-    if (n == 0) return false;
-  }
-  return true;
-}
-
 }  // namespace
 
-Connection::Connection(ConnectionHost& host, std::uint64_t id, FileDescriptor control, Peer peer)
+Connection::Connection(ConnectionHost& host, std::uint64_t id, FileDescriptor control, Peer peer,
+                       ConnectionSlot slot)
     : host_(host),
       id_(id),
       peer_(std::move(peer)),
+      slot_(std::move(slot)),
       control_(std::make_shared<AnswerSocket>(std::move(control))),
       answer_(control_),
       said_(answerBuffer(control_, Rendering::PrintBuffer::kHold)),
@@ -50,55 +38,79 @@ Connection::Connection(ConnectionHost& host, std::uint64_t id, FileDescriptor co
 
 Connection::~Connection() = default;
 
-/** A callback for a watch: an exception costs this connection and nothing else. */
+/** Calls `function`: an exception costs this connection and nothing else. */
 template <class Function>
-std::function<void()> Connection::guarded(Function function) {
-  return [this, function] {
-    try {
-      function();
-    } catch (const std::exception& e) {
-      QEL_TRACE(agentTrace(), 1, "connection {}: {}", id_, e.what());
-      close();
-    }
-  };
-}
-
-void Connection::serve() {
-  host_.timeoutIs(*this, host_.limits().lineTimeout);
-  controlWatch_->onReadable(guarded([this] { read(); }));
-}
-
-void Connection::turnAway(std::string_view reason) {
-  lingers_ = true;
-  say(fmt::format("refused: {}\n", reason));
-  finish();
-}
-
-void Connection::timedOut() {
-  if (state_ == State::reading) {
-    refuse(fmt::format("no request line came within {} s", seconds(host_.limits().lineTimeout)));
-  } else {
+void Connection::guard(const Function& function) noexcept {
+  try {
+    function();
+  } catch (const std::exception& e) {
+    QEL_TRACE(agentTrace(), 1, "connection {}: {}", id_, e.what());
     close();
   }
 }
 
+/** A guarded callback for a watch. */
+template <class Function>
+std::function<void()> Connection::guarded(Function function) {
+  return [this, function] { guard(function); };
+}
+
+void Connection::serve() noexcept {
+  guard([this] {
+    host_.timeoutIs(*this, host_.limits().lineTimeout);
+    awaitLine();
+  });
+}
+
+void Connection::turnAway(std::string_view reason) noexcept {
+  guard([this, reason] {
+    lingers_ = true;
+    say(fmt::format("refused: {}\n", reason));
+    finish();
+  });
+}
+
+// The agent itself may have been held up, or stopped for a while: what the client did in time lies
+// in the socket then, and counts.
+void Connection::timedOut() noexcept {
+  guard([this] {
+    if (state_ == State::reading) {
+      readLine();
+      if (state_ != State::reading) return;
+      refuse(fmt::format("no request line came within {} s", seconds(host_.limits().lineTimeout)));
+      return;
+    }
+    if (state_ == State::closing) said_->flush();
+    close();
+  });
+}
+
 void Connection::close() noexcept {
   if (state_ == State::closed) return;
-  // What a client sent beyond its line would turn its end of file into a broken connection.
-  if (state_ == State::closing) discardFrom(control_->get());
+  endInput(control_->get());
   state_ = State::closed;
   answerWatch_.reset();
   controlWatch_.reset();
   answer_->close();
   control_->close();
+  slot_.reset();
   if (job_ != 0) host_.scheduler().end(job_, {RequestStatus::error, "the connection failed"});
   host_.closed(*this);
 }
 
-void Connection::read() {
+void Connection::awaitLine() {
+  controlWatch_->onReadable(guarded([this] {
+    // The line's deadline may have looked at the socket before this.
+    if (state_ != State::reading) return;
+    readLine();
+    if (state_ == State::reading) awaitLine();
+  }));
+}
+
+// Takes what has arrived of the line; once all of it has, the connection is no longer reading.
+void Connection::readLine() {
   switch (reader_.read(control_->get())) {
     case ControlReader::State::incomplete:
-      controlWatch_->onReadable(guarded([this] { read(); }));
       return;
     case ControlReader::State::complete:
       takeLine();
@@ -148,9 +160,13 @@ void Connection::takeLine() {
     answer_ = std::make_shared<AnswerSocket>(std::move(descriptor));
     answerWatch_ = std::make_unique<DescriptorWatch>(host_.loop(), answer_->get());
   }
-  if (host_.scheduler().numJobsOf(peer_.user) >= host_.limits().requestsPerUser) {
-    return refuse(fmt::format("user {} has {} requests under way, which is the limit", peer_.user,
-                              host_.limits().requestsPerUser));
+  // Whoever is at the limit can still ask what is under way, and cancel it.
+  if (request.entry != Entry::agent &&
+      host_.scheduler().numRequestsOf(peer_.user) >= host_.limits().requestsPerUser) {
+    return refuse(fmt::format(
+        "user {} has {} requests under way, which is the limit; wait for one to end, or "
+        "end one (\"agent text requests\" lists them, \"agent text cancel N\" ends one)",
+        peer_.user, host_.limits().requestsPerUser));
   }
   work(request);
 }
@@ -253,7 +269,7 @@ void Connection::awaitWritable() {
 
 void Connection::jobProgress(const RequestFigures& figures) noexcept {
   // A client that does not read its events misses some; they must not pile up.
-  if (!hasEvents() || said_->pending() != 0) return;
+  if (said_->pending() != 0) return;
   try {
     say(progressEvent(figures));
   } catch (const std::exception& e) {
@@ -286,7 +302,7 @@ void Connection::say(std::string_view text) {
   said_->flush();
 }
 
-// Closes as soon as all has been said.
+// Closes as soon as all has been said and the client is not in the middle of saying something.
 void Connection::finish() {
   if (state_ != State::closing) {
     state_ = State::closing;
@@ -295,7 +311,10 @@ void Connection::finish() {
   said_->flush();
   if (said_->pending() != 0) {
     controlWatch_->onWritable(guarded([this] { finish(); }));
-  } else if (lingers_ && !said_->failed()) {
+    return;
+  }
+  const Discarded beyond = discardInput(control_->get());
+  if (!beyond.ended && !said_->failed() && (lingers_ || beyond.any || reader_.sawMore())) {
     linger();
   } else {
     close();
@@ -306,15 +325,17 @@ void Connection::linger() {
   state_ = State::lingering;
   host_.timeoutIs(*this, kLingerTime);
   ::shutdown(control_->get(), SHUT_WR);
-  discardInput();
+  awaitHangingUp();
 }
 
-void Connection::discardInput() {
-  if (discardFrom(control_->get())) {
-    controlWatch_->onReadable(guarded([this] { discardInput(); }));
-  } else {
-    close();
-  }
+void Connection::awaitHangingUp() {
+  controlWatch_->onReadable(guarded([this] {
+    if (discardInput(control_->get()).ended) {
+      close();
+    } else {
+      awaitHangingUp();
+    }
+  }));
 }
 
 }  // namespace KorvoAgent

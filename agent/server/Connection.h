@@ -18,6 +18,7 @@
 #include "agent/server/AgentQuestions.h"
 #include "agent/server/AnswerSocket.h"
 #include "agent/server/CommandEntries.h"
+#include "agent/server/ConnectionSlots.h"
 #include "agent/server/ControlReader.h"
 #include "agent/server/EventLoop.h"
 #include "agent/server/SliceScheduler.h"
@@ -31,6 +32,7 @@ struct ConnectionLimits {
   Qel::Duration lineTimeout = std::chrono::seconds(10);
   /** How long a client may leave its last event unread. */
   Qel::Duration closingTimeout = std::chrono::seconds(60);
+  /** Requests of one user at a time; questions to the agent are none. */
   std::size_t requestsPerUser = 512;
 };
 
@@ -53,21 +55,26 @@ class ConnectionHost {
 
 class Connection final : public JobOwner {
  public:
-  /** `control` is the accepted socket, `peer` who is at its other end. */
-  Connection(ConnectionHost& host, std::uint64_t id, FileDescriptor control, Peer peer);
+  /**
+   * `control` is the accepted socket, `peer` who is at its other end, `slot` the place that it
+   * takes while it is open; none where it is only to be turned away.
+   */
+  Connection(ConnectionHost& host, std::uint64_t id, FileDescriptor control, Peer peer,
+             ConnectionSlot slot);
   ~Connection() override;
 
   std::uint64_t id() const noexcept { return id_; }
   /** Reads the request line from now on. */
-  void serve();
+  void serve() noexcept;
   /** Says why no request is taken from this client, and closes. */
-  void turnAway(std::string_view reason);
-  void timedOut();
+  void turnAway(std::string_view reason) noexcept;
+  void timedOut() noexcept;
   /** Closes at once, whatever is unsaid. */
   void close() noexcept;
 
   void awaitWritable() override;
   std::size_t unread() const override { return answer_->unread(); }
+  bool hearsProgress() const noexcept override { return hasEvents(); }
   void jobProgress(const RequestFigures& figures) noexcept override;
   void jobEnded(const RequestEnd& end, const RequestFigures& figures) noexcept override;
 
@@ -75,10 +82,13 @@ class Connection final : public JobOwner {
   enum class State : std::uint8_t { reading, working, closing, lingering, closed };
 
   template <class Function>
+  void guard(const Function& function) noexcept;
+  template <class Function>
   std::function<void()> guarded(Function function);
   bool hasEvents() const noexcept { return answer_ != control_; }
 
-  void read();
+  void awaitLine();
+  void readLine();
   void takeLine();
   void refuse(std::string message);
   void work(const RequestLine& request);
@@ -92,11 +102,12 @@ class Connection final : public JobOwner {
   void say(std::string_view text);
   void finish();
   void linger();
-  void discardInput();
+  void awaitHangingUp();
 
   ConnectionHost& host_;
   std::uint64_t id_;
   Peer peer_;
+  ConnectionSlot slot_;
   State state_ = State::reading;
   bool lingers_ = false;  // the client may still be sending what nobody will read
 

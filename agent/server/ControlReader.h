@@ -24,6 +24,8 @@ class ControlReader {
   State read(int socket);
 
   const std::string& line() const noexcept { return assembler_.line(); }
+  /** Whether something came behind the line's end. */
+  bool sawMore() const noexcept { return assembler_.sawMore(); }
   /** How many descriptors came; all but the first are closed. */
   std::size_t numDescriptors() const noexcept { return numDescriptors_; }
   /** Whether the system could not hand over a descriptor that was sent. */

@@ -42,11 +42,15 @@ class DeadlineQueue {
   std::optional<Qel::Duration> next() const {
     return byTime_.empty() ? std::nullopt : std::optional(byTime_.begin()->first);
   }
-  /** Takes out one key whose deadline is `now` or earlier, the earliest first. */
-  std::optional<Key> takePassed(Qel::Duration now) {
+  /** One key whose deadline is `now` or earlier, the earliest first. */
+  std::optional<Key> passed(Qel::Duration now) const {
     if (byTime_.empty() || byTime_.begin()->first > now) return std::nullopt;
-    Key key = byTime_.begin()->second;
-    erase(key);
+    return byTime_.begin()->second;
+  }
+  /** The same, and takes it out. */
+  std::optional<Key> takePassed(Qel::Duration now) {
+    std::optional<Key> key = passed(now);
+    if (key) erase(*key);
     return key;
   }
 

@@ -77,9 +77,14 @@ void EventLoop::run() {
 }
 
 bool EventLoop::turn() {
+  beginTurn();
   bool active = runHandlers(kHandlersPerTurn) != 0;
   active = expireDeadlines() || active;
   return runOnePiece() || active;
+}
+
+void EventLoop::beginTurn() {
+  for (const std::function<void()>& begin : std::exchange(nextTurn_, {})) guarded(begin);
 }
 
 std::size_t EventLoop::runHandlers(std::size_t limit) {
@@ -151,7 +156,7 @@ struct DescriptorWatch::Backend {
 };
 
 DescriptorWatch::DescriptorWatch(EventLoop& loop, int descriptor)
-    : backend_(std::make_shared<Backend>(loop.backend_->context, descriptor)) {}
+    : loop_(loop), backend_(std::make_shared<Backend>(loop.backend_->context, descriptor)) {}
 
 DescriptorWatch::~DescriptorWatch() { stop(); }
 
@@ -178,6 +183,14 @@ void DescriptorWatch::wait(WaitType what, std::function<void()> callback) {
 
 void DescriptorWatch::onReadable(std::function<void()> callback) {
   wait(asio::posix::stream_descriptor::wait_read, std::move(callback));
+}
+
+void DescriptorWatch::onReadableNextTurn(std::function<void()> callback) {
+  if (backend_ == nullptr) return;
+  loop_.nextTurn_.emplace_back(
+      [this, alive = std::weak_ptr<Backend>(backend_), callback = std::move(callback)]() mutable {
+        if (!alive.expired()) onReadable(std::move(callback));
+      });
 }
 
 void DescriptorWatch::onWritable(std::function<void()> callback) {

@@ -48,6 +48,7 @@ class EventLoop {
   friend class DescriptorWatch;
   struct Backend;
 
+  void beginTurn();
   std::size_t runHandlers(std::size_t limit);
   bool expireDeadlines();
   bool anyRunnable() const;
@@ -57,6 +58,7 @@ class EventLoop {
   Qel::Ptr<const Qel::Clock> clock_;
   std::unique_ptr<Backend> backend_;
   std::vector<LoopClient*> clients_;
+  std::vector<std::function<void()>> nextTurn_;  // what waits for the next turn to begin
   std::size_t nextClient_ = 0;
   bool stopped_ = false;
 };
@@ -75,6 +77,8 @@ class DescriptorWatch {
   DescriptorWatch& operator=(const DescriptorWatch&) = delete;
 
   void onReadable(std::function<void()> callback);
+  /** As onReadable(), but in another turn than this: for whoever has had enough of this one. */
+  void onReadableNextTurn(std::function<void()> callback);
   void onWritable(std::function<void()> callback);
   /** An error or both directions closed; may be called for out-of-band data too. */
   void onHangup(std::function<void()> callback);
@@ -85,6 +89,7 @@ class DescriptorWatch {
   template <class WaitType>
   void wait(WaitType what, std::function<void()> callback);
 
+  EventLoop& loop_;
   std::shared_ptr<Backend> backend_;
 };
 

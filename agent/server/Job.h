@@ -32,6 +32,8 @@ class JobOwner {
   virtual void awaitWritable() = 0;
   /** How much the peer has not read yet, in units of the kernel's own; falls when it reads. */
   virtual std::size_t unread() const = 0;
+  /** Whether anybody is told of jobProgress(). */
+  virtual bool hearsProgress() const noexcept = 0;
   virtual void jobProgress(const RequestFigures& figures) noexcept = 0;
   /**
    * The last call for a job. The owner lets go of the answer socket before it returns; what the

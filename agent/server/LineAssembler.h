@@ -30,11 +30,16 @@ class LineAssembler {
       return state_ = State::tooLong;
     }
     line_.append(part);
-    if (ended) state_ = State::complete;
+    if (ended) {
+      state_ = State::complete;
+      sawMore_ = newline + 1 != piece.size();
+    }
     return state_;
   }
 
   State state() const noexcept { return state_; }
+  /** Whether something followed the newline. */
+  bool sawMore() const noexcept { return sawMore_; }
   /** What has arrived of the line, without its newline. */
   const std::string& line() const noexcept { return line_; }
 
@@ -42,6 +47,7 @@ class LineAssembler {
   std::size_t limit_;
   std::string line_;
   State state_ = State::incomplete;
+  bool sawMore_ = false;
 };
 
 }  // namespace KorvoAgent

@@ -7,13 +7,11 @@
 #include <utility>
 
 #include "agent/server/AgentTrace.h"
+#include "agent/server/SocketEnd.h"
 
 namespace KorvoAgent {
 
 namespace {
-
-// A burst of clients must not keep the next slice waiting; the rest is taken in the next turn.
-constexpr int kAcceptsPerTurn = 16;
 
 constexpr Qel::Duration kPause = std::chrono::milliseconds(100);
 
@@ -25,11 +23,13 @@ FileDescriptor acceptFrom(int socket) {
   return FileDescriptor(::accept4(socket, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
 }
 
-}  // namespace
-
-void sayToClient(int connection, std::string_view text) noexcept {
-  (void)!::send(connection, text.data(), text.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
+/** Whether the client has said nothing and will not. */
+bool hasLeft(int connection) {
+  char byte = 0;
+  return ::recv(connection, &byte, 1, MSG_PEEK | MSG_DONTWAIT) == 0;
 }
+
+}  // namespace
 
 Listener::Listener(EventLoop& loop, int socket, Accepted accepted)
     : loop_(loop),
@@ -37,7 +37,7 @@ Listener::Listener(EventLoop& loop, int socket, Accepted accepted)
       accepted_(std::move(accepted)),
       watch_(loop, socket),
       reserve_(reserveDescriptor()) {
-  watch();
+  watch_.onReadable([this] { acceptSome(); });
 }
 
 void Listener::retry() {
@@ -45,37 +45,32 @@ void Listener::retry() {
   acceptSome();
 }
 
-void Listener::watch() {
-  watch_.onReadable([this] { acceptSome(); });
-}
-
 void Listener::acceptSome() {
-  for (int i = 0; i < kAcceptsPerTurn; ++i) {
-    switch (acceptOne()) {
-      case Next::again:
-        break;
-      case Next::wait:
-        watch();
-        return;
-      case Next::pause:
-        retryAt_ = loop_.clock().now() + kPause;
-        return;
+  int dear = 0;
+  for (int i = 0; i < kAcceptsPerTurn && dear < kDearPerTurn; ++i) {
+    const Next next = acceptOne();
+    if (next == Next::pause) {
+      retryAt_ = loop_.clock().now() + kPause;
+      return;
     }
+    if (next == Next::wait) break;
+    if (next == Next::dear) ++dear;
   }
-  watch();
+  // Even where nobody waits just now: whoever comes next has to leave room for others, too.
+  watch_.onReadableNextTurn([this] { acceptSome(); });
 }
 
 Listener::Next Listener::acceptOne() {
   FileDescriptor connection = acceptFrom(socket_);
   if (connection.isOpen()) {
+    if (hasLeft(connection.get())) return Next::cheap;
     try {
-      Peer peer = peerOf(connection.get());
-      accepted_(std::move(connection), std::move(peer));
+      if (accepted_(std::move(connection))) return Next::dear;
     } catch (const std::exception& e) {
       // The connection is closed with what could not be made for it.
       QEL_TRACE(agentTrace(), 1, "a connection could not be taken in: {}", e.what());
     }
-    return Next::again;
+    return Next::cheap;
   }
   switch (errno) {
     case EAGAIN:
@@ -87,7 +82,7 @@ Listener::Next Listener::acceptOne() {
     case ENOMEM:
       return Next::pause;
     default:
-      return Next::again;  // this one client's misfortune
+      return Next::cheap;  // this one client's misfortune
   }
 }
 
@@ -101,11 +96,14 @@ Listener::Next Listener::turnAway() {
     const FileDescriptor connection = acceptFrom(socket_);
     if (connection.isOpen()) {
       QEL_TRACE(agentTrace(), 3, "a client is turned away: no file descriptor is left");
-      sayToClient(connection.get(), "refused: the agent has no file descriptor left\n");
+      sayToClient(connection.get(),
+                  "refused: the agent has no file descriptor left; try again when others have "
+                  "left\n");
+      endInput(connection.get());
     }
   }
   reserve_ = reserveDescriptor();
-  return reserve_.isOpen() ? Next::again : Next::pause;
+  return reserve_.isOpen() ? Next::dear : Next::pause;
 }
 
 }  // namespace KorvoAgent

@@ -1,13 +1,12 @@
-// Takes in connections.
+// Takes in connections: in each turn of the loop a bounded number, so that clients that come and go
+// as fast as they can do not keep those waiting that are there.
 //
 // Threading: the agent's event-loop thread only.
 #pragma once
 
 #include <functional>
 #include <optional>
-#include <string_view>
 
-#include "agent/server/Access.h"
 #include "agent/server/EventLoop.h"
 #include "agent/server/FileDescriptor.h"
 
@@ -15,8 +14,16 @@ namespace KorvoAgent {
 
 class Listener {
  public:
-  /** Gets a new connection, non-blocking, and who is at its other end. */
-  using Accepted = std::function<void(FileDescriptor connection, Peer peer)>;
+  /** Gets a new connection, non-blocking. Gives back whether it keeps the connection. */
+  using Accepted = std::function<bool(FileDescriptor connection)>;
+
+  /** Connections that are kept in one turn; each of them costs some ten microseconds. */
+  static constexpr int kDearPerTurn = 16;
+  /**
+   * Connections that are looked at in one turn. Most of a flood has hung up by then or is turned
+   * away, which costs little; it is to be drained faster than it comes.
+   */
+  static constexpr int kAcceptsPerTurn = 256;
 
   /** Takes connections from `socket`, which listens and stays the caller's. */
   Listener(EventLoop& loop, int socket, Accepted accepted);
@@ -26,9 +33,8 @@ class Listener {
   void retry();
 
  private:
-  enum class Next { again, wait, pause };
+  enum class Next { dear, cheap, wait, pause };
 
-  void watch();
   void acceptSome();
   Next acceptOne();
   Next turnAway();
@@ -40,8 +46,5 @@ class Listener {
   FileDescriptor reserve_;  // given up for a moment to turn a client away when there are no more
   std::optional<Qel::Duration> retryAt_;
 };
-
-/** Says `text` to a client that is not taken in, as far as its socket takes it at once. */
-void sayToClient(int connection, std::string_view text) noexcept;
 
 }  // namespace KorvoAgent

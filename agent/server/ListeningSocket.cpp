@@ -22,6 +22,11 @@ namespace {
 
 constexpr mode_t kMode = 0660;
 
+// Room for clients that come while the agent has other things to do, or is stopped: as many as
+// there may be connections. No more, for a flood fills any queue, and whoever comes last waits for
+// all of it.
+constexpr int kBacklog = 1024;
+
 [[noreturn]] void fail(const std::string& path, std::string_view what) {
   throw ListenError(fmt::format("cannot serve at {}: {}", path, what));
 }
@@ -112,7 +117,7 @@ ListeningSocket::ListeningSocket(std::string path, const std::optional<Group>& g
   try {
     // Before listen(): until then the kernel refuses every connection.
     takeFile(group);
-    if (::listen(socket.get(), SOMAXCONN) != 0) failWithErrno(path_, "listen");
+    if (::listen(socket.get(), kBacklog) != 0) failWithErrno(path_, "listen");
   } catch (...) {
     removeFile();
     throw;

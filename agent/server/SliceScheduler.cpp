@@ -10,6 +10,10 @@ namespace KorvoAgent {
 
 namespace {
 
+// Deadlines of either kind that one turn of the loop looks at: after a pause that may be all of
+// them.
+constexpr int kDeadlinesPerTurn = 64;
+
 constexpr std::string_view kPeerGone = "the answer's reader has gone";
 
 std::string currentExceptionText() {
@@ -35,9 +39,15 @@ RequestFigures Job::figures(Qel::Duration now) const {
 JobId SliceScheduler::begin(const RequestLine& request, uid_t user, JobOwner& owner) {
   const JobId id = lastId_ + 1;
   const Qel::Duration now = clock_->now();
-  Job& job = jobs_.try_emplace(id, id, request, user, owner, now).first->second;
+  const auto added = jobs_.try_emplace(id, id, request, user, owner, now).first;
+  try {
+    if (owner.hearsProgress()) silences_.set(id, now + policy_.longestSilence);
+  } catch (...) {
+    jobs_.erase(added);
+    throw;
+  }
   lastId_ = id;
-  job.lastProgress_ = now;
+  added->second.lastProgress_ = now;
   return id;
 }
 
@@ -69,6 +79,7 @@ void SliceScheduler::end(JobId id, const RequestEnd& end) {
   if (it == jobs_.end()) return;
   stateIs(it->second, Job::State::starting);
   deadlines_.erase(id);
+  silences_.erase(id);
   const RequestFigures figures = it->second.figures(clock_->now());
   // Out of the table first: the owner may look at the other jobs or end them.
   const auto ended = jobs_.extract(it);
@@ -86,17 +97,27 @@ void SliceScheduler::writable(JobId id) {
   settle(*job);
 }
 
-std::size_t SliceScheduler::numJobsOf(uid_t user) const {
-  return static_cast<std::size_t>(std::ranges::count_if(
-      jobs_, [user](const auto& item) { return item.second.user() == user; }));
+std::size_t SliceScheduler::numRequestsOf(uid_t user) const {
+  return static_cast<std::size_t>(std::ranges::count_if(jobs_, [user](const auto& item) {
+    return item.second.user() == user && item.second.request().entry != Entry::agent;
+  }));
 }
 
 void SliceScheduler::runPiece() {
   if (Job* const job = takeRunnable()) runSlice(*job);
 }
 
+std::optional<Qel::Duration> SliceScheduler::nextDeadline() const {
+  std::optional<Qel::Duration> next = deadlines_.next();
+  const std::optional<Qel::Duration> silence = silences_.next();
+  if (silence && (!next || *silence < *next)) next = silence;
+  return next;
+}
+
 void SliceScheduler::deadlinesPassed(Qel::Duration now) {
-  while (const std::optional<JobId> id = deadlines_.takePassed(now)) {
+  for (int i = 0; i < kDeadlinesPerTurn; ++i) {
+    const std::optional<JobId> id = deadlines_.takePassed(now);
+    if (!id) break;
     Job* const job = find(*id);
     if (job == nullptr) continue;
     try {
@@ -105,6 +126,11 @@ void SliceScheduler::deadlinesPassed(Qel::Duration now) {
       // Its deadline has been taken: nothing would ever come back to it.
       end(*id, {RequestStatus::error, currentExceptionText()});
     }
+  }
+  for (int i = 0; i < kDeadlinesPerTurn; ++i) {
+    const std::optional<JobId> id = silences_.passed(now);
+    if (!id) break;
+    tellProgress(*find(*id), now);
   }
 }
 
@@ -220,9 +246,20 @@ void SliceScheduler::progress(Job& job) {
   const Qel::Duration now = clock_->now();
   const Qel::Duration since = now - job.lastProgress_;
   if (since >= Qel::Duration::zero() && since < policy_.progressInterval) return;
+  if (since >= Qel::Duration::zero()) {
+    tellProgress(job, now);
+  } else {
+    // A clock that was set back starts a new interval and says nothing.
+    job.lastProgress_ = now;
+  }
+}
+
+void SliceScheduler::tellProgress(Job& job, Qel::Duration now) noexcept {
   job.lastProgress_ = now;
-  // A clock that was set back starts a new interval and says nothing.
-  if (since >= Qel::Duration::zero()) job.owner_->jobProgress(job.figures(now));
+  if (!job.owner_->hearsProgress()) return;
+  // In place of the one that there is, which takes no memory.
+  silences_.set(job.id(), now + policy_.longestSilence);
+  job.owner_->jobProgress(job.figures(now));
 }
 
 }  // namespace KorvoAgent

@@ -13,6 +13,9 @@
 // A blocked job is never polled: it moves on when its socket says so. While nothing of its output
 // is read for the client timeout, it is ended with client-gone.
 //
+// Owners that hear of progress hear something in every state: of a job that runs after its slices,
+// of one that is silent when the time for that is up.
+//
 // A slice that printed nothing and is not the end waits for something else that the agent does. Its
 // job is asked again after a pause, which costs next to nothing and keeps nobody from sleeping.
 //
@@ -41,6 +44,8 @@ struct SchedulerPolicy {
   Qel::Duration idlePause = std::chrono::milliseconds(2);
   /** The least time between two progress events of a job. */
   Qel::Duration progressInterval = std::chrono::milliseconds(100);
+  /** The longest. Clients count on five seconds; the rest is for turns that take long. */
+  Qel::Duration longestSilence = std::chrono::seconds(4);
 };
 
 class SliceScheduler final : public LoopClient {
@@ -68,12 +73,13 @@ class SliceScheduler final : public LoopClient {
   const std::map<JobId, Job>& jobs() const noexcept { return jobs_; }
   /** Requests taken in since the agent started. */
   std::uint64_t numBegun() const noexcept { return lastId_; }
-  std::size_t numJobsOf(uid_t user) const;
+  /** How many of the active ones are `user`'s; questions to the agent are not counted. */
+  std::size_t numRequestsOf(uid_t user) const;
   const Qel::Clock& clock() const noexcept { return *clock_; }
 
   bool runnable() const override { return numRunnable_ != 0; }
   void runPiece() override;
-  std::optional<Qel::Duration> nextDeadline() const override { return deadlines_.next(); }
+  std::optional<Qel::Duration> nextDeadline() const override;
   void deadlinesPassed(Qel::Duration now) override;
 
  private:
@@ -87,13 +93,15 @@ class SliceScheduler final : public LoopClient {
   void block(Job& job);
   void queue(Job& job);
   void progress(Job& job);
+  void tellProgress(Job& job, Qel::Duration now) noexcept;
 
   Qel::Ptr<const Qel::Clock> clock_;
   SchedulerPolicy policy_;
   std::map<JobId, Job> jobs_;
   std::deque<JobId> queue_;  // may name jobs that have ended or are blocked; they are passed over
   std::size_t numRunnable_ = 0;
-  DeadlineQueue<JobId> deadlines_;
+  DeadlineQueue<JobId> deadlines_;  // of jobs that wait or are blocked
+  DeadlineQueue<JobId> silences_;   // of all whose owners hear of progress: when they are to
   JobId lastId_ = 0;
 };
 

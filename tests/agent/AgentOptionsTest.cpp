@@ -48,6 +48,7 @@ TEST_F(AgentOptionsTest, WithoutOptionsTheDefaultsHold) {
   EXPECT_EQ(options.clientTimeout, seconds(60));
   EXPECT_EQ(options.lineTimeout, seconds(10));
   EXPECT_EQ(options.maxConnections, 1024U);
+  EXPECT_EQ(options.maxConnectionsPerUser, 576U);
   EXPECT_EQ(options.maxRequestsPerUser, 512U);
   EXPECT_EQ(options.sliceRows, std::nullopt);
   EXPECT_EQ(options.hwTableSize, std::nullopt);
@@ -97,6 +98,8 @@ TEST_F(AgentOptionsTest, EveryOptionIsRead) {
                   "3",
                   "--max-connections",
                   "7",
+                  "--max-connections-per-user",
+                  "6",
                   "--max-requests-per-user",
                   "8",
                   "--slice-rows",
@@ -119,6 +122,7 @@ TEST_F(AgentOptionsTest, EveryOptionIsRead) {
   EXPECT_EQ(options.clientTimeout, milliseconds(250));
   EXPECT_EQ(options.lineTimeout, seconds(3));
   EXPECT_EQ(options.maxConnections, 7U);
+  EXPECT_EQ(options.maxConnectionsPerUser, 6U);
   EXPECT_EQ(options.maxRequestsPerUser, 8U);
   EXPECT_EQ(options.sliceRows, 1U);
   EXPECT_EQ(options.sliceBytes, 4096U);
@@ -160,6 +164,7 @@ TEST_F(AgentOptionsTest, WrongOptionsAreExplained) {
       {{"--client-timeout", "nan"}, "--client-timeout"},
       {{"--slice-rows", "0"}, "--slice-rows"},
       {{"--max-connections", "0"}, "--max-connections"},
+      {{"--max-connections-per-user", "0"}, "--max-connections-per-user"},
       {{"--socket", ""}, "--socket: the path is empty"},
       {{"--socket"}, "--socket"},
       {{"--bogus"}, "--bogus"},
@@ -175,11 +180,26 @@ TEST_F(AgentOptionsTest, WrongOptionsAreExplained) {
 
 TEST_F(AgentOptionsTest, HelpNamesEveryOption) {
   EXPECT_EQ(read({"--help"}), kExitOk);
-  for (const char* const option :
-       {"--socket", "--socket-group", "--admin-group", "--state", "--bridge-json", "--demo",
-        "--macs", "--chips", "--churn", "--seed", "--plugin", "--trace", "--trace-file",
-        "--client-timeout", "--line-timeout", "--max-connections", "--max-requests-per-user",
-        "--slice-rows", "--slice-bytes"}) {
+  for (const char* const option : {"--socket",
+                                   "--socket-group",
+                                   "--admin-group",
+                                   "--state",
+                                   "--bridge-json",
+                                   "--demo",
+                                   "--macs",
+                                   "--chips",
+                                   "--churn",
+                                   "--seed",
+                                   "--plugin",
+                                   "--trace",
+                                   "--trace-file",
+                                   "--client-timeout",
+                                   "--line-timeout",
+                                   "--max-connections",
+                                   "--max-connections-per-user",
+                                   "--max-requests-per-user",
+                                   "--slice-rows",
+                                   "--slice-bytes"}) {
     EXPECT_THAT(out.str(), HasSubstr(std::string(option) + " "));
   }
   EXPECT_EQ(err.str(), "");

@@ -36,7 +36,11 @@ class Client final : public KorvoAgent::JobOwner {
 
   void awaitWritable() override { awaiting = true; }
   std::size_t unread() const override { return socket->unread(); }
-  void jobProgress(const KorvoAgent::RequestFigures& /*figures*/) noexcept override {}
+  bool hearsProgress() const noexcept override { return true; }
+  void jobProgress(const KorvoAgent::RequestFigures& figures) noexcept override {
+    heardAt = figures.elapsed;
+    ++timesHeard;
+  }
   void jobEnded(const KorvoAgent::RequestEnd& end,
                 const KorvoAgent::RequestFigures& figures) noexcept override;
 
@@ -60,6 +64,9 @@ class Client final : public KorvoAgent::JobOwner {
   std::shared_ptr<KorvoAgent::AnswerSocket> socket;
   KorvoAgent::JobId job = 0;
   bool awaiting = false;
+  /** How long the request had taken when something was said of it last. */
+  Qel::Duration heardAt{0};
+  std::uint64_t timesHeard = 0;
   /** Of an asynchronous request's machine; read while the job has it only. */
   const Rendering::PrintBuffer* output = nullptr;
 

@@ -175,6 +175,41 @@ TEST_F(EventLoopTest, AStoppedWatchCallsNobody) {
   EXPECT_EQ(calls, 1);
 }
 
+TEST_F(EventLoopTest, WhoPutsASocketOffToTheNextTurnIsCalledOnceATurn) {
+  const SocketPair pair = makeSocketPair();
+  sendWith(pair.client.get(), "x");
+  std::optional<DescriptorWatch> watch(std::in_place, loop, pair.server.get());
+  int calls = 0;
+  std::function<void()> again = [&] {
+    ++calls;
+    watch->onReadableNextTurn(again);
+  };
+  watch->onReadable(again);
+  for (int turn = 1; turn <= 5; ++turn) {
+    loop.turn();
+    EXPECT_EQ(calls, turn);
+  }
+  watch.reset();
+  settle();
+  EXPECT_EQ(calls, 5);
+}
+
+TEST_F(EventLoopTest, ASleepingLoopIsWokenByASocketThatWasPutOff) {
+  const auto steady = Qel::makePtr<Qel::SteadyClock>();
+  EventLoop sleeping(steady);
+  const SocketPair pair = makeSocketPair();
+  sendWith(pair.client.get(), "x");
+  DescriptorWatch watch(sleeping, pair.server.get());
+  int calls = 0;
+  std::function<void()> again = [&] {
+    if (++calls == 3) sleeping.stop();
+    watch.onReadableNextTurn(again);
+  };
+  watch.onReadable(again);
+  sleeping.run();  // nothing but the socket could end it
+  EXPECT_EQ(calls, 3);
+}
+
 TEST_F(EventLoopTest, ADescriptorMayBeWatchedAgainUnderTheSameNumber) {
   SocketPair pair = makeSocketPair();
   const int number = pair.server.get();

@@ -7,6 +7,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -20,12 +21,14 @@ namespace KorvoAgent {
 struct FakeOwner final : JobOwner {
   int awaits = 0;  // calls of awaitWritable that writable() has not answered yet
   std::size_t unreadBytes = 0;
+  bool hearsOfProgress = false;
   std::vector<RequestFigures> progress;
   std::vector<std::pair<RequestEnd, RequestFigures>> ends;
   std::function<void()> onEnd;
 
   void awaitWritable() override { ++awaits; }
   std::size_t unread() const override { return unreadBytes; }
+  bool hearsProgress() const noexcept override { return hearsOfProgress; }
   void jobProgress(const RequestFigures& figures) noexcept override { progress.push_back(figures); }
   void jobEnded(const RequestEnd& end, const RequestFigures& figures) noexcept override {
     ends.emplace_back(end, figures);
@@ -40,6 +43,17 @@ struct FakeOwner final : JobOwner {
 
 class SchedulerHarness : public testing::Test {
  protected:
+  // The process's handler would wait for sockets that these tests do not have.
+  void SetUp() override {
+    handlerBefore_ =
+        Rendering::PrintBuffer::undeliveredHandlerIs([](std::uint32_t, std::string_view) {});
+  }
+  void TearDown() override {
+    Rendering::PrintBuffer::undeliveredHandlerIs(handlerBefore_);
+    EXPECT_EQ(Qel::liveInstances("RowsMachine"), 0);
+    EXPECT_EQ(Qel::liveInstances("AgentCommandRequest"), 0);
+  }
+
   /** One request: who owns it, what its socket takes, and its number. */
   struct Client {
     std::shared_ptr<Rendering::PortScript> port = std::make_shared<Rendering::PortScript>();
@@ -63,17 +77,29 @@ class SchedulerHarness : public testing::Test {
     client.id = scheduler().begin({Entry::async, Rendering::kText, "ROWS"}, 1000, client.owner);
   }
 
-  /** Starts a dump of `rows` rows. */
-  void start(Client& client, std::uint64_t rows, RowsMachine::Hook beforeRow = {}) {
+  /** Starts whatever `make` makes of a request. */
+  template <class Make>
+  void startWith(Client& client, const Make& make) {
     begin(client);
     const auto output = buffer(client);
     const auto request = Qel::makePtr<const AgentCommand::AgentCommandRequest>(
         "request", "ROWS", 0U, Rendering::kText,
         Qel::makePtr<Rendering::RendererV2>(Rendering::kText, output, false));
-    scheduler().run(client.id,
-                    Qel::makePtr<RowsMachine>(request, std::chrono::milliseconds(50), clock, rows,
-                                              std::move(beforeRow)),
-                    output);
+    scheduler().run(client.id, make(request), output);
+  }
+
+  /** Starts a dump of `rows` rows. */
+  void start(Client& client, std::uint64_t rows, RowsMachine::Hook beforeRow = {}) {
+    startWith(client, [&](const auto& request) {
+      return Qel::makePtr<RowsMachine>(request, std::chrono::milliseconds(50), clock, rows,
+                                       std::move(beforeRow));
+    });
+  }
+
+  template <class Machine, class Argument>
+  void startMachine(Client& client, const Argument& argument) {
+    startWith(client,
+              [&](const auto& request) { return Qel::makePtr<Machine>(request, clock, argument); });
   }
 
   /** Runs slices until none is runnable; returns how many ran. */
@@ -100,6 +126,7 @@ class SchedulerHarness : public testing::Test {
   SchedulerPolicy policy;
 
  private:
+  Rendering::PrintBuffer::UndeliveredHandler handlerBefore_;
   std::optional<SliceScheduler> scheduler_;
 };
 

@@ -10,6 +10,7 @@
 
 #include <cstring>
 #include <filesystem>
+#include <map>
 #include <memory>
 #include <string>
 
@@ -44,6 +45,9 @@ class ServerLimitTest : public ServerHarness {
     return received(client.get());
   }
 
+  /** Clients that stay connected to the end of the test. */
+  std::vector<FileDescriptor> waiting;
+
   /** A dump of user `user` that waits for its reader. */
   FileDescriptor waitingDump(uid_t user = kUser) {
     FileDescriptor client = connect(user);
@@ -54,23 +58,25 @@ class ServerLimitTest : public ServerHarness {
 };
 
 TEST_F(ServerLimitTest, ConnectionsOverTheLimitAreToldSo) {
-  policy.maxConnections = 3;
+  policy.connections.together = 3;
   std::vector<FileDescriptor> clients;
   clients.reserve(3);
   for (int i = 0; i < 3; ++i) clients.push_back(connect());
   const FileDescriptor fourth = connect();
   ASSERT_TRUE(sendWith(fourth.get(), "plain text PRINT hello\n"));
   settle();
-  EXPECT_EQ(received(fourth.get()), "refused: the agent has 3 connections, which is the limit\n");
+  EXPECT_EQ(received(fourth.get()),
+            "refused: the agent has 3 connections, which is the limit; try again when others have "
+            "left\n");
   EXPECT_TRUE(atEnd(fourth.get()));
+  // It takes nobody's place, though it is heard out.
   clients.pop_back();
   settle();
-  pass(seconds(2));  // as long as the fourth is heard out
   EXPECT_EQ(ask("plain text PRINT hello\n"), "hello");
 }
 
 TEST_F(ServerLimitTest, ManyMoreConnectionsThanTheLimitCostNothing) {
-  policy.maxConnections = 1;
+  policy.connections.together = 1;
   std::vector<FileDescriptor> clients;
   clients.push_back(connect());
   const std::size_t before = numOpenDescriptors();
@@ -81,17 +87,107 @@ TEST_F(ServerLimitTest, ManyMoreConnectionsThanTheLimitCostNothing) {
   EXPECT_LE(numOpenDescriptors(), before + 200 + 40);
 }
 
+TEST_F(ServerLimitTest, WhoeverIsTurnedAwayReadsWhyAndTheEndOfFile) {
+  policy.connections.together = 1;
+  const FileDescriptor only = connect();
+  for (int i = 0; i < 100; ++i) {
+    // Its line lies in the socket already, as when the agent comes late to it.
+    SocketPair pair = makeSocketPair();
+    ASSERT_TRUE(sendWith(pair.client.get(), "plain text PRINT hello\n"));
+    server().connectionIs(std::move(pair.server), {kUser, kUser, {}});
+    EXPECT_THAT(received(pair.client.get()), StartsWith("refused: the agent has 1 connections"));
+    EXPECT_TRUE(atEnd(pair.client.get()));
+    waiting.push_back(std::move(pair.client));
+  }
+}
+
+TEST_F(ServerLimitTest, OneUsersConnectionsAreBoundedAndOthersDoNotNotice) {
+  policy.connections.perUser = 3;
+  std::vector<FileDescriptor> clients;
+  for (int i = 0; i < 3; ++i) clients.push_back(connect(1000));
+  EXPECT_EQ(askAs(1000, "plain text PRINT hello\n"),
+            "refused: user 1000 has 3 connections, which is the limit; close one of them and try "
+            "again\n");
+  EXPECT_EQ(askAs(1001, "plain text PRINT hello\n"), "hello");
+  clients.pop_back();
+  settle();
+  EXPECT_EQ(askAs(1000, "plain text PRINT hello\n"), "hello");
+  EXPECT_EQ(askAs(1000, "plain text PRINT hello\n"), "hello") << "a place is given back";
+}
+
+TEST_F(ServerLimitTest, WhomTheKernelDoesNotKnowIsCountedAsOneUser) {
+  policy.connections.perUser = 3;
+  policy.access = {.agentUser = kNoUser, .adminGroup = std::nullopt};
+  for (int i = 0; i < 3; ++i) waiting.push_back(connectAs(Peer{}));
+  EXPECT_THAT(askAs(kNoUser, "plain text PRINT hello\n"), HasSubstr("which is the limit"));
+}
+
+TEST_F(ServerLimitTest, WhoeverLooksAfterTheAgentGetsInWhateverOthersDo) {
+  policy.connections = {.together = 40, .perUser = 25, .reserved = 8};
+  policy.access = {.agentUser = 900, .adminGroup = Group{"admins", 77}};
+  std::map<uid_t, int> served;
+  const auto connectMany = [&](const Peer& peer, int number) {
+    for (int i = 0; i < number; ++i) {
+      FileDescriptor client = connectAs(peer);
+      if (received(client.get()).empty()) ++served[peer.user];
+      waiting.push_back(std::move(client));
+    }
+  };
+  connectMany({1000, 1000, {}}, 100);
+  connectMany({1001, 77, {77}}, 100);
+  connectMany({1002, 1002, {}}, 100);
+  EXPECT_EQ(served, (std::map<uid_t, int>{{1000, 25}, {1001, 15}}));
+  EXPECT_EQ(askAs(0, "plain text PRINT hello\n"), "hello");
+  EXPECT_EQ(askAs(900, "plain text PRINT hello\n"), "hello");
+  connectMany({900, 900, {}}, 4);
+  connectMany({0, 0, {}}, 100);
+  EXPECT_EQ(served[900], 4);
+  EXPECT_EQ(served[0], 4);
+  EXPECT_EQ(received(connect(0).get()),
+            "refused: the agent has 48 connections, which is the limit; try again when others have "
+            "left\n");
+}
+
+TEST_F(ServerLimitTest, RootHasNoLimitOfItsOwn) {
+  policy.connections = {.together = 40, .perUser = 5, .reserved = 8};
+  for (int i = 0; i < 47; ++i) waiting.push_back(connect(0));
+  EXPECT_EQ(askAs(0, "plain text PRINT hello\n"), "hello");
+}
+
 TEST_F(ServerLimitTest, RequestsOverAUsersLimitAreRefusedAndOthersAreNot) {
   policy.connection.requestsPerUser = 2;
   const FileDescriptor first = waitingDump();
   const FileDescriptor second = waitingDump();
   EXPECT_EQ(askAs(kUser, "plain text PRINT hello\n"),
-            "refused: user 1000 has 2 requests under way, which is the limit\n");
+            "refused: user 1000 has 2 requests under way, which is the limit; wait for one to end, "
+            "or end one (\"agent text requests\" lists them, \"agent text cancel N\" ends one)\n");
   EXPECT_EQ(askAs(kUser + 1, "plain text PRINT hello\n"), "hello");
   const Request third = request("async text ROWS 1\n");
   settle();
   EXPECT_THAT(received(third.control.get()),
               HasSubstr("\"status\":\"refused\",\"message\":\"user 1000 has 2 requests under way"));
+}
+
+TEST_F(ServerLimitTest, WhoeverIsAtTheLimitOfRequestsCanAskTheAgentAndCancel) {
+  policy.connection.requestsPerUser = 2;
+  const FileDescriptor first = waitingDump();
+  const FileDescriptor second = waitingDump();
+  EXPECT_THAT(askAs(kUser, "agent json status\n"), HasSubstr("\"activeRequests\":3,"));
+  EXPECT_EQ(askAs(kUser, "agent json chips\n"), "{\"chips\":[]}\n");
+  EXPECT_THAT(askAs(kUser, "agent json requests\n"), HasSubstr("{\"id\":1,"));
+  EXPECT_EQ(askAs(kUser, "agent text cancel 1\n"), "request 1 is cancelled\n");
+  EXPECT_EQ(askAs(kUser, "plain text PRINT hello\n"), "hello");
+}
+
+TEST_F(ServerLimitTest, QuestionsThatAreNotReadDoNotKeepRequestsOut) {
+  policy.connection.requestsPerUser = 1;
+  const std::string long_(std::size_t{4} << 20, 'x');
+  facts.stateDocumentSchema = [&] { return std::string_view(long_); };
+  const FileDescriptor question = connect();
+  ASSERT_TRUE(sendWith(question.get(), "agent text schema\n"));
+  settle();
+  ASSERT_EQ(server().scheduler().jobs().size(), 1U);
+  EXPECT_EQ(ask("plain text PRINT hello\n"), "hello");
 }
 
 TEST_F(ServerLimitTest, TheAgentKnowsItsQuestions) {
@@ -200,6 +296,61 @@ TEST_F(ServerListenTest, ManyClientsAtOnceAreAllTakenIn) {
   for (const FileDescriptor& client : clients) EXPECT_EQ(received(client.get()), "hello");
 }
 
+TEST_F(ServerListenTest, ATurnTakesInABoundedNumberOfClients) {
+  server().listen(path);
+  constexpr std::size_t kClients = 100;
+  for (std::size_t i = 0; i < kClients; ++i) waiting.push_back(connectAt(path));
+  std::size_t before = 0;
+  while (loop->turn()) {
+    const std::size_t now = server().numConnections();
+    EXPECT_LE(now - before, static_cast<std::size_t>(Listener::kDearPerTurn));
+    before = now;
+  }
+  EXPECT_EQ(before, kClients);
+}
+
+TEST_F(ServerListenTest, ManyClientsThatHaveLeftAreDrainedInFewTurnsEachOfThemBounded) {
+  server().listen(path);
+  constexpr int kTurns = 4;
+  for (int i = 0; i < kTurns * Listener::kAcceptsPerTurn; ++i) connectAt(path).reset();
+  const FileDescriptor last = connectAt(path);
+  ASSERT_TRUE(sendWith(last.get(), "plain text PRINT hello\n"));
+  for (int i = 0; i < kTurns; ++i) {
+    loop->turn();
+    EXPECT_EQ(server().numConnections(), 0U) << "in turn " << i;
+  }
+  for (int i = 0; i < 3; ++i) loop->turn();
+  EXPECT_EQ(received(last.get()), "hello");
+}
+
+TEST_F(ServerListenTest, ClientsWithoutAPlaceAreToldInFewTurnsAndOthersGetIn) {
+  policy.connections = {.together = 100, .perUser = 10, .reserved = 0};
+  uid_t user = 1000;
+  policy.peerOf = [&user](int) { return Peer{user, user, {}}; };
+  server().listen(path);
+  constexpr int kClients = 1000;
+  for (int i = 0; i < kClients; ++i) {
+    waiting.push_back(connectAt(path));
+    ASSERT_TRUE(sendWith(waiting.back().get(), "plain text PRI"));
+  }
+  // Ten are kept, 32 are heard out, and the others cost little.
+  constexpr int kTurns = (10 + 32) / Listener::kDearPerTurn + kClients / Listener::kAcceptsPerTurn;
+  for (int i = 0; i < kTurns + 3; ++i) loop->turn();
+  int told = 0;
+  for (const FileDescriptor& client : waiting) {
+    const std::string answer = received(client.get());
+    if (!answer.starts_with("refused: user 1000 has 10 connections, which is the limit")) continue;
+    ++told;
+    EXPECT_TRUE(atEnd(client.get()));
+  }
+  EXPECT_EQ(told, kClients - 10);
+  user = 1001;
+  const FileDescriptor other = connectAt(path);
+  ASSERT_TRUE(sendWith(other.get(), "plain text PRINT hello\n"));
+  settle();
+  EXPECT_EQ(received(other.get()), "hello");
+}
+
 TEST_F(ServerListenTest, WithoutDescriptorsClientsAreTurnedAwayAndTheLoopRests) {
 #if defined(__SANITIZE_ADDRESS__)
   // The sanitizers tell good memory from bad through a pipe, and call it bad when they get none.
@@ -215,7 +366,8 @@ TEST_F(ServerListenTest, WithoutDescriptorsClientsAreTurnedAwayAndTheLoopRests) 
     settle();
   }
   for (const FileDescriptor& client : clients) {
-    EXPECT_EQ(received(client.get()), "refused: the agent has no file descriptor left\n");
+    EXPECT_EQ(received(client.get()),
+              "refused: the agent has no file descriptor left; try again when others have left\n");
     EXPECT_TRUE(atEnd(client.get()));
   }
   const FileDescriptor later = connectAt(path);

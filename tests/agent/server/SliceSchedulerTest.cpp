@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "agent/server/SliceScheduler.h"
+#include "tests/agent/server/IdleMachines.h"
 #include "tests/agent/server/SchedulerHarness.h"
 
 namespace KorvoAgent {
@@ -17,24 +18,7 @@ using std::chrono::seconds;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-class SliceSchedulerTest : public SchedulerHarness {
- protected:
-  // The process's handler would wait for sockets that these tests do not have.
-  void SetUp() override {
-    before_ = Rendering::PrintBuffer::undeliveredHandlerIs(
-        [this](std::uint32_t, std::string_view text) { undelivered += text.size(); });
-  }
-  void TearDown() override {
-    Rendering::PrintBuffer::undeliveredHandlerIs(before_);
-    EXPECT_EQ(Qel::liveInstances("RowsMachine"), 0);
-    EXPECT_EQ(Qel::liveInstances("AgentCommandRequest"), 0);
-  }
-
-  std::size_t undelivered = 0;
-
- private:
-  Rendering::PrintBuffer::UndeliveredHandler before_;
-};
+class SliceSchedulerTest : public SchedulerHarness {};
 
 TEST_F(SliceSchedulerTest, ARequestThatFitsOneSliceEndsOk) {
   Client client;
@@ -360,27 +344,6 @@ TEST_F(SliceSchedulerTest, ACallbackThatLeavesNothingEndsAtOnce) {
   EXPECT_EQ(client.owner.figures().bytes, 7U);
 }
 
-TEST_F(SliceSchedulerTest, ProgressIsToldNoMoreOftenThanItsInterval) {
-  policy.slice.rowBudget = 1;
-  policy.progressInterval = milliseconds(100);
-  Client client;
-  start(client, 100, [&](std::uint64_t) { clock->advance(milliseconds(30)); });
-  runAll();
-  // The fourth slice is the first that ends 100 ms after the last word.
-  ASSERT_EQ(client.owner.progress.size(), 24U);
-  EXPECT_EQ(client.owner.progress[0].rows, 4U);
-  EXPECT_EQ(client.owner.progress[0].bytes, 4 * rowText(0).size());
-  EXPECT_EQ(client.owner.progress[0].slices, 4U);
-  EXPECT_EQ(client.owner.progress[1].rows, 8U);
-}
-
-TEST_F(SliceSchedulerTest, AShortRequestTellsNoProgress) {
-  Client client;
-  start(client, 10);
-  runAll();
-  EXPECT_TRUE(client.owner.progress.empty());
-}
-
 TEST_F(SliceSchedulerTest, SlicesAndTheWholeRequestAreMeasuredOnTheClock) {
   policy.slice.rowBudget = 1;
   Client client;
@@ -415,57 +378,9 @@ TEST_F(SliceSchedulerTest, AStoppedReaderCostsBoundedMemory) {
   scheduler().end(client.id, {RequestStatus::cancelled, ""});
 }
 
-/** A machine that has nothing to print until the test says so. */
-class WaitingMachine final : public AgentCommand::AgentAsyncCommandRequestSm {
- public:
-  WaitingMachine(const Qel::Ptr<const AgentCommand::AgentCommandRequest>& request,
-                 Qel::Ptr<const Qel::Clock> clock, const bool& mayGoOn)
-      : AgentAsyncCommandRequestSm(request->requestString(), request, milliseconds(50),
-                                   std::move(clock)),
-        mayGoOn_(mayGoOn) {}
-  void handleAsyncCommand(std::uint32_t, std::uint32_t) override {
-    if (!mayGoOn_) return;
-    renderer().buffer().append("done\n");
-    executionCompleteFlagIs(true);
-  }
-
- private:
-  const bool& mayGoOn_;
-};
-
-/** A machine that works for some slices before it prints. */
-class PreparingMachine final : public AgentCommand::AgentAsyncCommandRequestSm {
- public:
-  PreparingMachine(const Qel::Ptr<const AgentCommand::AgentCommandRequest>& request,
-                   Qel::Ptr<const Qel::Clock> clock, const int& slices)
-      : AgentAsyncCommandRequestSm(request->requestString(), request, milliseconds(50),
-                                   std::move(clock)),
-        left_(slices) {}
-  void handleAsyncCommand(std::uint32_t, std::uint32_t) override {
-    if (left_-- > 0) {
-      while (!shouldYieldSilent()) continue;
-      return;
-    }
-    renderer().buffer().append("done\n");
-    executionCompleteFlagIs(true);
-  }
-
- private:
-  int left_;
-};
-
 class WaitingRequestTest : public SliceSchedulerTest {
  protected:
   void startWaiting(Client& client) { startMachine<WaitingMachine>(client, mayGoOn); }
-  template <class Machine, class Argument>
-  void startMachine(Client& client, const Argument& argument) {
-    begin(client);
-    const auto output = buffer(client);
-    const auto request = Qel::makePtr<const AgentCommand::AgentCommandRequest>(
-        "request", "WAIT", 0U, Rendering::kText,
-        Qel::makePtr<Rendering::RendererV2>(Rendering::kText, output, false));
-    scheduler().run(client.id, Qel::makePtr<Machine>(request, clock, argument), output);
-  }
   Job::State stateOf(const Client& client) { return scheduler().jobs().at(client.id).state(); }
 
   bool mayGoOn = false;
@@ -536,17 +451,18 @@ TEST_F(WaitingRequestTest, ARequestThatWaitsCanBeEnded) {
   EXPECT_EQ(runAll(), 0);
 }
 
-TEST_F(SliceSchedulerTest, RequestsAreCountedPerUser) {
+TEST_F(SliceSchedulerTest, RequestsAreCountedPerUserAndQuestionsAreNot) {
   FakeOwner owner;
   scheduler().begin({Entry::async, Rendering::kText, "A"}, 1, owner);
-  scheduler().begin({Entry::async, Rendering::kText, "B"}, 2, owner);
-  const JobId third = scheduler().begin({Entry::async, Rendering::kText, "C"}, 2, owner);
-  EXPECT_EQ(scheduler().numJobsOf(1), 1U);
-  EXPECT_EQ(scheduler().numJobsOf(2), 2U);
-  EXPECT_EQ(scheduler().numJobsOf(3), 0U);
+  scheduler().begin({Entry::plain, Rendering::kText, "B"}, 2, owner);
+  const JobId third = scheduler().begin({Entry::sync, Rendering::kText, "C"}, 2, owner);
+  scheduler().begin({Entry::agent, Rendering::kText, "status"}, 2, owner);
+  EXPECT_EQ(scheduler().numRequestsOf(1), 1U);
+  EXPECT_EQ(scheduler().numRequestsOf(2), 2U);
+  EXPECT_EQ(scheduler().numRequestsOf(3), 0U);
   scheduler().end(third, {});
-  EXPECT_EQ(scheduler().numJobsOf(2), 1U);
-  EXPECT_EQ(scheduler().numBegun(), 3U);
+  EXPECT_EQ(scheduler().numRequestsOf(2), 1U);
+  EXPECT_EQ(scheduler().numBegun(), 4U);
   scheduler().endAll({});
 }
 
