@@ -120,6 +120,7 @@ Simulation::Simulation(std::uint64_t seed, Tally& tally)
   changeOneIn_ = oneOf<std::uint64_t>(random_, {0, 1, 2, 10});
   allocationOneIn_ = random_.onceIn(3) ? oneOf<std::uint64_t>(random_, {3, 20}) : 0;
   clockJumps_ = random_.onceIn(4);
+  stops_ = random_.onceIn(4);
   sendBufferSizeIs(oneOf<int>(random_, {1, 1, 16'000, 200'000}));
 }
 
@@ -160,6 +161,7 @@ void Simulation::turn(bool hurried) {
   runPieces();
   serveSockets(hurried);
   passTime(hurried);
+  if (stops_ && random_.onceIn(100)) stopForAWhile();
   expire();
   collectEnded();
 }
@@ -308,6 +310,14 @@ void Simulation::passTime(bool hurried) {
   }
 }
 
+// Longer than any deadline is away. Readers go on with what lies in their sockets; the first thing
+// that the agent looks at afterwards is the time.
+void Simulation::stopForAWhile() {
+  ++tally_.stops;
+  for (const auto& client : clients_) client->reader.act(true);
+  clock_->advance(policy_.clientTimeout + Qel::Duration(1s) * random_.below(10));
+}
+
 void Simulation::expire() {
   const Qel::Duration now = clock_->now();
   KorvoAgent::LoopClient* const workers[] = {&scheduler_, &world_.hardware().reader(),
@@ -326,6 +336,11 @@ void Simulation::expire() {
       for (const auto& client : clients_) client->faulted = true;
     }
   }
+  for (const auto& client : clients_) {
+    if (client->ended()) continue;
+    const KorvoAgent::RequestFigures figures = scheduler_.jobs().at(client->job).figures(now);
+    require(figures.elapsed - client->heardAt < 5s, client->text() + ": nothing is said of it");
+  }
 }
 
 // Requests that have ended are judged when their reader has read what there was.
@@ -334,6 +349,7 @@ void Simulation::collectEnded() {
     if (!client->ended()) return false;
     client->reader.finish();
     tally_.endedWith(client->end().status);
+    tally_.progressEvents += client->timesHeard;
     try {
       judge(*client, world_, allowance_);
       if (client->command.isAsync() && client->command.wellFormed && rowsAreWhole(*client)) {
@@ -375,6 +391,7 @@ void Simulation::drain() {
 void Simulation::compareFormats() {
   changeOneIn_ = 0;
   allocationOneIn_ = 0;
+  stops_ = false;
   world_.faults().ratesAre(0, 0);
   world_.settle(++now_);
   while (world_.hardware().programmer().numDue() != 0) turn(true);

@@ -4,7 +4,8 @@
 // the switch model, its chips with their programmer and reader, and the churn. Simulated are time
 // (a clock that is moved, and moves with each reading), the peers (at the far ends of socket pairs)
 // and the event loop: a turn changes tables, runs one piece of each of the agent's workers, lets
-// readers read, and looks at sockets and deadlines.
+// readers read, and looks at sockets and deadlines. Now and then the whole agent is stopped for a
+// while, as by a signal.
 //
 // What is checked is written in Verdict.h.
 #pragma once
@@ -33,6 +34,8 @@ struct Tally {
   std::uint64_t exceptions = 0;
   std::uint64_t allocationFailures = 0;
   std::uint64_t clockJumps = 0;
+  std::uint64_t stops = 0;
+  std::uint64_t progressEvents = 0;
   std::uint64_t tableChanges = 0;
   std::uint64_t endedOk = 0;
   std::uint64_t endedNotReady = 0;
@@ -64,6 +67,7 @@ class Simulation {
   void runScheduler();
   void serveSockets(bool hurried);
   void passTime(bool hurried);
+  void stopForAWhile();
   void expire();
   void drain();
   void compareFormats();
@@ -85,6 +89,7 @@ class Simulation {
   std::uint64_t changeOneIn_ = 0;      // turns in which tables change; 0 is none
   std::uint64_t allocationOneIn_ = 0;  // pieces in which an allocation fails; 0 is none
   bool clockJumps_ = false;
+  bool stops_ = false;
 };
 
 /**

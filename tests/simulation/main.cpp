@@ -66,6 +66,8 @@ void print(const Tally& tally) {
   print("exceptions of agent objects", tally.exceptions);
   print("allocations that failed", tally.allocationFailures);
   print("clock jumps", tally.clockJumps);
+  print("times that the agent was stopped", tally.stops);
+  print("progress events", tally.progressEvents);
 }
 
 int run(int argc, char** argv) {
