@@ -216,10 +216,11 @@ class ManyRequests(TestCase):
         return number - refused
 
     def test_connections_over_the_limit_are_told_so_and_the_others_are_served(self):
+        # Whoever runs the tests is the agent's own user, who has 64 places more than all others.
         with Agent(*kTable, "--max-connections", 50) as agent:
             served = self.assertServedOrRefused(
-                agent, Switch(agent), 200, "refused: the agent has 50 connections, which is the limit")
-            self.assertGreaterEqual(served, 50)
+                agent, Switch(agent), 200, "refused: the agent has 114 connections, which is the limit")
+            self.assertGreaterEqual(served, 114)
 
     def test_requests_over_a_users_limit_are_told_so_and_the_others_are_served(self):
         with Agent(*kTable, "--max-requests-per-user", 30) as agent:

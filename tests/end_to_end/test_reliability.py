@@ -4,7 +4,7 @@ from korvo import *
 from named_tests import existingTests
 
 # Modules of which every test stands in the page.
-kModules = ("test_load", "test_restart", "test_memory")
+kModules = ("test_load", "test_restart", "test_memory", "test_pauses")
 
 
 class Page(TestCase):

@@ -2,8 +2,11 @@
 programs, what they hold open, how they are built. Some of it takes root, for a client of another
 user has to be one."""
 
+import collections
+import contextlib
 import re
 import resource
+import select
 import shutil
 import stat
 import uuid
@@ -100,6 +103,62 @@ class Access(TestCase):
                                               "agent", "cancel", number)
                 self.assertEqual((status, out), (0, f"request {number} is cancelled\n"), err)
                 self.assertEqual(events(control)[-1]["status"], "cancelled")
+
+    @contextlib.contextmanager
+    def hoard(self, agent, user, silent):
+        """Somebody with more than a thousand silent connections: what those were told that were told
+        anything, when no more than `silent` are left that were not. They all stay open."""
+        soft, hard = resource.getrlimit(resource.RLIMIT_NOFILE)
+        resource.setrlimit(resource.RLIMIT_NOFILE, (hard, hard))
+        poller = select.poll()
+        with contextlib.ExitStack() as stack:
+            stack.callback(resource.setrlimit, resource.RLIMIT_NOFILE, (soft, hard))
+            kept = {}
+            # A connection is of the user who makes it.
+            os.setegid(kSocketGroup)
+            os.seteuid(user)
+            try:
+                for _ in range(1024):
+                    connection = stack.enter_context(socket.socket(socket.AF_UNIX))
+                    connection.connect(agent.socket)  # waits where the agent's queue is full
+                    kept[connection.fileno()] = connection
+                    poller.register(connection, select.POLLIN)
+            finally:
+                os.seteuid(0)
+                os.setegid(0)
+            told = collections.Counter()
+            while told.total() < len(kept) - silent and (ready := poller.poll(kPatience * 1000)):
+                for descriptor, _ in ready:
+                    told[kept[descriptor].recv(1000).decode()] += 1
+                    poller.unregister(descriptor)
+            yield told
+
+    def test_one_users_thousand_silent_connections_keep_nobody_out(self):
+        options = ["--socket-group", kSocketGroup, "--line-timeout", 1000]
+        process = {"user": kAgentUser, "group": kSocketGroup, "extra_groups": []}
+        limit = f"user {kOperator} has 576 connections, which is the limit; close one of them and try again"
+        with self.agent(*options, **process) as agent, self.hoard(agent, kOperator, 576) as told:
+            self.assertEqual(told, {f"refused: {limit}\n": 1024 - 576})
+            status, out, err = self.runAs(agent, kOperator, [kSocketGroup], "agent", "chips")
+            self.assertEqual((status, out), (3, ""))
+            self.assertIn(limit, err)
+            for user in (0, kAgentUser, kStranger):
+                self.assertEqual(self.runAs(agent, user, [kSocketGroup], "agent", "chips")[0], 0)
+            # Those that were told are forgotten within two seconds, though they stay open.
+            waitUntil(lambda: agent.askJson("agent json status\n")["connections"] == 577)
+
+    def test_whatever_all_others_hold_root_and_the_agents_own_user_get_in(self):
+        options = ["--socket-group", kSocketGroup, "--max-connections", 10, "--line-timeout", 1000]
+        process = {"user": kAgentUser, "group": kSocketGroup, "extra_groups": []}
+        limit = "the agent has 10 connections, which is the limit; try again when others have left"
+        with self.agent(*options, **process) as agent, self.hoard(agent, kOperator, 10) as told:
+            self.assertEqual(told, {f"refused: {limit}\n": 1024 - 10})
+            status, out, err = self.runAs(agent, kStranger, [kSocketGroup], "agent", "chips")
+            self.assertEqual((status, out), (3, ""))
+            self.assertIn(limit, err)
+            for user in (0, kAgentUser):
+                for words in (["agent", "chips"], kCompare):
+                    self.assertEqual(self.runAs(agent, user, [], *words)[0], 0)
 
     def test_an_agent_that_may_not_give_its_socket_away_ends(self):
         folder = pathlib.Path(tempfile.mkdtemp(prefix="korvo-test-"))
