@@ -131,11 +131,17 @@ class RequestHarness : public ::testing::Test {
   }
 
   /** A request in `format` on a new simulated socket. */
-  Qel::Ptr<const AgentCommand::AgentCommandRequest> request(std::uint32_t format) {
+  Qel::Ptr<const AgentCommand::AgentCommandRequest> request(std::uint32_t format,
+                                                            std::size_t gathered = 1024) {
     reader = std::make_shared<SimulatedPort::Reader>();
-    auto buffer =
-        Qel::makePtr<Rendering::PrintBuffer>(std::make_unique<SimulatedPort>(reader), 7U,
-                                             std::size_t{1024}, Rendering::PrintBuffer::kStream);
+    return requestOn(std::make_unique<SimulatedPort>(reader), format, gathered);
+  }
+  /** A request in `format` on `port`, to which output goes when `gathered` bytes of it are there.
+   */
+  static Qel::Ptr<const AgentCommand::AgentCommandRequest> requestOn(
+      std::unique_ptr<Rendering::OutputPort> port, std::uint32_t format, std::size_t gathered) {
+    auto buffer = Qel::makePtr<Rendering::PrintBuffer>(std::move(port), 7U, gathered,
+                                                       Rendering::PrintBuffer::kStream);
     auto renderer = Qel::makePtr<Rendering::RendererV2>(format, std::move(buffer), false);
     return Qel::makePtr<AgentCommand::AgentCommandRequest>("request-1", "MACT_ALL", 7U, format,
                                                            std::move(renderer));
