@@ -9,10 +9,9 @@
 // are right-aligned to end at columns 8, 24, 36, 46, 70, 82, 94, 100 and 108, counted in bytes.
 // Nothing is ever cut: a cell that would leave no blank before it keeps its whole text after one
 // blank, and the cells after it give up padding until the columns are aligned again. Of an
-// interface's name the whole is printed if it fits, else its short form if that fits, else the
-// whole. "-" stands for VLAN number 0 (outside any VLAN), for no interface and for no multicast
-// group. Control bytes in names are printed as \xNN, so that a row is one line whatever an
-// interface is called.
+// interface the short form of its name is printed, whatever room there is. "-" stands for VLAN
+// number 0 (outside any VLAN), for no interface and for no multicast group. Control bytes in names
+// are printed as \xNN, so that a row is one line whatever an interface is called.
 //
 // JSON. Always all of these members, in this order, each always of one type: "vlan" (number, 0
 // outside any VLAN), "mac" (string), "interface" (string, "" for none), "mcastId" (number, 0 for

@@ -1,9 +1,10 @@
 // How the ingress VLAN ranges of one interface are shown.
 //
-// Text: what a person needs to know of the interface in one line, folded at a blank where it would
-// get wider than 100 columns; lines that go on are indented by four, so that searching for a name
-// finds its first line. Port-channel membership is told because the logical port may be that of the
-// port-channel. Of an interface that wants more ranges than fit, only a part is programmed.
+// Text: what a person needs to know of the interface in one line, folded before a fact or a range
+// with which it would get wider than 100 columns; lines that go on are indented by four, so that
+// searching for a name finds its first line. Port-channel membership is told because the logical
+// port may be that of the port-channel. Of an interface that wants more ranges than fit, only a
+// part is programmed.
 //
 //   Ethernet3/1: logical port 12, 3 VLAN ranges: 10-20, 30, 100-199
 //   Ethernet4/1: logical port 97, member of Port-Channel7, 1 VLAN range: 10-20
