@@ -4,9 +4,13 @@
 
 #include "KorvoL2/Export.h"
 #include "KorvoL2/KorvoL2CliCallbacks.h"
+#include "KorvoL2/Trace.h"
 
 namespace KorvoL2 {
 namespace {
+
+// There as soon as the library is loaded, so that a host can set its level before the first line.
+[[maybe_unused]] const Qel::TraceHandle& registered = trace();
 
 Qel::Ptr<AgentCommand::CliCallbackBase> cliCallback(const std::string& name) {
   return cliCallbackFactory(name);

@@ -9,10 +9,12 @@
 #include <iostream>
 #include <memory>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "agent/AgentOptions.h"
+#include "agent/ProcessStart.h"
 #include "agent/chips/SwitchHardware.h"
 #include "agent/documents/BridgeJson.h"
 #include "agent/documents/DocumentError.h"
@@ -22,6 +24,7 @@
 #include "agent/model/MacGenerator.h"
 #include "agent/model/SwitchModel.h"
 #include "agent/plugin/PluginLoader.h"
+#include "agent/server/AgentTrace.h"
 #include "agent/server/ChurnDriver.h"
 #include "agent/server/CommandServer.h"
 #include "platform/base/Exceptions.h"
@@ -49,10 +52,20 @@ void fillModel(const AgentOptions& options, SwitchModel& model) {
   if (options.macs != 0) generateMacs(model, options.macs, options.seed);
 }
 
-CommandCallbacks makeCallbacks(const AgentOptions& options) {
-  const std::string file = options.plugin.empty() ? findDefaultPlugin() : options.plugin;
-  const AgentCommand::PluginEntry& plugin = loadPlugin(file);
-  return {plugin.cliCallback("agent"), plugin.cliCallbackWithFormat("agent")};
+/** An option that can be judged only once the plug-in has been loaded is wrong. */
+class OptionError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+/** Throws OptionError. The trace handles that there are include those of the loaded plug-in. */
+void setTracing(const AgentOptions& options) {
+  static_cast<void>(agentTrace());
+  try {
+    for (const std::string& setting : options.trace) Qel::traceSettingIs(setting);
+  } catch (const Qel::ParseException& e) {
+    throw OptionError(std::string("--trace: ") + e.what());
+  }
 }
 
 HardwarePolicy hardwarePolicyOf(const AgentOptions& options) {
@@ -116,14 +129,23 @@ ServerPolicy policyOf(const AgentOptions& options) {
   return policy;
 }
 
-void serve(const AgentOptions& options) {
+/** From here on the loop is what ends on a signal, and there is a socket to clean up. */
+void listen(const AgentOptions& options, EventLoop& loop, CommandServer& server) {
+  const SignalsHeldBack signals;
+  loop.onSignals({SIGTERM, SIGINT}, [&loop] { loop.stop(); });
+  server.listen(options.socket);
+  if (signals.anyCame()) return;
+  std::printf("ready %s\n", options.socket.c_str());
+  std::fflush(stdout);
+}
+
+void serve(const AgentOptions& options, const AgentCommand::PluginEntry& plugin) {
   const auto clock = Qel::makePtr<const Qel::SteadyClock>();
   const auto model = Qel::makePtr<SwitchModel>(clock);
   EventLoop loop(clock);
-  // Before anything that takes long: a signal that comes early ends the agent cleanly too.
-  loop.onSignals({SIGTERM, SIGINT}, [&loop] { loop.stop(); });
   std::optional<SwitchHardware> hardware;
-  const CommandCallbacks callbacks = makeCallbacks(options);
+  const CommandCallbacks callbacks{plugin.cliCallback("agent"),
+                                   plugin.cliCallbackWithFormat("agent")};
   CommandServer server(loop, clock, policyOf(options), callbacks, factsOf(*model, hardware));
   fillModel(options, *model);
   // Only now: a state document may describe an agent whose layer-2 object is not there yet.
@@ -143,9 +165,7 @@ void serve(const AgentOptions& options) {
     });
     loop.add(*churnDriver);
   }
-  server.listen(options.socket);
-  std::printf("ready %s\n", options.socket.c_str());
-  std::fflush(stdout);
+  listen(options, loop, server);
   loop.run();
   server.shutDown("the agent ends");
 }
@@ -153,6 +173,8 @@ void serve(const AgentOptions& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  occupyStandardDescriptors();
+  endAtOnceOnSignals();
   AgentOptions options;
   if (const auto status = readAgentOptions(argc, argv, options, std::cout, std::cerr)) {
     return *status;
@@ -164,17 +186,17 @@ int main(int argc, char** argv) {
   ::umask(kUmask);
   raiseDescriptorLimit();
   try {
-    for (const std::string& setting : options.trace) Qel::traceSettingIs(setting);
-  } catch (const Qel::ParseException& e) {
-    std::fprintf(stderr, "korvo-l2-agent: --trace: %s\n", e.what());
-    return kExitUsage;
-  }
-  try {
     if (!options.traceFile.empty()) {
       Qel::traceSinkIs(std::make_shared<Qel::FileTraceSink>(options.traceFile));
     }
-    serve(options);
+    const std::string pluginFile = options.plugin.empty() ? findDefaultPlugin() : options.plugin;
+    const AgentCommand::PluginEntry& plugin = loadPlugin(pluginFile);
+    setTracing(options);
+    serve(options, plugin);
     return kExitOk;
+  } catch (const OptionError& e) {
+    std::fprintf(stderr, "korvo-l2-agent: %s\n", e.what());
+    return kExitUsage;
   } catch (const DocumentError& e) {
     std::fprintf(stderr, "korvo-l2-agent: %s\n", e.what());
     return kExitUsage;

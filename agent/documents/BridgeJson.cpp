@@ -152,8 +152,10 @@ class BridgeReader {
 }  // namespace
 
 void loadBridgeJson(const std::string& path, SwitchModel& model) {
-  const JsonDocument document(path);
-  BridgeReader(JsonNode(document), model).load();
+  readDocument(path, [&model](const JsonDocument& document) {
+    const JsonNode list(document);
+    BridgeReader(list, model).load();
+  });
 }
 
 }  // namespace KorvoAgent

@@ -8,7 +8,11 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
+#include <memory>
+#include <new>
+#include <optional>
 #include <utility>
 
 #include "agent/documents/DocumentError.h"
@@ -34,10 +38,10 @@ class InputFile {
   InputFile(const InputFile&) = delete;
   InputFile& operator=(const InputFile&) = delete;
 
-  /** The size of a regular file in bytes; 0 for a pipe, whose size nobody knows. */
-  std::size_t size() const {
+  /** The size of a regular file in bytes; nothing for a pipe or a device, which may be endless. */
+  std::optional<std::size_t> size() const {
     struct stat status {};
-    if (::fstat(fd_, &status) != 0 || !S_ISREG(status.st_mode)) return 0;
+    if (::fstat(fd_, &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
     return static_cast<std::size_t>(status.st_size);
   }
   /** Up to `room` bytes; 0 at the end. */
@@ -60,11 +64,25 @@ class InputFile {
   int fd_ = -1;
 };
 
+struct Free {
+  void operator()(char* memory) const noexcept { std::free(memory); }
+};
+
 // The text, followed by the bytes that simdjson may read beyond its end.
 struct Text {
-  std::unique_ptr<char[]> bytes;
+  std::unique_ptr<char, Free> bytes;
+  std::size_t capacity = 0;
   std::size_t size = 0;
+
   std::string_view view() const { return {bytes.get(), size}; }
+  /** Throws std::bad_alloc; the text stays. Pages of a large text are moved, not copied. */
+  void capacityIs(std::size_t wanted) {
+    void* const larger = std::realloc(bytes.get(), wanted + simdjson::SIMDJSON_PADDING);
+    if (larger == nullptr) throw std::bad_alloc();
+    static_cast<void>(bytes.release());
+    bytes.reset(static_cast<char*>(larger));
+    capacity = wanted;
+  }
 };
 
 // Large documents are read in memory of large pages: with small ones a quarter of the time went
@@ -77,30 +95,43 @@ void preferLargePages(void* memory, std::size_t size) {
   ::madvise(static_cast<char*>(memory) + before, size - before, MADV_HUGEPAGE);
 }
 
+// The parser's offsets are numbers of 32 bits.
+constexpr std::size_t kMostOfAFile = 4'000'000'000;
+// Nobody knows how much a pipe or a device will give. A million MAC entries take 100 to 150 MB.
+constexpr std::size_t kMostOfAStream = std::size_t{1} << 30;
+
+[[noreturn]] void refuseLarge(const std::string& name, bool isFile) {
+  if (isFile) {
+    throw DocumentError(
+        fmt::format("{}: has more than {} bytes, the most that a document may have; "
+                    "leave out what is not needed",
+                    name, kMostOfAFile));
+  }
+  throw DocumentError(
+      fmt::format("{}: has more than {} bytes, the most that is read of what is no "
+                  "regular file; write a larger document to a file",
+                  name, kMostOfAStream));
+}
+
 Text readAll(const std::string& path, const std::string& name) {
-  // Document offsets are 32-bit numbers in the parser.
-  constexpr std::size_t kMaxSize = 4'000'000'000;
   const InputFile file(path, name);
-  // One byte more than a file's size, so that its end is seen without growing.
-  std::size_t capacity = std::max<std::size_t>(std::min(file.size(), kMaxSize) + 1, 1U << 16);
+  const std::optional<std::size_t> fileSize = file.size();
+  const std::size_t most = fileSize ? kMostOfAFile : kMostOfAStream;
+  if (fileSize.value_or(0) > most) refuseLarge(name, true);
   Text text;
-  text.bytes.reset(new char[capacity + simdjson::SIMDJSON_PADDING]);
-  preferLargePages(text.bytes.get(), capacity);
-  while (const std::size_t n = file.read(text.bytes.get() + text.size, capacity - text.size)) {
+  // One byte more than a file's size, so that its end is seen without growing.
+  text.capacityIs(std::max<std::size_t>(fileSize.value_or(0) + 1, 1U << 16));
+  preferLargePages(text.bytes.get(), text.capacity);
+  while (const std::size_t n = file.read(text.bytes.get() + text.size, text.capacity - text.size)) {
     text.size += n;
-    if (text.size < capacity) continue;
-    if (capacity > kMaxSize) {
-      throw DocumentError(
-          fmt::format("{}: is larger than {} bytes; split it", name, std::to_string(kMaxSize)));
-    }
-    std::unique_ptr<char[]> larger(new char[capacity * 2 + simdjson::SIMDJSON_PADDING]);
-    std::memcpy(larger.get(), text.bytes.get(), text.size);
-    text.bytes = std::move(larger);
-    capacity *= 2;
+    if (text.size > most) refuseLarge(name, fileSize.has_value());
+    if (text.size == text.capacity) text.capacityIs(std::min(text.capacity * 2, most + 1));
   }
   std::memset(text.bytes.get() + text.size, 0, simdjson::SIMDJSON_PADDING);
   return text;
 }
+
+std::string documentName(const std::string& path) { return path == "-" ? "standard input" : path; }
 
 bool isBlank(std::string_view text) {
   return text.find_first_not_of(" \t\r\n") == std::string_view::npos;
@@ -108,7 +139,12 @@ bool isBlank(std::string_view text) {
 
 }  // namespace
 
-JsonDocument::JsonDocument(const std::string& path) : name_(path == "-" ? "standard input" : path) {
+void refuseForMemory(const std::string& path) {
+  throw DocumentError(
+      fmt::format("{}: is too large for the memory of this machine", documentName(path)));
+}
+
+JsonDocument::JsonDocument(const std::string& path) : name_(documentName(path)) {
   const Text text = readAll(path, name_);
   if (isBlank(text.view())) {
     throw DocumentError(fmt::format(
@@ -121,9 +157,7 @@ JsonDocument::JsonDocument(const std::string& path) : name_(path == "-" ? "stand
   }
   const auto code = parser_.parse(text.bytes.get(), text.size, false).get(root_);
   if (code == simdjson::SUCCESS) return;
-  if (code == simdjson::MEMALLOC) {
-    throw DocumentError(fmt::format("{}: is too large for the memory of this machine", name_));
-  }
+  if (code == simdjson::MEMALLOC) throw std::bad_alloc();
   const JsonSyntaxError error = locateJsonSyntaxError(text.view(), code);
   const std::string place =
       error.line == 0 ? std::string() : fmt::format(":{}:{}", error.line, error.column);

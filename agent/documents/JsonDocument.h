@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <new>
 #include <string>
 #include <string_view>
 
@@ -14,7 +15,7 @@ class JsonDocument {
  public:
   /**
    * Reads and parses the file at `path`, "-" being standard input. Throws DocumentError when it
-   * cannot be read or is no JSON in UTF-8.
+   * cannot be read, is too large or is no JSON in UTF-8.
    */
   explicit JsonDocument(const std::string& path);
 
@@ -27,6 +28,20 @@ class JsonDocument {
   simdjson::dom::parser parser_;  // holds what root_ refers to
   simdjson::dom::element root_;
 };
+
+/** Throws DocumentError: there is no memory for the document at `path` or for what it describes. */
+[[noreturn]] void refuseForMemory(const std::string& path);
+
+/** Calls `read(const JsonDocument&)`; running out of memory is the document's fault. */
+template <class Read>
+void readDocument(const std::string& path, Read&& read) {
+  try {
+    const JsonDocument document(path);
+    read(document);
+  } catch (const std::bad_alloc&) {
+    refuseForMemory(path);
+  }
+}
 
 /** Where and why a text is no JSON. Columns count characters. */
 struct JsonSyntaxError {

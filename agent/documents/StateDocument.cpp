@@ -45,8 +45,9 @@ constexpr JsonMember<SwitchModel> kSections[]{
 }  // namespace
 
 void loadStateDocument(const std::string& path, SwitchModel& model) {
-  const JsonDocument document(path);
-  readMembers(JsonNode(document), kSections, model);
+  readDocument(path, [&model](const JsonDocument& document) {
+    readMembers(JsonNode(document), kSections, model);
+  });
 }
 
 }  // namespace KorvoAgent

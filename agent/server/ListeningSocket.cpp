@@ -11,7 +11,6 @@
 #include <cerrno>
 #include <chrono>
 #include <cstring>
-#include <filesystem>
 #include <optional>
 #include <thread>
 #include <utility>
@@ -55,27 +54,60 @@ FileDescriptor unixSocket(const std::string& path) {
 }
 
 /**
- * Keeps a second agent that starts at the same moment from finding the path free too. The lock is
- * on the folder, so it leaves no file behind.
+ * Keeps a second agent that starts at the same moment from finding the path free too: a lock on a
+ * file beside the socket that is there only while an agent starts. Nobody but the agent's own user
+ * can open the file, so nobody else can lock it; the folder could be locked by all who may read it.
  */
-FileDescriptor lockFolder(const std::string& path) {
-  constexpr int kTries = 100;
-  constexpr std::chrono::milliseconds kPause{20};
-  const std::string parent = std::filesystem::path(path).parent_path().string();
-  const std::string folder = parent.empty() ? "." : parent;
-  FileDescriptor lock(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (!lock.isOpen()) {
-    // A folder that may be written but not listed is served all the same.
-    if (errno == EACCES) return lock;
-    failWithErrno(path, fmt::format("folder {}", folder));
+class StartLock {
+ public:
+  explicit StartLock(const std::string& path) : path_(path), file_(path + ".lock") {
+    constexpr int kTries = 100;
+    constexpr std::chrono::milliseconds kPause{20};
+    for (int i = 0; i < kTries; ++i) {
+      if (taken()) return;
+      std::this_thread::sleep_for(kPause);
+    }
+    fail(path_, fmt::format("another agent is starting there: it keeps {} locked", file_));
   }
-  for (int i = 0; i < kTries; ++i) {
-    if (::flock(lock.get(), LOCK_EX | LOCK_NB) == 0) return lock;
-    if (errno != EWOULDBLOCK && errno != EINTR) return lock;  // a file system without locks
-    std::this_thread::sleep_for(kPause);
+  StartLock(const StartLock&) = delete;
+  StartLock& operator=(const StartLock&) = delete;
+  // Whoever waits for the lock sees that the file is no longer at its path, and makes a new one.
+  ~StartLock() { ::unlink(file_.c_str()); }
+
+ private:
+  bool taken() {
+    constexpr mode_t kOwnersOnly = 0600;
+    FileDescriptor lock(::open(file_.c_str(),
+                               O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC,
+                               kOwnersOnly));
+    if (!lock.isOpen()) {
+      const bool noFolder = errno == ENOENT || errno == ENOTDIR;
+      failWithErrno(
+          path_, noFolder ? "folder " + path_.substr(0, path_.rfind('/')) : "lock file " + file_);
+    }
+    struct stat opened {};
+    if (::fstat(lock.get(), &opened) != 0) failWithErrno(path_, "lock file " + file_);
+    if (!S_ISREG(opened.st_mode) || opened.st_uid != ::geteuid() ||
+        (opened.st_mode & ~kOwnersOnly & 0777) != 0) {
+      fail(path_, fmt::format("{} is no lock file of an agent of this user; remove it", file_));
+    }
+    // A file system without locks is served without one.
+    if (::flock(lock.get(), LOCK_EX | LOCK_NB) != 0 && (errno == EWOULDBLOCK || errno == EINTR)) {
+      return false;
+    }
+    struct stat present {};
+    if (::lstat(file_.c_str(), &present) != 0 || present.st_dev != opened.st_dev ||
+        present.st_ino != opened.st_ino) {
+      return false;  // it was the lock of an agent that has started meanwhile
+    }
+    lock_ = std::move(lock);
+    return true;
   }
-  fail(path, fmt::format("somebody keeps folder {} locked", folder));
-}
+
+  const std::string& path_;
+  std::string file_;
+  FileDescriptor lock_;
+};
 
 void removeLeftOver(const std::string& path, const sockaddr_un& address) {
   struct stat file {};
@@ -103,7 +135,7 @@ void removeLeftOver(const std::string& path, const sockaddr_un& address) {
 ListeningSocket::ListeningSocket(std::string path, const std::optional<Group>& group)
     : path_(std::move(path)) {
   const sockaddr_un address = addressOf(path_);
-  const FileDescriptor lock = lockFolder(path_);
+  const StartLock lock(path_);
   removeLeftOver(path_, address);
   FileDescriptor socket = unixSocket(path_);
   // The file is made by bind() with its final mode: at no time can anybody else connect.

@@ -22,13 +22,20 @@ struct Toggles {
   std::map<std::pair<std::string, std::string>, bool> states;  // (file, name)
 };
 
+TraceHandle& togglesTrace() {
+  static TraceHandle& handle = traceHandle("Toggles");
+  return handle;
+}
+// Known by its name before there is anything to trace.
+[[maybe_unused]] const TraceHandle& registered = togglesTrace();
+
 Toggles& toggles() {
   static auto* const instance = new Toggles;
   return *instance;
 }
 
 bool readToggle(const std::string& path, const std::string& name, bool defaultState) {
-  TraceHandle& trace = traceHandle("Toggles");
+  TraceHandle& trace = togglesTrace();
   errno = 0;
   std::ifstream file(path);
   if (!file) {

@@ -54,6 +54,21 @@ TraceHandle& traceHandle(std::string_view name) {
   return *it->second;
 }
 
+namespace {
+
+/** The handle of that name if there is one; a setting for any other would do nothing. */
+TraceHandle& knownHandle(std::string_view name) {
+  Tracing& all = tracing();
+  const std::lock_guard lock(all.mutex);
+  if (const auto it = all.handles.find(name); it != all.handles.end()) return *it->second;
+  std::vector<std::string_view> known;
+  for (const auto& [each, handle] : all.handles) known.push_back(each);
+  throw ParseException(
+      fmt::format("there is no trace handle \"{}\"; there are {}", name, fmt::join(known, ", ")));
+}
+
+}  // namespace
+
 void traceSettingIs(std::string_view setting) {
   const std::size_t equals = setting.find('=');
   int level = 0;
@@ -61,7 +76,7 @@ void traceSettingIs(std::string_view setting) {
     const std::string_view digits = setting.substr(equals + 1);
     const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), level);
     if (error == std::errc{} && end == digits.data() + digits.size() && level >= 0 && level <= 9) {
-      traceHandle(setting.substr(0, equals)).levelIs(level);
+      knownHandle(setting.substr(0, equals)).levelIs(level);
       return;
     }
   }

@@ -203,6 +203,12 @@ TEST_F(LoadedPluginTest, ExceptionsAreCaughtByTheirTypeAcrossTheBorder) {
                Qel::ParseException);
 }
 
+TEST_F(LoadedPluginTest, ItsTraceHandleIsKnownAsSoonAsItIsLoaded) {
+  ASSERT_NE(entry, nullptr);
+  EXPECT_NO_THROW(Qel::traceSettingIs("KorvoL2CliCallbacks=8"));
+  EXPECT_NO_THROW(Qel::traceSettingIs("KorvoL2CliCallbacks=0"));
+}
+
 TEST_F(LoadedPluginTest, SharesTraceAndTogglesWithItsHost) {
   ASSERT_NE(entry, nullptr);
   const auto traces = std::make_shared<Qel::CapturingTraceSink>();

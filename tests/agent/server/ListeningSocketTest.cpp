@@ -1,14 +1,19 @@
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
+#include <unistd.h>
 
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <ios>
 #include <string>
+#include <vector>
 
 #include "agent/server/ListeningSocket.h"
 
@@ -77,6 +82,62 @@ TEST_F(ListeningSocketTest, TheFileIsForUserAndGroupOnlyWhateverTheUmask) {
     ::umask(before);
     EXPECT_FALSE(std::filesystem::exists(path));
   }
+}
+
+TEST_F(ListeningSocketTest, AFolderThatSomebodyKeepsLockedIsServedAllTheSame) {
+  const FileDescriptor somebody(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  ASSERT_EQ(::flock(somebody.get(), LOCK_EX), 0);
+  const ListeningSocket socket(path);
+  EXPECT_TRUE(canConnect(path));
+}
+
+TEST_F(ListeningSocketTest, NothingButTheSocketIsInTheFolder) {
+  const auto names = [this] {
+    std::vector<std::string> found;
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+      found.push_back(entry.path().filename().string());
+    }
+    return found;
+  };
+  // What an agent left that was killed while it started does not matter, and goes.
+  const FileDescriptor left(::open((path + ".lock").c_str(), O_CREAT | O_WRONLY | O_CLOEXEC, 0600));
+  ASSERT_TRUE(left.isOpen());
+  {
+    const ListeningSocket socket(path);
+    EXPECT_THAT(names(), testing::ElementsAre("agent.sock"));
+    EXPECT_THAT(errorAt(path), HasSubstr("another agent is serving there"));
+    EXPECT_THAT(names(), testing::ElementsAre("agent.sock"));
+  }
+  EXPECT_THAT(names(), testing::ElementsAre());
+}
+
+TEST_F(ListeningSocketTest, AnAgentThatStartsKeepsAnotherFromStarting) {
+  const FileDescriptor first(::open((path + ".lock").c_str(), O_CREAT | O_RDWR | O_CLOEXEC, 0600));
+  ASSERT_EQ(::flock(first.get(), LOCK_EX), 0);
+  EXPECT_THAT(errorAt(path), HasSubstr("another agent is starting there"));
+  EXPECT_TRUE(std::filesystem::exists(path + ".lock"));
+}
+
+TEST_F(ListeningSocketTest, ALockFileThatOthersCouldHaveOpenedIsNotTrusted) {
+  const std::string lock = path + ".lock";
+  std::ofstream(lock) << "precious";
+  for (const mode_t mode : {0644U, 0660U, 0604U, 0700U}) {
+    ASSERT_EQ(::chmod(lock.c_str(), mode), 0);
+    EXPECT_THAT(errorAt(path), HasSubstr(lock + " is no lock file")) << std::oct << mode;
+  }
+  EXPECT_EQ(std::filesystem::file_size(lock), 8U);
+  if (::geteuid() == 0) {
+    ASSERT_EQ(::chmod(lock.c_str(), 0600), 0);
+    ASSERT_EQ(::chown(lock.c_str(), 612345, 612345), 0);
+    EXPECT_THAT(errorAt(path), HasSubstr(lock + " is no lock file"));
+  }
+  std::filesystem::rename(lock, folder + "/elsewhere");
+  std::filesystem::create_symlink(folder + "/elsewhere", lock);
+  EXPECT_THAT(errorAt(path), HasSubstr("lock file " + lock));
+  std::filesystem::remove(lock);
+  ASSERT_EQ(::mkfifo(lock.c_str(), 0600), 0);
+  EXPECT_THAT(errorAt(path), HasSubstr(lock + " is no lock file"));
+  EXPECT_FALSE(std::filesystem::exists(path));
 }
 
 TEST_F(ListeningSocketTest, WhatADeadAgentLeftIsReplaced) {

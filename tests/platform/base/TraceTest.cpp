@@ -181,6 +181,21 @@ TEST_F(TraceTest, SettingThatCannotBeReadIsRefusedAndChangesNothing) {
   EXPECT_EQ(handle_.level(), 3);
 }
 
+TEST_F(TraceTest, SettingOfAHandleThatThereIsNotIsRefusedWithThoseThatThereAre) {
+  try {
+    traceSettingIs("TraceTets=8");
+    ADD_FAILURE() << "was accepted";
+  } catch (const ParseException& e) {
+    EXPECT_THAT(e.what(),
+                ::testing::StartsWith("there is no trace handle \"TraceTets\"; there are "));
+    EXPECT_THAT(e.what(), ::testing::HasSubstr("TraceTest"));
+    // What reads toggles may trace, and has not yet.
+    EXPECT_THAT(e.what(), ::testing::HasSubstr("Toggles"));
+  }
+  // Asking has not made one either.
+  EXPECT_THROW(traceSettingIs("TraceTets=8"), ParseException);
+}
+
 TEST_F(TraceTest, SinkIsReplacedAndHandedBack) {
   handle_.levelIs(1);
   const auto other = std::make_shared<CapturingTraceSink>();
