@@ -80,10 +80,12 @@ std::optional<int> readAgentOptions(int argc, const char* const* argv, AgentOpti
   app.add_option("--state", options.state, "Switch state document to read (JSON)")
       ->type_name("FILE")
       ->group(kSwitch);
-  app.add_option("--bridge-json", options.bridgeJson,
-                 "Output of \"bridge -j fdb show\" to read; - is standard input")
-      ->type_name("FILE")
-      ->group(kSwitch);
+  CLI::Option* const bridgeJson =
+      app.add_option("--bridge-json", options.bridgeJson,
+                     "Output of \"bridge -j fdb show\" to read; - is standard input. No chip is "
+                     "made to hold this table")
+          ->type_name("FILE")
+          ->group(kSwitch);
   app.add_flag("--demo", options.demo, "Fill every table with a little of everything")
       ->group(kSwitch);
   app.add_option("--macs", options.macs, "Add this many made-up MAC entries")
@@ -110,10 +112,12 @@ std::optional<int> readAgentOptions(int argc, const char* const* argv, AgentOpti
                  "table holds at the start")
       ->type_name("N")
       ->check(CLI::Range(std::size_t{8}, std::size_t{1} << 30))
+      ->excludes(bridgeJson)
       ->group(kHardware);
   app.add_option("--hw-rate", options.hwRate, "MAC entries a second that each chip takes")
       ->type_name("N")
       ->check(CLI::Range(1.0, 1e9))
+      ->excludes(bridgeJson)
       ->capture_default_str()
       ->group(kHardware);
   app.add_option("--hw-faults", options.hwFaults,
@@ -121,6 +125,7 @@ std::optional<int> readAgentOptions(int argc, const char* const* argv, AgentOpti
                  "with a wrong port")
       ->type_name("RATE")
       ->check(CLI::Range(0.0, 1.0))
+      ->excludes(bridgeJson)
       ->group(kHardware);
 
   const char* const kAgent = "Agent";

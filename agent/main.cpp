@@ -45,6 +45,8 @@ void raiseDescriptorLimit() {
 }
 
 void fillModel(const AgentOptions& options, SwitchModel& model) {
+  // One real table is enough: whatever else there is, chips would be made up from it.
+  if (!options.bridgeJson.empty()) model.simulatesHardwareIs(false);
   if (options.chips) model.chipsIs(*options.chips);
   if (options.demo) fillDemo(model);
   if (!options.state.empty()) loadStateDocument(options.state, model);
@@ -86,6 +88,12 @@ void startHardware(const AgentOptions& options, const Qel::Ptr<const Qel::Clock>
   } catch (const Qel::RangeException& e) {
     throw DocumentError(options.state + ": " + e.what() + "; correct it in the document");
   }
+}
+
+std::string whyNoHardware(const SwitchModel& model) {
+  if (model.simulatesHardware()) return {};
+  return "the MAC table came from a real machine (--bridge-json); no chip of this switch holds it, "
+         "so there is nothing to read or to compare it with";
 }
 
 AgentFacts factsOf(SwitchModel& model, std::optional<SwitchHardware>& hardware) {
@@ -145,15 +153,18 @@ void serve(const AgentOptions& options, const AgentCommand::PluginEntry& plugin)
   EventLoop loop(clock);
   std::optional<SwitchHardware> hardware;
   const CommandCallbacks callbacks{plugin.cliCallback("agent"),
-                                   plugin.cliCallbackWithFormat("agent")};
+                                   plugin.cliCallbackWithFormat("agent"),
+                                   [model] { return whyNoHardware(*model); }};
   CommandServer server(loop, clock, policyOf(options), callbacks, factsOf(*model, hardware));
   fillModel(options, *model);
   // Only now: a state document may describe an agent whose layer-2 object is not there yet.
   callbacks.plain->l2AgentIs(model->l2Agent());
   callbacks.formatted->l2AgentIs(model->l2Agent());
-  startHardware(options, clock, model, hardware);
-  loop.add(hardware->programmer());
-  loop.add(hardware->reader());
+  if (model->simulatesHardware()) {
+    startHardware(options, clock, model, hardware);
+    loop.add(hardware->programmer());
+    loop.add(hardware->reader());
+  }
   std::optional<Churn> churn;
   std::optional<ChurnDriver> churnDriver;
   if (options.churn > 0) {

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <set>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "agent/documents/ValueReaders.h"
@@ -58,17 +59,26 @@ class BridgeReader {
   }
 
  private:
-  // A device with entries of its own that have a destination is a tunnel.
+  // A device with entries of its own that have a destination is a tunnel: an address, or the number
+  // of a next hop (or a group of them) that has one.
   void findTunnelDevices() {
     readList(list_, [this](const JsonNode& node) {
       std::string_view name;
       bool tunnel = false;
+      refuseRepeated(node);
       for (const auto [key, value] : node.object()) {
-        if (key == "dst") tunnel = true;
+        if (key == "dst" || key == "nhid") tunnel = true;
         if (key == "ifname") name = JsonNode(node, key, value).string();
       }
       if (tunnel) tunnels_.insert(name);
     });
+  }
+
+  // Two values of one member contradict each other, and the document does not say which holds.
+  static void refuseRepeated(const JsonNode& node) {
+    std::vector<std::string_view> names;
+    for (const auto [key, value] : node.object()) names.push_back(key);
+    Detail::checkDistinct(node, std::move(names));
   }
 
   void read(const JsonNode& node) {

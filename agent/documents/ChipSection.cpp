@@ -144,7 +144,12 @@ void readChips(const JsonNode& chips, SwitchModel& model) {
     if (model.isModulePresent(chip.id)) {
       node.refuse("another chip has the id " + chip.id.stringValue() + "; give each its own");
     }
-    model.chipIs(std::move(chip));
+    if (!model.simulatesHardware() && !chip.deviations.empty()) {
+      node.refuse(
+          "no chip holds the MAC table, which is a real machine's (--bridge-json); leave "
+          "out what the chip holds");
+    }
+    node.checked([&] { model.chipIs(std::move(chip)); }, "give each chip its own");
   });
   if (model.chips().empty()) chips.refuse("a switch has at least one chip; add one");
 }

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "platform/base/Exceptions.h"
+#include "platform/rendering/PrintableText.h"
 
 namespace KorvoAgent {
 
@@ -101,6 +102,11 @@ void SwitchModel::chipsIs(unsigned count) {
 
 void SwitchModel::chipIs(Tessar::FapId id, std::string name) {
   if (id.isNull()) throw Qel::RangeException("the null id names no chip");
+  const auto namesake = std::ranges::find(chips_, name, &Chip::name);
+  if (namesake != chips_.end() && namesake->id != id) {
+    throw Qel::RangeException("chip " + namesake->id.stringValue() + " has the name " +
+                              Rendering::quotedText(name) + " already");
+  }
   const auto at = std::ranges::lower_bound(chips_, id, {}, &Chip::id);
   if (at != chips_.end() && at->id == id) {
     at->name = std::move(name);

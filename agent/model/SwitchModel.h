@@ -76,7 +76,10 @@ class SwitchModel final : public KorvoL2::L2Agent {
    * ones. Throws Qel::RangeException unless `count` is 1 to kMaxChips.
    */
   void chipsIs(unsigned count);
-  /** Adds a chip, or renames it and keeps the rest. Throws Qel::RangeException for the null id. */
+  /**
+   * Adds a chip, or renames it and keeps the rest. Throws Qel::RangeException for the null id, and
+   * for the name of another chip: names are keys of the JSON that is printed.
+   */
   void chipIs(Tessar::FapId id, std::string name);
   /** The same with everything said of a chip. */
   void chipIs(Chip chip);
@@ -97,6 +100,15 @@ class SwitchModel final : public KorvoL2::L2Agent {
   void macTblShadowPresentIs(bool present);
   void mcastPresentIs(bool present);
   void readUnknownChipsIs(bool read);
+
+  /**
+   * Whether the chips hold MAC tables, programmed from the software one. Clear where that came from
+   * a real machine: chips made up from it would only seem to say something about that machine.
+   */
+  bool simulatesHardware() const noexcept { return simulatesHardware_; }
+  void simulatesHardwareIs(bool simulates) {
+    attributeIs(simulatesHardware_, simulates, "simulatesHardware");
+  }
 
   /**
    * What there is of hardware: the chips as commands see them, who reads their tables and who
@@ -144,6 +156,7 @@ class SwitchModel final : public KorvoL2::L2Agent {
   bool macAddrSmHelperPresent_ = true;
   bool mcastPresent_ = true;
   bool hwTableStateAvailable_ = true;
+  bool simulatesHardware_ = true;
   std::uint32_t maxL2MulticastGroupsAll_ = 4096;
   Qel::Ptr<SwMacTable> swMacTable_;
   Qel::Ptr<UnicastAgentModel> unicast_;

@@ -6,6 +6,7 @@
 #include <exception>
 #include <utility>
 
+#include "agent/server/HardwareCommands.h"
 #include "agent/server/PrintableText.h"
 #include "agent/server/SyncCall.h"
 
@@ -63,6 +64,12 @@ CommandEntries::Answered CommandEntries::answer(const RequestLine& request, int 
 CommandEntries::Started CommandEntries::start(JobId id, const RequestLine& request,
                                               const std::shared_ptr<const AnswerSocket>& socket) {
   Started started;
+  if (readsHardware(request) && callbacks_.noHardware) {
+    if (std::string reason = callbacks_.noHardware(); !reason.empty()) {
+      started.end = {RequestStatus::notReady, std::move(reason)};
+      return started;
+    }
+  }
   socket->enlargeSendBuffer();
   try {
     started.output = answerBuffer(socket, Rendering::PrintBuffer::kStream);

@@ -3,6 +3,7 @@
 // Threading: the agent's event-loop thread only.
 #pragma once
 
+#include <functional>
 #include <string>
 
 #include "agent/server/AnswerSocket.h"
@@ -16,6 +17,11 @@ namespace KorvoAgent {
 struct CommandCallbacks {
   Qel::Ptr<AgentCommand::CliCallbackBase> plain;
   Qel::Ptr<AgentCommand::CliCallbackBaseWithFormat> formatted;
+  /**
+   * Why the chips hold no MAC tables to read (HardwareCommands.h); empty, or no function, where
+   * they do. What reads them is then answered without asking the plug-in.
+   */
+  std::function<std::string()> noHardware{};
 };
 
 class CommandEntries {

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "agent/AgentOptions.h"
@@ -13,6 +14,7 @@ namespace {
 
 using std::chrono::milliseconds;
 using std::chrono::seconds;
+using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::StartsWith;
@@ -176,6 +178,18 @@ TEST_F(AgentOptionsTest, WrongOptionsAreExplained) {
     EXPECT_THAT(err.str(), HasSubstr(message));
     EXPECT_EQ(out.str(), "");
   }
+}
+
+TEST_F(AgentOptionsTest, WhatChipsAreLikeCannotBeSaidWhereNoneHoldsTheTable) {
+  for (const auto& [option, value] :
+       {std::pair{"--hw-table-size", "64"}, {"--hw-rate", "8"}, {"--hw-faults", "0.5"}}) {
+    EXPECT_EQ(read({option, value}), std::nullopt) << option;
+    EXPECT_EQ(read({"--bridge-json", "f", option, value}), kExitUsage) << option;
+    EXPECT_THAT(err.str(), AllOf(HasSubstr(option), HasSubstr("--bridge-json")));
+  }
+  EXPECT_EQ(read({"--bridge-json", "f", "--chips", "3", "--state", "s", "--demo", "--macs", "7"}),
+            std::nullopt)
+      << err.str();
 }
 
 TEST_F(AgentOptionsTest, HelpNamesEveryOption) {

@@ -91,6 +91,11 @@ class Documents(TestCase):
                      "/macTable/entries/0/vlan",
                      "Bridging::VlanId::value < 1 or > 4094 not allowed")
 
+    def test_two_chips_of_one_name_are_refused(self):
+        chips = '[{"id": 0, "name": "a"}, {"id": 1, "name": "a"}]'
+        self.refused('{"version": 1, "switch": {"chips": %s}}' % chips, "/switch/chips/1",
+                     'chip 0 has the name "a" already')
+
     def test_bridge_dump_that_is_none_is_refused(self):
         self.refused("{}", option="--bridge-json")
         self.refused('[{"mac": "nonsense", "ifname": "a", "master": "br0"}]', "nonsense",

@@ -14,6 +14,53 @@ def bridgeEntries(document):
             for entry in document if "master" in entry}
 
 
+kRecorded = kSource / "tests" / "data" / "bridge-fdb.json"
+kReason = "the MAC table came from a real machine (--bridge-json); no chip of this switch holds it, " \
+          "so there is nothing to read or to compare it with"
+
+
+class NoHardware(TestCase):
+    def assertNotReady(self, agent):
+        for command in ("MACT_DIFF", "MACT_DIFF0", "MACT_MISSING0", "MACT_MISSINGdetail+0",
+                        "MACT_HW_ALL0", "MACT_HW_ALL"):
+            for form in ("text", "json"):
+                answer, told = agent.askWithDescriptor(f"async {form} {command}\n")
+                self.assertEqual((answer, told[-1]["status"], told[-1]["message"]),
+                                 (b"", "not-ready", kReason), command)
+                self.assertEqual(agent.ask(f"async {form} {command}\n"), b"")
+        for words in (["check", "mac", "diff"], ["check", "mac", "missing", "--json"],
+                      ["show", "mac", "hardware"], ["check", "mac", "diff", "--chip", "0"],
+                      ["show", "mac", "hardware", "--detail", "--chip", "0"]):
+            done = agent.client(*words, text=True)
+            self.assertEqual((done.returncode, done.stdout), (4, ""), words)
+            self.assertIn(kReason, done.stderr)
+
+    def test_a_real_machines_table_is_not_compared_with_chips_made_up_from_it(self):
+        chips = self.write("state.json", '{"version": 1, "switch": {"chips": [{"id": 0, "name": "a"}]}}')
+        entries = bridgeEntries(json.loads(kRecorded.read_text()))
+        for others in ([], ["--chips", 3], ["--demo"], ["--state", chips], ["--macs", 100],
+                       ["--churn", 1000]):
+            with self.subTest(others), Agent("--bridge-json", kRecorded, *others) as agent:
+                self.assertNotReady(agent)
+                # The table itself is there, and everything else is as it ever was.
+                rows = set(jsonRows(agent.askJson("async json MACT_ALL\n")))
+                if "--churn" not in others:
+                    self.assertLessEqual(entries, rows)
+                self.assertAnswers(agent)
+
+    def test_what_would_make_up_chips_tables_is_refused(self):
+        for option, value in (("--hw-faults", 0.5), ("--hw-rate", 100), ("--hw-table-size", 4096)):
+            status, out, err = runAgent("--bridge-json", kRecorded, option, value)
+            self.assertEqual((status, out), (2, ""))
+            self.assertIn(option, err)
+            self.assertIn("--bridge-json", err)
+        missing = '{"id": 0, "name": "a", "missing": [{"vlan": 10, "mac": "0200.000a.0100"}]}'
+        state = self.write("state.json", '{"version": 1, "switch": {"chips": [%s]}}' % missing)
+        status, out, err = runAgent("--bridge-json", kRecorded, "--state", state)
+        self.assertEqual((status, out), (2, ""))
+        self.assertIn(f"{state}: /switch/chips/0: no chip holds the MAC table", err)
+
+
 class LinuxBridge(TestCase):
     def assertDumpsEqual(self, path):
         expected = bridgeEntries(json.loads(pathlib.Path(path).read_text()))
@@ -30,7 +77,7 @@ class LinuxBridge(TestCase):
         return expected
 
     def test_recorded_forwarding_table_comes_out_as_it_went_in(self):
-        self.assertDumpsEqual(kSource / "tests" / "data" / "bridge-fdb.json")
+        self.assertDumpsEqual(kRecorded)
 
     def test_forwarding_table_of_a_bridge_in_this_kernel_comes_out_as_it_is(self):
         space = f"korvo-{uuid.uuid4().hex[:8]}"

@@ -4,7 +4,9 @@
 #include <rapidjson/document.h>
 
 #include <set>
+#include <string>
 #include <tuple>
+#include <utility>
 
 #include "agent/documents/BridgeJson.h"
 #include "tests/agent/documents/DocumentTestSupport.h"
@@ -120,6 +122,35 @@ TEST_F(BridgeJsonTest, AnEntryToldTwiceIsOneEntry) {
            {"mac":"02:00:00:00:00:01","ifname":"swp1","master":"br0","state":"static"}])");
   EXPECT_EQ(loaded().size(), 1U);
   EXPECT_EQ(entry(0, 0x020000000001).type, MacEntryType::configuredStatic);
+}
+
+TEST_F(BridgeJsonTest, AnEntryBehindANextHopIsATunnelsToo) {
+  load(R"([{"mac":"02:00:00:00:00:01","ifname":"vx1","flags":["extern_learn"],"master":"br0"},
+           {"mac":"02:00:00:00:00:01","ifname":"vx1","nhid":12,"flags":["self"],"state":""},
+           {"mac":"02:00:00:00:00:02","ifname":"vx2","vlan":5,"master":"br0","state":""},
+           {"mac":"02:00:00:00:00:02","ifname":"vx2","dst":"192.0.2.1","state":""},
+           {"mac":"02:00:00:00:00:03","ifname":"swp1","master":"br0","state":""}])");
+  EXPECT_EQ(entry(0, 0x020000000001).type, MacEntryType::remoteDynamic);
+  EXPECT_EQ(entry(0, 0x020000000001).source, MacEntrySource::vxlan);
+  EXPECT_EQ(entry(5, 0x020000000002).type, MacEntryType::remoteDynamic);
+  EXPECT_EQ(entry(0, 0x020000000003).type, MacEntryType::learnedDynamic);
+}
+
+TEST_F(BridgeJsonTest, AMemberGivenTwiceInOneEntryIsRefused) {
+  // Known or not, of the bridge or of a device.
+  for (const auto& [twice, name] : {std::pair{R"("mac":"02:00:00:00:00:02")", "mac"},
+                                    {R"("vlan":7)", "vlan"},
+                                    {R"("ifname":"swp1")", "ifname"},
+                                    {R"("flags":[])", "flags"},
+                                    {R"("new":1)", "new"}}) {
+    for (const char* const whose : {R"("master":"br0")", R"("dst":"192.0.2.1")"}) {
+      EXPECT_EQ(
+          refusal(R"([{"mac":"02:00:00:00:00:03","ifname":"swp1","master":"br0"},)"
+                  R"({"mac":"02:00:00:00:00:01","ifname":"swp1","vlan":5,"flags":[],"new":2,)" +
+                  std::string(whose) + "," + twice + "}]"),
+          "FILE: /1: member \"" + std::string(name) + "\" is given twice; keep one of them");
+    }
+  }
 }
 
 TEST_F(BridgeJsonTest, TwoBridgesWithTheSameAddressAreRefusedByName) {

@@ -70,6 +70,24 @@ TEST_F(StateDocumentTest, GoodDocumentsLoadAndBadOnesAreRefusedWithTheReason) {
   }
 }
 
+TEST_F(StateDocumentTest, WhatChipsHoldIsRefusedWhereTheyHoldNoTable) {
+  model_->simulatesHardwareIs(false);
+  const auto refusalWith = [this](const std::string& member) {
+    return Testing::refusal(
+        R"({"version": 1, "switch": {"chips": [{"id": 1, "name": "a"}, {"id": 2, "name": "b", )" +
+            member + "}]}}",
+        [this](const std::string& path) { loadStateDocument(path, *model_); });
+  };
+  for (const char* const member : {R"("missing": [{"vlan": 1, "mac": "0200.0000.0001"}])",
+                                   R"("extra": [{"vlan": 1, "mac": "0200.0000.0001"}])",
+                                   R"("differs": [{"vlan": 1, "mac": "0200.0000.0001"}])"}) {
+    EXPECT_EQ(refusalWith(member),
+              "FILE: /switch/chips/1: no chip holds the MAC table, which is a real machine's "
+              "(--bridge-json); leave out what the chip holds");
+  }
+  EXPECT_EQ(refusalWith(R"("missing": [])"), "not refused");
+}
+
 TEST_F(StateDocumentTest, WhatIsLeftOutStaysAsItWas) {
   load(R"({"version": 1})");
   EXPECT_EQ(model_->chips().size(), 1U);

@@ -98,6 +98,11 @@ TEST(SwitchModelTest, ChipsAreKeptInOrderAndCanBeRenamed) {
   EXPECT_FALSE(model->isModulePresent(FapId(3)));
   EXPECT_EQ(model->moduleBitmap(), 0b100100U);
   EXPECT_THROW(model->chipIs(FapId(), "none"), Qel::RangeException);
+  // A name is a chip's key in JSON.
+  EXPECT_THROW(model->chipIs(FapId(7), "two"), Qel::RangeException);
+  EXPECT_THROW(model->chipIs(FapId(5), "two"), Qel::RangeException);
+  EXPECT_THROW(model->chipIs(Chip{.id = FapId(7), .name = "FIVE"}), Qel::RangeException);
+  model->chipIs(FapId(2), "two");
 }
 
 class SwMacTableTest : public ::testing::Test {

@@ -16,6 +16,7 @@
 #include "KorvoL2/KorvoL2CliCallbacks/PlainHandlerChain.h"
 #include "agent/server/Access.h"
 #include "agent/server/ChangingCommands.h"
+#include "agent/server/HardwareCommands.h"
 #include "agent/server/ListeningSocket.h"
 #include "tests/agent/server/ServerHarness.h"
 
@@ -147,6 +148,35 @@ TEST(ChangingCommandsTest, EveryKeywordOfThePlugInHasBeenJudged) {
       Entry::async, KorvoL2::asyncHandlerChain(),
       {"EGR_VLAN_XLATE_STATUS", "ING_VLAN_RANGE", "MACT_DIFF", "MACT_HW_ALL", "MACT_MISSING",
        "MACT_ALL", "VLAN_XLATE_STATUS", "VXLAN_ROUTING_INFO", "VXLAN_VLAN", ""});
+}
+
+// The same for a request that is served in slices.
+std::string takenInSlices(const std::string& command) {
+  for (const auto& row : KorvoL2::asyncHandlerChain()) {
+    if (command.starts_with(row.keyword)) return std::string(row.keyword);
+  }
+  return "nobody";
+}
+
+TEST(HardwareCommandsTest, WhatThePlugInTakesForACommandAboutChipsIsOne) {
+  const std::set<std::string_view> about(hardwareCommands().begin(), hardwareCommands().end());
+  // Those that do not read the chips' MAC tables; a keyword that is new belongs here or among them.
+  const std::set<std::string_view> other{
+      "EGR_VLAN_XLATE_STATUS", "ING_VLAN_RANGE", "MACT_ALL", "VLAN_XLATE_STATUS",
+      "VXLAN_ROUTING_INFO",    "VXLAN_VLAN",     ""};
+  for (const auto& row : KorvoL2::asyncHandlerChain()) {
+    EXPECT_NE(about.contains(row.keyword), other.contains(row.keyword)) << row.keyword;
+    const std::string keyword(row.keyword);
+    for (const std::string& command :
+         {keyword, keyword + "0,1", keyword + "+detail", "+" + keyword, " " + keyword,
+          keyword.substr(0, keyword.size() / 2), "MACT_DIFF" + keyword}) {
+      EXPECT_EQ(readsHardware({Entry::async, Rendering::kJson, command}),
+                about.contains(takenInSlices(command)))
+          << command;
+      EXPECT_FALSE(readsHardware({Entry::plain, Rendering::kText, command}));
+      EXPECT_FALSE(readsHardware({Entry::sync, Rendering::kText, command}));
+    }
+  }
 }
 
 class ServerAccessTest : public ServerHarness {

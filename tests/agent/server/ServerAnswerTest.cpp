@@ -92,6 +92,24 @@ TEST_F(ServerAnswerTest, EveryOutcomeHasItsStatus) {
                                                                "\"refused\""));
 }
 
+TEST_F(ServerAnswerTest, WithoutHardwareItsCommandsAreNotReadyAndDoNotReachThePlugIn) {
+  noHardware = "no chip holds the table";
+  for (const std::string command : {"MACT_DIFF0", "MACT_MISSING", "MACT_HW_ALLdetail+0,1"}) {
+    formatted->commandSeen.clear();
+    std::string answer;
+    EXPECT_THAT(eventsOf("async json " + command + "\n", &answer),
+                EndsWith(done("not-ready", noHardware, 0, 0, 0)));
+    EXPECT_EQ(answer, "");
+    EXPECT_EQ(formatted->commandSeen, "");
+  }
+  ask("async json MACT_ALL\n");
+  EXPECT_EQ(formatted->commandSeen, "MACT_ALL");
+  EXPECT_EQ(ask("async json ROWS 3\n"), rowsText(3));
+  noHardware.clear();
+  ask("async json MACT_DIFF0\n");
+  EXPECT_EQ(formatted->commandSeen, "MACT_DIFF0");
+}
+
 TEST_F(ServerAnswerTest, ASliceThatFailsSaysSoAndTheAgentGoesOn) {
   formatted->beforeRow = [](std::uint64_t row) {
     if (row == 2) throw std::runtime_error("the table is broken");

@@ -124,6 +124,7 @@ TestFormattedCallback::createAgentAsyncCommandRequestSm(
     Qel::Ptr<const AgentCommand::AgentCommandRequest> request) {
   outcomeIs({});
   const std::string& command = request->commandString();
+  commandSeen = command;
   if (command.starts_with("ROWS ")) {
     return Qel::makePtr<RowsMachine>(request, std::chrono::milliseconds(50), clock_,
                                      std::stoull(command.substr(5)), beforeRow);
@@ -147,7 +148,8 @@ ServerHarness::~ServerHarness() {
 CommandServer& ServerHarness::server() {
   if (!server_) {
     loop.emplace(clock);
-    server_.emplace(*loop, clock, policy, CommandCallbacks{plain, formatted}, facts);
+    server_.emplace(*loop, clock, policy,
+                    CommandCallbacks{plain, formatted, [this] { return noHardware; }}, facts);
   }
   return *server_;
 }

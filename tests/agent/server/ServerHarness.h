@@ -75,6 +75,7 @@ class TestFormattedCallback final : public AgentCommand::CliCallbackBaseWithForm
   Qel::Ptr<AgentCommand::AgentAsyncCommandRequestSm> createAgentAsyncCommandRequestSm(
       Qel::Ptr<const AgentCommand::AgentCommandRequest> request) override;
   RowsMachine::Hook beforeRow;
+  std::string commandSeen;
 
  private:
   Qel::Ptr<const Qel::Clock> clock_;
@@ -113,6 +114,7 @@ class ServerHarness : public testing::Test {
   Qel::Ptr<TestFormattedCallback> formatted = Qel::makePtr<TestFormattedCallback>(clock);
   ServerPolicy policy;
   AgentFacts facts;
+  std::string noHardware;
   std::optional<EventLoop> loop;
 
  private:
