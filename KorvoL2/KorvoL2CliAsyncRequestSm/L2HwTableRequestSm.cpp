@@ -5,6 +5,7 @@
 #include "KorvoL2/KorvoL2CliAsyncRequestSmBase/RequestSmSupport.h"
 #include "KorvoL2/Trace.h"
 #include "platform/base/Exceptions.h"
+#include "platform/command/CommandArgument.h"
 #include "platform/types/FapId.h"
 
 namespace KorvoL2 {
@@ -61,7 +62,9 @@ void L2HwTableRequestSm::showMacTableHw() {
 // Opens the section of `chip`; false if the agent does not know it.
 bool L2HwTableRequestSm::startChip(std::uint32_t chip) {
   fapBookmarkIs(chip);
-  const Tessar::FapId fapId(chip);  // refuses what no chip can have
+  // Refuses what no chip can have.
+  const auto fapId =
+      AgentCommand::readArgument("chip list", chipList(), [chip] { return Tessar::FapId(chip); });
   const FapChipCollection* const chips = macAddrSmHelper_->fapChip();
   const FapChip* const record = chips == nullptr ? nullptr : chips->find(fapId);
   if (record == nullptr) {

@@ -6,6 +6,7 @@
 #include "KorvoL2/KorvoL2CliAsyncRequestSmBase/RequestSmSupport.h"
 #include "KorvoL2/Trace.h"
 #include "platform/base/Exceptions.h"
+#include "platform/command/CommandArgument.h"
 
 namespace KorvoL2 {
 
@@ -59,7 +60,8 @@ void L2MacCheckRequestSmBase::issueReads() {
     fapIs(id);
     // The request carries one byte: 300 asks for chip 44. What does not fit the chip numbers after
     // that is refused here, with what was posted for earlier pieces left to run.
-    const Tessar::FapId fapId(id & 0xFF);
+    const Tessar::FapId fapId = AgentCommand::readArgument(
+        "chip list", fapIdList_, [id] { return Tessar::FapId(id & 0xFF); });
     if (!shallRead(fapId)) continue;
     QEL_ASSERT(mcastHelper_ != nullptr);
     post(request, fapId);

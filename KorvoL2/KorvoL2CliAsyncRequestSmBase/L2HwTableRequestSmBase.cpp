@@ -8,6 +8,7 @@
 #include "KorvoL2/KorvoL2CliAsyncRequestSmBase/RequestSmSupport.h"
 #include "KorvoL2/Trace.h"
 #include "platform/base/Exceptions.h"
+#include "platform/command/CommandArgument.h"
 
 namespace KorvoL2 {
 
@@ -54,7 +55,9 @@ void L2HwTableRequestSmBase::getAsyncState() {
   std::vector<std::string> pieces;
   split(chipList_, ',', pieces);
   // A minus sign is read, too, and gives a number that no chip has: the range check refuses it.
-  for (const std::string& piece : pieces) fapIs(static_cast<std::uint32_t>(std::stoi(piece)));
+  AgentCommand::readArgument("chip list", chipList_, [&] {
+    for (const std::string& piece : pieces) fapIs(static_cast<std::uint32_t>(std::stoi(piece)));
+  });
   initializeTableRenderer();
   ready_ = true;
 }

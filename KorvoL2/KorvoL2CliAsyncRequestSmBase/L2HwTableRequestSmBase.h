@@ -47,6 +47,8 @@ class L2HwTableRequestSmBase : public AgentCommand::AgentAsyncCommandRequestSm {
    */
   KORVO_L2_API void getAsyncState();
 
+  /** The chips as the command named them. */
+  const std::string& chipList() const noexcept { return chipList_; }
   /** The detailed form: a column table for each chip, with a hardware index column. */
   bool detail() const noexcept { return detail_; }
   /** The list is parsed and the preamble written; the walk may run. */

@@ -10,6 +10,7 @@
 #include "KorvoL2/Trace.h"
 #include "platform/base/Exceptions.h"
 #include "platform/base/Toggles.h"
+#include "platform/command/CommandArgument.h"
 #include "platform/rendering/PrintBuffer.h"
 
 namespace KorvoL2 {
@@ -44,12 +45,15 @@ bool CliCallback::EcmpOutputIntfTunnelIdH::condition(const Qel::Ptr<CliCallback>
 void CliCallback::EcmpOutputIntfTunnelIdH::action(const Qel::Ptr<CliCallback>& callback) {
   const std::string& args = callback->arg();
   QEL_TRACE(trace(), 8, "Running EcmpOutputIntfTunnelIdH with args: \"{}\"", args);
-  const Bridging::EthAddr dstMac(valueOf(args, "dst-mac"));
+  const std::string_view macText = valueOf(args, "dst-mac");
+  const auto dstMac =
+      AgentCommand::readArgument("dst-mac", macText, [&] { return Bridging::EthAddr(macText); });
   std::uint32_t vlanId = decimalNumber(std::string(valueOf(args, "vlan-id")));
   const std::string_view ingressName = valueOf(args, "ingress-intf-id");
   // Looked up only: the process keeps every interface name that is entered, and a client may send
   // any number of them. A name that nobody has entered is that of no interface.
-  const std::optional<Bridging::IntfId> ingressIntf = Bridging::IntfId::find(ingressName);
+  const std::optional<Bridging::IntfId> ingressIntf = AgentCommand::readArgument(
+      "ingress-intf-id", ingressName, [&] { return Bridging::IntfId::find(ingressName); });
   QEL_TRACE(trace(), 8, "Parsed dstMac={}, vlanId={}, and ingressIntf={}", dstMac.stringValue(),
             vlanId, ingressName);
 

@@ -20,8 +20,9 @@ void CliCallback::Handler::lacks(const Qel::Ptr<CliCallback>& callback, const ch
   callback->outcomeIs(notReady(reason));
 }
 
-void CliCallback::Handler::notHandled(const Qel::Ptr<CliCallback>& callback) {
-  callback->outcomeIs({.kind = AgentCommand::CommandOutcome::Kind::noHandler, .reason = {}});
+void CliCallback::Handler::notHandled(const Qel::Ptr<CliCallback>& callback, std::string reason) {
+  callback->outcomeIs(
+      {.kind = AgentCommand::CommandOutcome::Kind::noHandler, .reason = std::move(reason)});
 }
 
 bool CliCallback::DefaultH::condition(const Qel::Ptr<CliCallback>& /*callback*/) const {

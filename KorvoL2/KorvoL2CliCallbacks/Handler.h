@@ -30,8 +30,8 @@ class CliCallback::Handler : public Qel::Entity {
  protected:
   /** Traces what the command lacks and makes it the command's outcome. */
   static void lacks(const Qel::Ptr<CliCallback>& callback, const char* reason);
-  /** No handler knows what the command asks for. */
-  static void notHandled(const Qel::Ptr<CliCallback>& callback);
+  /** No handler knows what the command asks for; `reason` is what there is to say about it. */
+  static void notHandled(const Qel::Ptr<CliCallback>& callback, std::string reason = {});
 
   /** Calls `method` on an object of the agent; when the agent has none, says `absent`. */
   template <class Object, class Method, class... Args>

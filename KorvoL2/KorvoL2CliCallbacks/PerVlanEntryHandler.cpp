@@ -1,6 +1,7 @@
 #include "KorvoL2/KorvoL2CliCallbacks/PerVlanEntryHandler.h"
 
 #include "KorvoL2/KorvoL2CliCallbacks/CommandContext.h"
+#include "platform/command/CommandArgument.h"
 
 namespace KorvoL2 {
 
@@ -17,10 +18,13 @@ void CliCallback::PerVlanEntryH::action(const Qel::Ptr<CliCallback>& callback) {
   Bridging::VlanId vlan(1);
   auto kind = KorvoRouterMacSm::ShowKind::all;
   if (arg.starts_with(kVlanSelector)) {
-    vlan = Bridging::VlanId(decimalNumber(arg.substr(kVlanSelector.size())));
+    const std::string text = arg.substr(kVlanSelector.size());
+    vlan = AgentCommand::readArgument("VLAN", text,
+                                      [&] { return Bridging::VlanId(decimalNumber(text)); });
     kind = KorvoRouterMacSm::ShowKind::vlan;
   } else if (arg.starts_with(kMacSelector)) {
-    mac = Bridging::EthAddr(std::string_view(arg).substr(kMacSelector.size()));
+    const std::string_view text = std::string_view(arg).substr(kMacSelector.size());
+    mac = AgentCommand::readArgument("MAC address", text, [&] { return Bridging::EthAddr(text); });
     kind = KorvoRouterMacSm::ShowKind::mac;
   }
   forward(callback, callback->unicastAgent().routerMacSm(), "no routerMacSm",

@@ -1,15 +1,18 @@
 #include "KorvoL2/KorvoL2CliCallbacks/ShadowShowHandlers.h"
 
 #include <array>
+#include <string>
 
 #include "KorvoL2/KorvoL2CliCallbacks/CommandContext.h"
 #include "KorvoL2/Trace.h"
+#include "platform/command/CommandArgument.h"
 
 namespace KorvoL2 {
 
 namespace {
 
 using ShadowShowH = CliCallback::ShadowShowH;
+using Kind = AgentCommand::CommandOutcome::Kind;
 
 template <class Class>
 constexpr ChainRow<ShadowShowH::ShadowShowHandler> row(std::string_view keyword) {
@@ -30,9 +33,21 @@ constexpr std::array kTables{
     row<ShadowShowH::VlanXlateH>("VLAN_XLATE"),
 };
 
-// The number in the token after the one at `position`.
+std::string tokenAfter(const CliCallback& callback, std::uint8_t position) {
+  return callback.cmdTokens(static_cast<std::uint8_t>(position + 1));
+}
+
 std::uint32_t numberAfter(const CliCallback& callback, std::uint8_t position) {
-  return decimalNumber(callback.cmdTokens(static_cast<std::uint8_t>(position + 1)));
+  return decimalNumber(tokenAfter(callback, position));
+}
+
+std::string namesNoTable() {
+  std::string reason = "it names none of the tables";
+  for (const auto& table : kTables) {
+    reason += table.keyword == kTables.front().keyword ? " " : ", ";
+    reason += table.keyword;
+  }
+  return reason;
 }
 
 }  // namespace
@@ -52,11 +67,13 @@ void CliCallback::ShadowShowH::action(const Qel::Ptr<CliCallback>& callback) {
       handlers.firstWilling(callback, [&](const ShadowShowHandler& tested) {
         callback->subArgPosIs(callback->findSubArg(tested.cmdName()));
       });
-  if (handler == nullptr) {
-    QEL_TRACE(trace(), 8, "Unknown command!");
-    return notHandled(callback);
+  if (handler != nullptr) {
+    callback->outcomeIs({});
+    return handler->action(callback);
   }
-  handler->action(callback);
+  QEL_TRACE(trace(), 8, "Unknown command!");
+  // A table that is named but cannot be shown has said why.
+  if (callback->outcome().kind == Kind::handled) notHandled(callback, namesNoTable());
 }
 
 void CliCallback::ShadowShowH::readOptions(CliCallback& callback, ShadowShow& options) {
@@ -80,7 +97,11 @@ void CliCallback::ShadowShowH::readOptions(CliCallback& callback, ShadowShow& op
 
 bool CliCallback::ShadowShowH::ShadowShowHandler::condition(
     const Qel::Ptr<CliCallback>& callback) const {
-  return callback->subArgPos() != 0 && callback->agent().hwTableStateAvailable();
+  if (callback->subArgPos() == 0) return false;
+  if (callback->agent().hwTableStateAvailable()) return true;
+  callback->outcomeIs(
+      {.kind = Kind::notReady, .reason = "the hardware table state is not available"});
+  return false;
 }
 
 void CliCallback::ShadowShowH::ShadowShowHandler::print(const Qel::Ptr<CliCallback>& callback,
@@ -110,8 +131,18 @@ void CliCallback::ShadowShowH::EgrXlate2H::action(const Qel::Ptr<CliCallback>& c
 bool CliCallback::ShadowShowH::EgrXlateH::condition(const Qel::Ptr<CliCallback>& callback) const {
   // The keyword first: a chip number that is none is refused by its type, and only a command that
   // asks for this table may fail on it.
-  return callback->subArgPos() != 0 && callback->egrVlanXlateFeature() &&
-         callback->agent().isModulePresent(Tessar::FapId(callback->shw()->chip));
+  if (callback->subArgPos() == 0) return false;
+  if (!callback->egrVlanXlateFeature()) {
+    notHandled(callback, "the chip does not translate VLANs at egress");
+    return false;
+  }
+  const auto chip =
+      AgentCommand::readArgument("chip", tokenAfter(*callback, callback->findSubArg("CHIP")),
+                                 [&callback] { return Tessar::FapId(callback->shw()->chip); });
+  if (callback->agent().isModulePresent(chip)) return true;
+  notHandled(callback, chip.isNull() ? cmdName() + " is read from a chip; name it with CHIP"
+                                     : "there is no chip " + chip.stringValue());
+  return false;
 }
 
 void CliCallback::ShadowShowH::EgrXlateH::action(const Qel::Ptr<CliCallback>& callback) {

@@ -45,7 +45,10 @@ class CliCallback::ShadowShowH::ShadowShowHandler : public Handler {
   KORVO_L2_HANDLER(CliCallback::ShadowShowH::ShadowShowHandler)
  public:
   using Handler::Handler;
-  /** The shadows hold something to show, and the command names the table. */
+  /**
+   * The shadows hold something to show, and the command names the table. What keeps a table that is
+   * named from being shown becomes the command's outcome.
+   */
   bool condition(const Qel::Ptr<CliCallback>& callback) const override;
 
  protected:

@@ -1,5 +1,9 @@
 #include "KorvoL2/KorvoL2CliCallbacks/VxlanHandlers.h"
 
+#include <exception>
+#include <string>
+#include <utility>
+
 #include "KorvoL2/KorvoL2CliAsyncRequestSm/L2RoutingInfoRequestSm.h"
 #include "KorvoL2/KorvoL2CliAsyncRequestSmBase/L2VxlanVlanRequestSmBase.h"
 #include "KorvoL2/KorvoL2CliAsyncRequestSmBase/RequestSmSupport.h"
@@ -65,6 +69,7 @@ bool CliCallbackWithFormat::VxlanVlanSummaryH::condition(
 
 void CliCallbackWithFormat::VxlanVlanSummaryH::action(
     const Qel::Ptr<CliCallbackWithFormat>& callback) {
+  std::string problem;
   try {
     const VxlanL2Sm& vxlan = *vxlanOf(*callback);
     const auto buffer = Qel::makePtr<Rendering::PrintBuffer>(callback->socket(), defaultBufferSize,
@@ -73,9 +78,16 @@ void CliCallbackWithFormat::VxlanVlanSummaryH::action(
         Qel::makePtr<Rendering::RendererV2>(callback->outputFormat(), buffer, true);
     printVxlanVlanSummaryUtil(*renderer, *recordOrEmpty(vxlan.vxlanL2State()),
                               *recordOrEmpty(vxlan.vxlanL3Config()));
+    return;
+  } catch (const std::exception& e) {
+    problem = e.what();
   } catch (...) {
-    QEL_TRACE(trace(), 8, "Exception caught");
+    problem = "unknown exception";
   }
+  QEL_TRACE(trace(), 8, "Exception caught");
+  // What has been printed ends anywhere, and nothing in it says so.
+  callback->outcomeIs(
+      {.kind = AgentCommand::CommandOutcome::Kind::failed, .reason = std::move(problem)});
 }
 
 }  // namespace KorvoL2

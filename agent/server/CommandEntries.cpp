@@ -9,6 +9,7 @@
 #include "agent/server/HardwareCommands.h"
 #include "agent/server/PrintableText.h"
 #include "agent/server/SyncCall.h"
+#include "platform/command/CommandArgument.h"
 
 namespace KorvoAgent {
 
@@ -22,10 +23,13 @@ RequestEnd endOf(const CommandOutcome& outcome, const RequestLine& request) {
       return {RequestStatus::ok, {}};
     case CommandOutcome::Kind::noHandler:
       return {RequestStatus::noHandler,
-              fmt::format("no {} handler takes \"{}\"", entryName(request.entry),
-                          printable(request.command))};
+              fmt::format("no {} handler takes \"{}\"{}{}", entryName(request.entry),
+                          printable(request.command), outcome.reason.empty() ? "" : ": ",
+                          outcome.reason)};
     case CommandOutcome::Kind::notReady:
       return {RequestStatus::notReady, outcome.reason};
+    case CommandOutcome::Kind::failed:
+      return {RequestStatus::error, outcome.reason};
   }
   return {RequestStatus::error, "unknown outcome"};
 }
@@ -51,7 +55,7 @@ CommandEntries::Answered CommandEntries::answer(const RequestLine& request, int 
       answered.end = endOf(callbacks_.formatted->outcome(), request);
     }
   } catch (const std::exception& e) {
-    answered.end = errorEnd(e.what());
+    answered.end = errorEnd(AgentCommand::messageOf(e));
   } catch (...) {
     answered.end = errorEnd("unknown exception");
   }
@@ -88,7 +92,7 @@ CommandEntries::Started CommandEntries::start(JobId id, const RequestLine& reque
       started.end = endOf(outcome, request);
     }
   } catch (const std::exception& e) {
-    started.end = errorEnd(e.what());
+    started.end = errorEnd(AgentCommand::messageOf(e));
   } catch (...) {
     started.end = errorEnd("unknown exception");
   }

@@ -6,6 +6,8 @@
 #include <exception>
 #include <utility>
 
+#include "platform/command/CommandArgument.h"
+
 namespace KorvoAgent {
 
 namespace {
@@ -20,7 +22,7 @@ std::string currentExceptionText() {
   try {
     throw;
   } catch (const std::exception& e) {
-    return e.what();
+    return AgentCommand::messageOf(e);
   } catch (...) {
     return "unknown exception";
   }

@@ -24,6 +24,7 @@
 #include <utility>
 
 #include "TinySwitch.h"
+#include "platform/command/CommandArgument.h"
 #include "platform/command/PluginEntry.h"
 
 namespace {
@@ -215,7 +216,7 @@ class Host {
   }
 
   static void tellFailure(const std::exception& failure) {
-    std::printf("-- failed: %s\n", failure.what());
+    std::printf("-- failed: %s\n", AgentCommand::messageOf(failure).c_str());
   }
   static void tellOutcome(const AgentCommand::CliCallbackCommon& callback) {
     const CommandOutcome& outcome = callback.outcome();
@@ -227,6 +228,9 @@ class Host {
         break;
       case CommandOutcome::Kind::notReady:
         std::printf("-- not ready: %s\n", outcome.reason.c_str());
+        break;
+      case CommandOutcome::Kind::failed:
+        std::printf("-- failed, and the answer is cut off: %s\n", outcome.reason.c_str());
         break;
     }
   }

@@ -30,9 +30,14 @@ struct CommandOutcome {
     handled,    ///< a handler took it
     noHandler,  ///< no handler's condition held
     notReady,   ///< the agent or something that the command needs is not there yet
+    failed,     ///< a handler took it and failed; its answer is missing or cut off
   };
   Kind kind = Kind::handled;
-  /** For notReady: what is missing, as the trace says it. Empty otherwise. */
+  /**
+   * For notReady: what is missing, as the trace says it. For failed: what went wrong. For
+   * noHandler: why not, where there is more to say than that no keyword matched. May hold what the
+   * command named, control bytes excepted. Empty otherwise.
+   */
   std::string reason;
 };
 

@@ -147,6 +147,10 @@ class Hardware(TestCase):
     def test_odd_lists_of_chips_end_as_they_should_and_leave_nothing_behind(self):
         with Agent("--demo") as agent:
             refused = "Tessar::FapId::value < Tessar::FapId::min or > Tessar::FapId::null not allowed"
+            def about(chips, message):
+                """What is told of a list that is wrong; a long one is shown in part."""
+                return f'chip list "{chips}": {message}'
+
             for chips, message in {
                     "": None, "1,,2": None, ",,,": None, " 1": None, "+1": None, "junk": None,
                     "0,0,0": None, "128": None, "44": None, "300": None, "4294967296": None,
@@ -159,7 +163,8 @@ class Hardware(TestCase):
                         json.loads(answer)
                     else:
                         self.assertEqual((told[-1]["status"], told[-1]["message"]),
-                                         ("error", message), chips)
+                                         ("error", about(chips, message)))
+                        self.assertEqual(answer, b"")
             for chips, message in {"": None, "0,0": None, "2,1": None, "77": None, "1,": None, "1,,2": "stoi",
                                    "x": "stoi", "129": refused, "99999999999": "stoi"}.items():
                 answer, told = agent.askWithDescriptor(f"async json MACT_HW_ALL{chips}\n")
@@ -167,7 +172,11 @@ class Hardware(TestCase):
                     self.assertEqual(told[-1]["status"], "ok", chips)
                     json.loads(answer)
                 else:
-                    self.assertEqual((told[-1]["status"], told[-1]["message"]), ("error", message))
+                    self.assertEqual((told[-1]["status"], told[-1]["message"]),
+                                     ("error", about(chips, message)))
+            done = agent.client("raw", "async", "text", "MACT_HW_ALL0,x", text=True)
+            self.assertEqual(done.returncode, 5)
+            self.assertIn('chip list "0,x": stoi', done.stderr)
             self.assertNothingLeft(agent)
             self.assertAnswers(agent)
 

@@ -126,9 +126,34 @@ class PlainCommands(TestCase):
 
     def test_what_no_table_is_called_is_no_command(self):
         with Agent("--demo") as agent:
-            for command in ("ShadowShow", "ShadowShow+NOPE", "ShadowShow+EGR_XLATE"):
+            noTable = "it names none of the tables EGR_VFI, EGR_XLATE_2, EGR_XLATE, EVTAP, IVTAP, " \
+                      "SOURCE_VP, VFI, VLAN_XLATE_2, VLAN_XLATE"
+            for command, reason in {
+                    "ShadowShow": noTable, "ShadowShow+NOPE": noTable,
+                    "ShadowShow+EGR_XLATE": "EGR_XLATE is read from a chip; name it with CHIP",
+                    "ShadowShow+EGR_XLATE+CHIP+7": "there is no chip 7"}.items():
                 answer, told = agent.askWithDescriptor(f"plain text {command}\n")
-                self.assertEqual((answer, told[-1]["status"]), (b"", "no-handler"), command)
+                self.assertEqual(
+                    (answer, told[-1]["status"], told[-1]["message"]),
+                    (b"", "no-handler", f'no plain handler takes "{command}": {reason}'))
+                self.assertEqual(agent.ask(f"plain text {command}\n"), b"")
+                done = agent.client("raw", "plain", "text", command, text=True)
+                self.assertEqual((done.returncode, done.stdout), (3, ""))
+                self.assertIn(reason, done.stderr)
+
+    def test_an_argument_that_is_wrong_is_named(self):
+        with Agent("--demo") as agent:
+            for command, message in {
+                    "PER_VLAN_ENTRY_VLAN-4095":
+                        'VLAN "4095": Bridging::VlanId::value < 1 or > 4094 not allowed',
+                    "PER_VLAN_ENTRY_MAC-x": 'MAC address "x": "x" is no MAC address',
+                    "ShadowShow+EGR_XLATE+CHIP+300": 'chip "300": Tessar::FapId::value < ',
+                    "EcmpOutputIntfTunnelId+dst-mac=y": 'dst-mac "y": "y" is no MAC address',
+                    "EcmpOutputIntfTunnelId+dst-mac=0200.0200.0002,ingress-intf-id=" + "x" * 64:
+                        f'ingress-intf-id "{"x" * 64}": interface name "'}.items():
+                answer, told = agent.askWithDescriptor(f"plain text {command}\n")
+                self.assertEqual((answer, told[-1]["status"]), (b"", "error"), command)
+                self.assertTrue(told[-1]["message"].startswith(message), told[-1])
 
     def test_an_agent_without_entries_says_so_of_every_table(self):
         with Agent() as agent:
@@ -225,11 +250,17 @@ class Readiness(TestCase):
             answer, told = agent.askWithDescriptor("plain text HW_FIFOREG\n")
             self.assertEqual((answer, told[-1]["status"]), (b"Invalid Command\n", "no-handler"))
 
-    def test_shadows_that_hold_nothing_to_show_are_no_command(self):
+    def test_shadows_that_hold_nothing_to_show_are_not_ready(self):
         document = {"version": 1, "switch": {"hwTableStateAvailable": False}}
         with Agent("--demo", "--state", self.write("state.json", json.dumps(document))) as agent:
             answer, told = agent.askWithDescriptor("plain text ShadowShow+VFI\n")
-            self.assertEqual((answer, told[-1]["status"]), (b"", "no-handler"))
+            reason = "the hardware table state is not available"
+            self.assertEqual((answer, told[-1]["status"], told[-1]["message"]),
+                             (b"", "not-ready", reason))
+            self.assertEqual(agent.ask("plain text ShadowShow+VFI\n"), b"")
+            done = agent.client("raw", "plain", "text", "ShadowShow+VFI", text=True)
+            self.assertEqual((done.returncode, done.stdout), (4, ""))
+            self.assertIn(reason, done.stderr)
 
     def test_a_chip_without_translation_has_no_translation_commands(self):
         document = {"version": 1, "chipAttributes": {"quorra2": {"egrVlanXlate": True}}}

@@ -7,6 +7,7 @@
 #include "KorvoL2/KorvoL2CliAsyncRequestSm/L2HwTableRequestSm.h"
 #include "platform/base/Exceptions.h"
 #include "platform/base/Tracked.h"
+#include "platform/command/CommandArgument.h"
 #include "tests/KorvoL2/RequestHarness.h"
 
 namespace KorvoL2::Testing {
@@ -197,6 +198,7 @@ TEST_F(L2HwTableRequest, PieceThatIsNoNumberThrowsWhatTheConversionThrows) {
       FAIL() << list;
     } catch (const std::invalid_argument& e) {
       EXPECT_STREQ(e.what(), "stoi") << list;
+      EXPECT_EQ(AgentCommand::messageOf(e), "chip list \"" + std::string(list) + "\": stoi");
     }
   }
   auto sm = start(kText, "4294967296");
@@ -219,6 +221,7 @@ TEST_F(L2HwTableRequest, ChipNumberAboveTheNullIdFailsTheRangeCheck) {
       EXPECT_STREQ(
           e.what(),
           "Tessar::FapId::value < Tessar::FapId::min or > Tessar::FapId::null not allowed");
+      EXPECT_EQ(AgentCommand::messageOf(e), "chip list \"" + std::string(list) + "\": " + e.what());
     }
   }
   traces->clear();

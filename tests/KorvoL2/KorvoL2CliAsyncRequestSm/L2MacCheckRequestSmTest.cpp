@@ -6,6 +6,7 @@
 
 #include "platform/base/Exceptions.h"
 #include "platform/base/Tracked.h"
+#include "platform/command/CommandArgument.h"
 #include "tests/KorvoL2/MacCheckHarness.h"
 
 namespace KorvoL2::Testing {
@@ -77,6 +78,7 @@ TEST_F(MacCheck, NumberWhoseLowByteIsAboveTheNullIdThrowsOutOfTheFactory) {
   } catch (const Qel::RangeException& e) {
     EXPECT_STREQ(e.what(),
                  "Tessar::FapId::value < Tessar::FapId::min or > Tessar::FapId::null not allowed");
+    EXPECT_EQ(AgentCommand::messageOf(e), std::string("chip list \"0,129,1\": ") + e.what());
   }
   // What was asked for before is not withdrawn, and nobody else holds its table.
   ASSERT_EQ(helper->reader->requests.size(), 1u);

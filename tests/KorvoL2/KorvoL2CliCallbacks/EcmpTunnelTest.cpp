@@ -4,6 +4,7 @@
 
 #include "KorvoL2/KorvoL2CliCallbacks/EcmpTunnelHandler.h"
 #include "platform/base/Exceptions.h"
+#include "platform/command/CommandArgument.h"
 #include "tests/KorvoL2/KorvoL2CliCallbacks/CallbackFixture.h"
 
 namespace KorvoL2::Testing {
@@ -126,6 +127,22 @@ TEST_F(EcmpTunnelTest, AnAddressThatIsNoneThrowsWhatTheAddressTypeThrows) {
 
 TEST_F(EcmpTunnelTest, AnInterfaceNameThatIsNoneThrowsWhatTheInterfaceTypeThrows) {
   EXPECT_THROW(ask("0", std::string(200, 'x')), Qel::RangeException);
+}
+
+TEST_F(EcmpTunnelTest, WhichArgumentIsNoneIsTold) {
+  const auto messageFor = [this](const std::string& arguments) {
+    try {
+      ask(arguments);
+    } catch (const std::exception& e) {
+      return AgentCommand::messageOf(e);
+    }
+    return std::string("nothing was thrown");
+  };
+  EXPECT_THAT(messageFor("+dst-mac=0011.22,vlan-id=0,ingress-intf-id=Ethernet1"),
+              ::testing::StartsWith("dst-mac \"0011.22\": \"0011.22\" is no MAC address"));
+  EXPECT_THAT(messageFor("+dst-mac=0011.2233.4455,ingress-intf-id=" + std::string(64, 'x')),
+              ::testing::StartsWith("ingress-intf-id \"" + std::string(64, 'x') +
+                                    "\": interface name \"xxx"));
 }
 
 TEST_F(EcmpTunnelTest, AnInterfaceThatNobodyKnowsHasNoAccessVlanAndItsNameIsNotKept) {

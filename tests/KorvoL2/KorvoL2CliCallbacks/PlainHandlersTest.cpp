@@ -6,6 +6,7 @@
 #include <functional>
 
 #include "platform/base/Exceptions.h"
+#include "platform/command/CommandArgument.h"
 #include "tests/KorvoL2/KorvoL2CliCallbacks/CallbackFixture.h"
 
 namespace KorvoL2::Testing {
@@ -284,6 +285,7 @@ TEST_F(PerVlanEntryTest, AVlanOutOfRangeThrowsWhatTheVlanTypeThrows) {
       ADD_FAILURE() << vlan << " was taken";
     } catch (const Qel::RangeException& e) {
       EXPECT_STREQ(e.what(), "Bridging::VlanId::value < 1 or > 4094 not allowed");
+      EXPECT_EQ(AgentCommand::messageOf(e), "VLAN \"" + vlan + "\": " + e.what());
     }
     EXPECT_EQ(liveHandlers(), 0);
     expectUntouchedSocket();
@@ -298,7 +300,12 @@ TEST_F(PerVlanEntryTest, WithAnAddressShowsThatAddressAndLeavesTheVlanAtOne) {
 }
 
 TEST_F(PerVlanEntryTest, AnAddressThatIsNoneThrowsWhatTheAddressTypeThrows) {
-  EXPECT_THROW(runPlain("PER_VLAN_ENTRY_MAC-0011.2233"), Qel::ParseException);
+  try {
+    runPlain("PER_VLAN_ENTRY_MAC-0011.2233");
+    ADD_FAILURE() << "it was taken";
+  } catch (const Qel::ParseException& e) {
+    EXPECT_EQ(AgentCommand::messageOf(e), std::string("MAC address \"0011.2233\": ") + e.what());
+  }
   EXPECT_THROW(runPlain("PER_VLAN_ENTRY_MAC-"), Qel::ParseException);
   EXPECT_EQ(liveHandlers(), 0);
   expectUntouchedSocket();

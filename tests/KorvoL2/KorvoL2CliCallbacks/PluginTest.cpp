@@ -16,6 +16,7 @@
 #include "platform/base/Toggles.h"
 #include "platform/base/Trace.h"
 #include "platform/base/Tracked.h"
+#include "platform/command/CommandArgument.h"
 #include "platform/command/PluginEntry.h"
 #include "tests/mocks/CommandSocket.h"
 #include "tests/mocks/MockAgentWorld.h"
@@ -201,6 +202,12 @@ TEST_F(LoadedPluginTest, ExceptionsAreCaughtByTheirTypeAcrossTheBorder) {
                Qel::RangeException);
   EXPECT_THROW(callback->handleCommand(socket.descriptor(), "PER_VLAN_ENTRY_MAC-x"),
                Qel::ParseException);
+  try {
+    callback->handleCommand(socket.descriptor(), "PER_VLAN_ENTRY_VLAN-0");
+  } catch (const std::exception& e) {
+    EXPECT_EQ(AgentCommand::messageOf(e),
+              "VLAN \"0\": Bridging::VlanId::value < 1 or > 4094 not allowed");
+  }
 }
 
 TEST_F(LoadedPluginTest, ItsTraceHandleIsKnownAsSoonAsItIsLoaded) {

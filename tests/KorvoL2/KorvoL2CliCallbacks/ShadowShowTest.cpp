@@ -6,6 +6,7 @@
 
 #include "KorvoL2/KorvoL2CliCallbacks/ShadowShowHandlers.h"
 #include "platform/base/Exceptions.h"
+#include "platform/command/CommandArgument.h"
 #include "tests/KorvoL2/KorvoL2CliCallbacks/CallbackFixture.h"
 
 namespace KorvoL2::Testing {
@@ -33,13 +34,15 @@ class ShadowShowTest : public CallbackFixture {
     EXPECT_EQ(executed(), "ShadowShow");
     return *parameters_;
   }
-  void expectNothingShown(const std::string& command) {
+  void expectNothingShown(const std::string& command, const std::string& reason,
+                          Kind kind = Kind::noHandler) {
     traces->clear();
     runPlain(command);
     EXPECT_EQ(executed(), "ShadowShow");
     EXPECT_EQ(traced(8).back(), "Unknown command!");
     expectUntouchedSocket();
-    EXPECT_EQ(plain->outcome().kind, Kind::noHandler);
+    EXPECT_EQ(plain->outcome().kind, kind);
+    EXPECT_EQ(plain->outcome().reason, reason);
   }
 
  private:
@@ -182,10 +185,11 @@ TEST_F(ShadowShowTest, TheFirstStageAtEgressAsksForTheNullIdWithoutAChip) {
 
 TEST_F(ShadowShowTest, TheFirstStageAtEgressNeedsItsModuleAndTheChipsFeature) {
   world.modulePresent = false;
-  expectNothingShown("ShadowShow+EGR_XLATE");
+  expectNothingShown("ShadowShow+EGR_XLATE", "EGR_XLATE is read from a chip; name it with CHIP");
+  expectNothingShown("ShadowShow+EGR_XLATE+CHIP+7", "there is no chip 7");
   world.modulePresent = true;
   world.chipIs({});
-  expectNothingShown("ShadowShow+EGR_XLATE");
+  expectNothingShown("ShadowShow+EGR_XLATE", "the chip does not translate VLANs at egress");
 }
 
 TEST_F(ShadowShowTest, TheFirstStageAtEgressDoesWithoutShadowsTheOthersDoNot) {
@@ -194,12 +198,25 @@ TEST_F(ShadowShowTest, TheFirstStageAtEgressDoesWithoutShadowsTheOthersDoNot) {
   runPlain("ShadowShow+EGR_XLATE");
   for (const auto& table : CliCallback::ShadowShowH::tables()) {
     if (table.keyword == "EGR_XLATE") continue;
-    expectNothingShown("ShadowShow+" + std::string(table.keyword));
+    expectNothingShown("ShadowShow+" + std::string(table.keyword),
+                       "the hardware table state is not available", Kind::notReady);
   }
 }
 
+TEST_F(ShadowShowTest, ATableThatCannotBeShownDoesNotSpeakForTheOneThatIs) {
+  world.modulePresent = false;
+  EXPECT_CALL(*world.ringManager, showVfiTable(socket(), NotNull()));
+  runPlain("ShadowShow+EGR_XLATE+VFI");
+  expectHandled(plain->outcome());
+}
+
 TEST_F(ShadowShowTest, AChipNumberThatIsNoneEndsTheCommandThatNeedsIt) {
-  EXPECT_THROW(runPlain("ShadowShow+EGR_XLATE+CHIP+129"), Qel::RangeException);
+  try {
+    runPlain("ShadowShow+EGR_XLATE+CHIP+129x");
+    ADD_FAILURE() << "nothing was thrown";
+  } catch (const Qel::RangeException& e) {
+    EXPECT_EQ(AgentCommand::messageOf(e), std::string("chip \"129x\": ") + e.what());
+  }
   EXPECT_EQ(liveHandlers(), 0);
   expectUntouchedSocket();
   // Other tables leave the number to their printer.
@@ -207,11 +224,14 @@ TEST_F(ShadowShowTest, AChipNumberThatIsNoneEndsTheCommandThatNeedsIt) {
 }
 
 TEST_F(ShadowShowTest, WithoutATableNothingIsShown) {
-  expectNothingShown("ShadowShow");
-  expectNothingShown("ShadowShow+RAW");
-  expectNothingShown("ShadowShow+vfi");
-  expectNothingShown("ShadowShow+VFIX");
-  expectNothingShown("ShadowShowVFI");
+  // Whatever else is missing.
+  world.hwTableStateAvailable = false;
+  for (const char* const command : {"ShadowShow", "ShadowShow+RAW", "ShadowShow+vfi",
+                                    "ShadowShow+VFIX", "ShadowShow+VFIX+CHIP+7", "ShadowShowVFI"}) {
+    expectNothingShown(command,
+                       "it names none of the tables EGR_VFI, EGR_XLATE_2, EGR_XLATE, EVTAP, IVTAP, "
+                       "SOURCE_VP, VFI, VLAN_XLATE_2, VLAN_XLATE");
+  }
 }
 
 TEST_F(ShadowShowTest, ATableNameAsTheNumberOfAnOptionStillNamesTheTable) {

@@ -179,10 +179,19 @@ TEST_F(VxlanHandlersTest, WhatASummaryThrowsIsTracedAndGoesNoFurther) {
   runFormatted("VXLAN_VLAN_SUMMARY");
   EXPECT_THAT(traced(8), Contains("Exception caught"));
   expectUntouchedSocket();
+  EXPECT_EQ(formatted->outcome().kind, Kind::failed);
+  EXPECT_EQ(formatted->outcome().reason, "agent on fire");
   // What is no exception of the standard library, too.
-  EXPECT_CALL(*world.vxlan, vxlanL2State).WillOnce(Throw(7));
+  EXPECT_CALL(*world.vxlan, vxlanL2State)
+      .WillOnce(Throw(7))
+      .WillRepeatedly(Return(world.vxlanL2State));
   runFormatted("VXLAN_VLAN_SUMMARY");
   EXPECT_FALSE(closed());
+  EXPECT_EQ(formatted->outcome().kind, Kind::failed);
+  EXPECT_EQ(formatted->outcome().reason, "unknown exception");
+  // The next command has an outcome of its own.
+  runFormatted("VXLAN_VLAN_SUMMARY");
+  expectHandled(formatted->outcome());
 }
 
 TEST_F(VxlanHandlersTest, TheVlanDumpsKeywordAloneIsNoCommandThatIsAnsweredAtOnce) {

@@ -7,6 +7,7 @@
 
 #include <string>
 
+#include "platform/command/CommandArgument.h"
 #include "tests/agent/server/ServerHarness.h"
 
 namespace KorvoAgent {
@@ -90,6 +91,30 @@ TEST_F(ServerAnswerTest, EveryOutcomeHasItsStatus) {
               EndsWith(done("error", "no machine could be made", 0, 0, 0)));
   EXPECT_THAT(eventsOf("plain json PRINT hello\n"), StartsWith("{\"event\":\"done\",\"status\":"
                                                                "\"refused\""));
+}
+
+TEST_F(ServerAnswerTest, AnAnswerThatIsKnownToBeCutOffIsNotOk) {
+  std::string answer;
+  EXPECT_THAT(eventsOf("sync json FAIL\n", &answer),
+              EndsWith(done("error", "the other half is lost", 0, 8, 1)));
+  EXPECT_EQ(answer, "{\"half\":");
+}
+
+TEST_F(ServerAnswerTest, WhyNoHandlerTakesACommandIsSaidWhereItIsKnown) {
+  EXPECT_THAT(
+      eventsOf("plain text NO_TABLE\n"),
+      EndsWith(done("no-handler", "no plain handler takes \\\"NO_TABLE\\\": it names no table", 0,
+                    0, 1)));
+}
+
+TEST_F(ServerAnswerTest, WhichArgumentIsWrongIsSaidWhereverItIsRead) {
+  const std::string message = "chip list \\\"0,x\\\": stoi";
+  EXPECT_THAT(eventsOf("plain text THROW_ARGUMENT\n"), EndsWith(done("error", message, 0, 0, 1)));
+  EXPECT_THAT(eventsOf("async text THROW_ARGUMENT\n"), EndsWith(done("error", message, 0, 0, 0)));
+  formatted->beforeRow = [](std::uint64_t) {
+    AgentCommand::readArgument("chip list", "0,x", [] { return std::stoi("x"); });
+  };
+  EXPECT_THAT(eventsOf("async text ROWS 9\n"), EndsWith(done("error", message, 0, 0, 1)));
 }
 
 TEST_F(ServerAnswerTest, WithoutHardwareItsCommandsAreNotReadyAndDoNotReachThePlugIn) {

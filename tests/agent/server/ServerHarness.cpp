@@ -9,6 +9,8 @@
 #include <cstring>
 #include <stdexcept>
 
+#include "platform/command/CommandArgument.h"
+
 namespace KorvoAgent {
 
 using AgentCommand::CommandOutcome;
@@ -80,6 +82,14 @@ FewDescriptors::FewDescriptors(rlim_t left) {
 
 FewDescriptors::~FewDescriptors() { ::setrlimit(RLIMIT_NOFILE, &before_); }
 
+namespace {
+
+void refuseArgument() {
+  AgentCommand::readArgument("chip list", "0,x", [] { return std::stoi("x"); });
+}
+
+}  // namespace
+
 void TestPlainCallback::handleCommand(std::uint32_t socket, std::string command) {
   outcomeIs({});
   commandSeen = command;
@@ -95,6 +105,10 @@ void TestPlainCallback::handleCommand(std::uint32_t socket, std::string command)
   } else if (command == "THROW") {
     Rendering::printToSocket(socket, "so far");
     throw std::runtime_error("the handler failed");
+  } else if (command == "THROW_ARGUMENT") {
+    refuseArgument();
+  } else if (command == "NO_TABLE") {
+    outcomeIs({CommandOutcome::Kind::noHandler, "it names no table"});
   } else if (command == "NOT_READY") {
     outcomeIs({CommandOutcome::Kind::notReady, "l2 agent not ready"});
   } else if (command.starts_with("BIG ")) {
@@ -114,6 +128,9 @@ void TestFormattedCallback::handleCommand(std::uint32_t socket, std::string comm
   outcomeIs({});
   if (command == "FORMAT") {
     Rendering::printToSocket(socket, std::to_string(outputFormat) + "\n");
+  } else if (command == "FAIL") {
+    Rendering::printToSocket(socket, "{\"half\":");
+    outcomeIs({CommandOutcome::Kind::failed, "the other half is lost"});
   } else {
     outcomeIs({CommandOutcome::Kind::noHandler, ""});
   }
@@ -130,6 +147,7 @@ TestFormattedCallback::createAgentAsyncCommandRequestSm(
                                      std::stoull(command.substr(5)), beforeRow);
   }
   if (command == "THROW") throw std::runtime_error("no machine could be made");
+  if (command == "THROW_ARGUMENT") refuseArgument();
   if (command == "NOT_READY") {
     outcomeIs({CommandOutcome::Kind::notReady, "no unicast agent"});
   } else if (command != "SILENT") {

@@ -55,7 +55,10 @@ class FewDescriptors {
 class TestPlainCallback final : public AgentCommand::CliCallbackBase {
  public:
   TestPlainCallback() : CliCallbackBase("test", "plain") {}
-  /** "PRINT text", "CLOSE", "CLOSE_AND_REUSE", "THROW", "NOT_READY", "BIG rows", else unknown. */
+  /**
+   * "PRINT text", "CLOSE", "CLOSE_AND_REUSE", "THROW", "THROW_ARGUMENT", "NOT_READY", "BIG rows",
+   * "NO_TABLE" (unknown, with a reason), else unknown.
+   */
   void handleCommand(std::uint32_t socket, std::string command) override;
   std::string commandSeen;
   std::function<void()> betweenPrints;
@@ -68,10 +71,13 @@ class TestFormattedCallback final : public AgentCommand::CliCallbackBaseWithForm
  public:
   explicit TestFormattedCallback(Qel::Ptr<const Qel::Clock> clock)
       : CliCallbackBaseWithFormat("test", "formatted"), clock_(std::move(clock)) {}
-  /** "FORMAT" prints the format's number; else unknown. */
+  /** "FORMAT" prints the format's number, "FAIL" half an answer; else unknown. */
   void handleCommand(std::uint32_t socket, std::string command,
                      std::uint32_t outputFormat) override;
-  /** "ROWS n", "NOT_READY", "THROW", "SILENT" (no machine and no word about it), else unknown. */
+  /**
+   * "ROWS n", "NOT_READY", "THROW", "THROW_ARGUMENT", "SILENT" (no machine and no word about it),
+   * else unknown.
+   */
   Qel::Ptr<AgentCommand::AgentAsyncCommandRequestSm> createAgentAsyncCommandRequestSm(
       Qel::Ptr<const AgentCommand::AgentCommandRequest> request) override;
   RowsMachine::Hook beforeRow;
