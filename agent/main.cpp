@@ -11,6 +11,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "agent/AgentOptions.h"
@@ -29,6 +30,7 @@
 #include "agent/server/CommandServer.h"
 #include "platform/base/Exceptions.h"
 #include "platform/base/Trace.h"
+#include "platform/types/IntfCalled.h"
 
 namespace {
 
@@ -102,6 +104,11 @@ AgentFacts factsOf(SwitchModel& model, std::optional<SwitchHardware>& hardware) 
     std::vector<AgentFacts::Chip> chips;
     for (const Chip& chip : model.chips()) chips.push_back({chip.id.value(), chip.name});
     return chips;
+  };
+  facts.findInterface = [](std::string_view name) -> std::optional<AgentFacts::Interface> {
+    const std::optional<Bridging::IntfId> found = Bridging::intfCalled(name);
+    if (!found) return std::nullopt;
+    return AgentFacts::Interface{found->stringValue(), found->shortName()};
   };
   facts.tables = [&model, &hardware] {
     std::vector<AgentFacts::Table> tables{{"interfaceNames", Bridging::IntfId::numNames()},

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "client/CommandTable.h"
@@ -15,16 +16,22 @@ namespace KorvoCtl {
 
 namespace {
 
+// A line below has the syntax, where that is more than the keyword.
 struct Line {
   std::string command;
   std::string entry;
   std::string keyword;
+  std::string syntax = {};
 };
 
 std::vector<Line> linesOf(const CommandRow& row) {
   const std::string entry(row.entry ? toText(*row.entry) : "-");
-  std::vector<Line> lines{
-      {synopsis(row), entry, row.keyword.empty() ? "-" : std::string(row.keyword)}};
+  std::vector<Line> lines{{.command = synopsis(row),
+                           .entry = entry,
+                           .keyword = row.keyword.empty() ? "-" : std::string(row.keyword)}};
+  if (std::string whole = syntax(row); whole != row.keyword) {
+    lines.back().syntax = std::move(whole);
+  }
   for (const CommandOption& option : row.options) {
     if (option.replacesKeyword) {
       lines.push_back({fmt::format("{} {}", row.path, withValue(option)), entry,
@@ -47,7 +54,10 @@ std::string textList() {
   }
   std::string text;
   for (const Line& line : lines) {
-    text += fmt::format("{:<{}}  {:<5}  {}\n", line.command, width, line.entry, line.keyword);
+    text += fmt::format("{:<{}} {:<5} {}\n", line.command, width, line.entry, line.keyword);
+    if (!line.syntax.empty()) {
+      text += fmt::format("    {}\n", line.syntax);
+    }
   }
   return text;
 }
@@ -104,6 +114,7 @@ class JsonList {
     member("example", row.example);
     textOrNull("entry", row.entry ? toText(*row.entry) : "");
     textOrNull("keyword", row.keyword);
+    textOrNull("syntax", syntax(row));
     key("json");
     writer_.Bool(row.takesJson());
     key("arguments");

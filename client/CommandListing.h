@@ -6,7 +6,8 @@
 namespace KorvoCtl {
 
 // Every command with the agent's entry and keyword that it stands for, in columns; where an option
-// stands for another keyword, a line with that option too. JSON: one document, a line.
+// stands for another keyword, a line with that option too, and where arguments follow the keyword,
+// an indented line with both. JSON: one document, a line.
 [[nodiscard]] std::string listCommands(bool json);
 
 }  // namespace KorvoCtl

@@ -139,10 +139,12 @@ constexpr CommandRow kCommands[] = {
      .positionals = kDestinationMac,
      .whenEmpty = "no tunnel: the VLAN has no such address behind one, or the interface no VLAN; "
                   "see 'korvoctl show vxlan vlan' and 'korvoctl show mac address-table'",
+     .emptyMeansNo = true,
      .summary = "Tunnel that a frame would take",
      .details =
          "Prints the number of the VXLAN tunnel through which a frame to the address MAC would\n"
-         "leave, and nothing when there is none.",
+         "leave. When there is none it prints nothing and ends with exit status 1. INTERFACE is\n"
+         "written in full or as tables show it: Ethernet3/3 or Et3/3.",
      .example = "korvoctl show vxlan destination 0200.0200.0008 --vlan 10"},
 
     {.path = "show vxlan virtual-ports",
@@ -337,7 +339,9 @@ constexpr CommandRow kCommands[] = {
      .summary = "Every command, with its keyword",
      .details =
          "Asks no agent. The keyword is what goes to the agent, through the entry that is named\n"
-         "beside it; --json says the same to tools, with arguments, options and help texts.",
+         "beside it. A line below has the arguments where there are any: brackets stand around\n"
+         "what may be left out, | between what excludes each other, and LIST is numbers of chips\n"
+         "with commas between. --json says the same to tools, with options and help texts.",
      .example = "korvoctl commands --json"},
 
     {.path = "raw",

@@ -56,6 +56,38 @@ std::string usage(const CommandRow& row) {
   return text + (row.takesJson() ? " [--json]" : "");
 }
 
+std::string syntax(const CommandRow& row) {
+  if (!row.entry) {
+    return {};
+  }
+  std::string text(row.keyword);
+  for (const Positional& positional : row.positionals) {
+    text += fmt::format("{}{}", positional.text, positional.name);
+  }
+  // The options of a choice follow each other. One that has a text of its own for its absence
+  // always stands there, and so does a list of chips, which names all of them where none is given.
+  for (auto option = row.options.begin(); option != row.options.end(); ++option) {
+    if (option->replacesKeyword) {
+      continue;
+    }
+    const auto textOf = [](const CommandOption& each) {
+      return fmt::format("{}{}", each.text, placeholder(each.kind));
+    };
+    std::string alternatives = textOf(*option);
+    if (!option->absent.empty() || option->needed || option->kind == ValueKind::kChips) {
+      text += alternatives;
+      continue;
+    }
+    while (option->choice != 0 && option + 1 != row.options.end() &&
+           (option + 1)->choice == option->choice) {
+      ++option;
+      alternatives += "|" + textOf(*option);
+    }
+    text += fmt::format("[{}]", alternatives);
+  }
+  return text;
+}
+
 std::vector<std::string_view> wordsOf(std::string_view path) { return split(path, ' '); }
 
 bool liesBelow(std::string_view path, std::string_view ancestor) {

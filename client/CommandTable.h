@@ -74,6 +74,15 @@ using RequestBuilder = Result<Request> (*)(const CommandRow& row, const Argument
 // Entry, format and command all from the operator: the words ENTRY FORMAT COMMAND...
 [[nodiscard]] Result<Request> rawRequest(const CommandRow& row, const Arguments& arguments);
 
+// The row whose keyword the command of a request begins with, the longest one where several do, as
+// an agent reads it; or null.
+[[nodiscard]] const CommandRow* rowOfRequest(const Request& request);
+
+// What to tell the operator about a request in their own words which the agent takes although it
+// cannot be what was meant: a list of chips that is empty, so that no chip is looked at. Empty
+// where there is nothing to tell.
+[[nodiscard]] std::string warningAbout(const Request& request);
+
 // Answers without an agent.
 using LocalCommand = std::string (*)(bool json);
 
@@ -94,6 +103,8 @@ struct CommandRow {
   std::span<const std::string_view> totals = {};
   // What an answer that is empty means, where it means something. For standard error.
   std::string_view whenEmpty = {};
+  // The command asks for one thing, and an answer that is empty says that it is not there.
+  bool emptyMeansNo = false;
   // One line without a full stop, short enough to stand beside the command in a list.
   std::string_view summary = {};
   // Further lines of help, wrapped by hand at 79 columns, without a newline at the end.
@@ -128,6 +139,10 @@ struct CommandGroup {
 
 // The same with the options: "show router-mac [--vlan N | --mac MAC]".
 [[nodiscard]] std::string usage(const CommandRow& row);
+
+// What the row sends to its entry, as one would write it: "MACT_DIFF[ detail]LIST". Brackets stand
+// around what may be left out, "|" between what excludes each other. Empty for a row without one.
+[[nodiscard]] std::string syntax(const CommandRow& row);
 
 // The words of a path.
 [[nodiscard]] std::vector<std::string_view> wordsOf(std::string_view path);

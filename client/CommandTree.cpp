@@ -32,7 +32,7 @@ constexpr std::string_view kRootFooter =
     "\n"
     "Exit status:\n"
     "  0  ok\n"
-    "  1  a check found differences\n"
+    "  1  the answer is no: a check found differences, there is no such tunnel\n"
     "  2  wrong usage\n"
     "  3  refused by the agent, or it has no handler for the command\n"
     "  4  the agent is not ready or cannot be reached\n"

@@ -12,8 +12,8 @@ namespace KorvoCtl {
 
 enum class ExitStatus : int {
   kOk = 0,           // the command ran
-  kDifferences = 1,  // a check ran to its end and found something
-  kUsage = 2,        // the command line is wrong; nothing was sent
+  kNo = 1,           // answered with no: a check found something, what was asked for is not there
+  kUsage = 2,        // the command line is wrong; the command was not sent
   kRefused = 3,      // the agent takes no such request, or has no handler for it
   kUnavailable = 4,  // no agent answers, or it is not ready
   kFailed = 5,       // the command failed, or its answer was cut off part-way

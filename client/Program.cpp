@@ -15,13 +15,14 @@
 #include "client/CommandLine.h"
 #include "client/Exchange.h"
 #include "client/Findings.h"
+#include "client/InterfaceName.h"
 
 namespace KorvoCtl {
 
 namespace {
 
-// 128 chips with names make a few kilobytes.
-constexpr std::size_t kMaxChipsAnswer = 1024UL * 1024;
+// The answer to a question of the client's own: 128 chips with names make a few kilobytes.
+constexpr std::size_t kMaxOwnAnswer = 1024UL * 1024;
 
 void complain(const Surroundings& surroundings, std::string_view message) {
   // Where standard error takes nothing there is nowhere left to say so.
@@ -65,6 +66,9 @@ class Command {
         return fail(surroundings_, *problem);
       }
     }
+    if (const std::optional<Problem> problem = resolveInterfacesOf(arguments)) {
+      return fail(surroundings_, *problem);
+    }
     const Result<Request> request = invocation_.row->build(*invocation_.row, arguments);
     if (const Problem* problem = problemOf(request)) {
       return fail(surroundings_, *problem);
@@ -97,15 +101,47 @@ class Command {
     return std::nullopt;
   }
 
+  // Turns the short names of interfaces into full ones, which alone stand in the agent's tables,
+  // and notices an interface that does not exist.
+  std::optional<Problem> resolveInterfacesOf(Arguments& arguments) {
+    for (const CommandOption& option : invocation_.row->options) {
+      const auto given = arguments.options.find(option.name);
+      if (option.kind != ValueKind::kInterface || given == arguments.options.end()) {
+        continue;
+      }
+      const Result<std::string> answer = askAgent("interface " + given->second);
+      Result<std::string> name =
+          problemOf(answer) != nullptr
+              ? answer
+              : resolveInterface(given->second, std::get<std::string>(answer));
+      if (Problem* problem = std::get_if<Problem>(&name)) {
+        return std::move(*problem);
+      }
+      given->second = std::get<std::string>(std::move(name));
+    }
+    return std::nullopt;
+  }
+
   Result<std::vector<Chip>> askForChips() {
-    StringSink sink(kMaxChipsAnswer);
+    const Result<std::string> answer = askAgent("chips");
+    if (const Problem* problem = problemOf(answer)) {
+      return *problem;
+    }
+    return parseChips(std::get<std::string>(answer));
+  }
+
+  // The answer to a question of the client's own.
+  Result<std::string> askAgent(const std::string& question) {
+    StringSink sink(kMaxOwnAnswer);
     const Outcome outcome =
-        Exchange(exchange_, sink, progress_).run({Entry::kAgent, Format::kJson, "chips"});
+        Exchange(exchange_, sink, progress_).run({Entry::kAgent, Format::kJson, question});
     if (outcome.status != ExitStatus::kOk) {
       return Problem{outcome.status, outcome.message};
     }
-    return parseChips(sink.text());
+    return sink.text();
   }
+
+  [[nodiscard]] bool isRaw() const { return invocation_.row->build == &rawRequest; }
 
   RunResult copyAnswer(const Request& request) {
     const bool isCheck = !invocation_.row->totals.empty();
@@ -122,8 +158,14 @@ class Command {
       // A bare number that scripts take as it is; a person's next prompt is not to stick to it.
       (void)writeAll(surroundings_.output, "\n");
     }
+    if (const std::string warning = isRaw() ? warningAbout(request) : ""; !warning.empty()) {
+      complain(surroundings_, warning);
+    }
     if (outcome.received == 0 && !invocation_.row->whenEmpty.empty()) {
       complain(surroundings_, invocation_.row->whenEmpty);
+      if (invocation_.row->emptyMeansNo) {
+        return {.status = ExitStatus::kNo, .outputClosed = false};
+      }
     }
     return isCheck ? verdictOf(findings) : RunResult{};
   }
@@ -133,7 +175,7 @@ class Command {
       case Findings::Verdict::kClean:
         return {};
       case Findings::Verdict::kFound:
-        return {.status = ExitStatus::kDifferences, .outputClosed = false};
+        return {.status = ExitStatus::kNo, .outputClosed = false};
       case Findings::Verdict::kUnknown:
         break;
     }

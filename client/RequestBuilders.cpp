@@ -1,6 +1,8 @@
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cstddef>
+#include <string_view>
 
 #include "client/CommandTable.h"
 #include "client/Text.h"
@@ -16,7 +18,41 @@ std::string optionText(const CommandOption& option, const Arguments& arguments) 
                                           : fmt::format("{}{}", option.text, given->second);
 }
 
+// What an agent takes as the argument of a formatted command; see keywordRequest().
+std::string_view argumentOf(const Request& request, const CommandRow& row) {
+  constexpr std::string_view kDetailWord = "detail";
+  std::size_t begin = row.keyword.size();
+  if (request.command.find(kDetailWord) != std::string::npos) {
+    begin += kDetailWord.size() + 1;
+  }
+  const std::string_view command = request.command;
+  return command.substr(std::min(begin, command.size()));
+}
+
 }  // namespace
+
+const CommandRow* rowOfRequest(const Request& request) {
+  const CommandRow* best = nullptr;
+  for (const CommandRow& row : commandTable()) {
+    if (row.entry == request.entry && request.command.starts_with(row.keyword) &&
+        (best == nullptr || row.keyword.size() > best->keyword.size())) {
+      best = &row;
+    }
+  }
+  return best;
+}
+
+std::string warningAbout(const Request& request) {
+  const CommandRow* row = rowOfRequest(request);
+  const CommandOption* chips = row == nullptr ? nullptr : chipOption(*row);
+  if (chips == nullptr || chips->kind != ValueKind::kChips || !argumentOf(request, *row).empty()) {
+    return {};
+  }
+  return fmt::format(
+      "'{}' names no chip, so none was looked at; write the chips' numbers behind it ({}0,1), or "
+      "ask with 'korvoctl {}'",
+      shown(request.command, 60), shown(request.command, 60), row->path);
+}
 
 Result<Request> keywordRequest(const CommandRow& row, const Arguments& arguments) {
   std::string keyword(row.keyword);

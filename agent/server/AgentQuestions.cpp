@@ -61,7 +61,7 @@ std::string_view stateName(Job::State state) {
   return "";
 }
 
-constexpr std::string_view kQuestions = "status, chips, requests, cancel N, schema";
+constexpr std::string_view kQuestions = "status, chips, interface NAME, requests, cancel N, schema";
 
 }  // namespace
 
@@ -90,6 +90,11 @@ RequestEnd AgentQuestions::answer(std::string_view question, const Peer& peer, R
       (this->*row.print)(out);
       return {};
     }
+  }
+  constexpr std::string_view kInterface = "interface ";
+  if (question.starts_with(kInterface)) {
+    interface(question.substr(kInterface.size()), out);
+    return {};
   }
   constexpr std::string_view kCancel = "cancel ";
   if (question.starts_with(kCancel)) return cancel(question.substr(kCancel.size()), peer, out);
@@ -134,6 +139,20 @@ void AgentQuestions::chips(RendererV2& out) {
     out.openObject();
     out.addAttribute("%d", "id", chip.id);
     out.addAttribute(" %s\n", "name", std::string_view(chip.name));
+    out.closeObject();
+  }
+  out.closeList();
+  out.closeObject();
+  out.documentEnd();
+}
+
+void AgentQuestions::interface(std::string_view name, RendererV2& out) {
+  out.openObject();
+  out.openList("interfaces");
+  if (const std::optional<AgentFacts::Interface> found = facts_.findInterface(name)) {
+    out.openObject();
+    out.addAttribute("%s", "name", std::string_view(found->name));
+    out.addAttribute(" %s\n", "shortName", std::string_view(found->shortName));
     out.closeObject();
   }
   out.closeList();

@@ -9,6 +9,7 @@
 #include "platform/base/Exceptions.h"
 #include "platform/rendering/JsonText.h"
 #include "platform/rendering/PrintableText.h"
+#include "platform/types/IntfCalled.h"
 
 namespace Bridging {
 
@@ -26,15 +27,21 @@ constexpr std::array kKinds{
     Kind{"Recirc-Channel", "Re"},
 };
 
-std::string briefOf(std::string_view name) {
+// The name with the kind written in the other way, from one member of Kind to the other.
+std::optional<std::string> inOtherForm(std::string_view name, std::string_view Kind::*from,
+                                       std::string_view Kind::*to) {
   for (const Kind& kind : kKinds) {
+    const std::size_t end = (kind.*from).size();
     // Only in front of a number: "Vlan-uplink" is a name of its own.
-    if (name.starts_with(kind.full) && name.size() > kind.full.size() &&
-        isDigit(name[kind.full.size()])) {
-      return std::string(kind.brief).append(name.substr(kind.full.size()));
+    if (name.starts_with(kind.*from) && name.size() > end && isDigit(name[end])) {
+      return std::string(kind.*to).append(name.substr(end));
     }
   }
-  return std::string(name);
+  return std::nullopt;
+}
+
+std::string briefOf(std::string_view name) {
+  return inOtherForm(name, &Kind::full, &Kind::brief).value_or(std::string(name));
 }
 
 // The name with each run of digits, less leading zeros, behind its length: a longer number is a
@@ -109,6 +116,15 @@ IntfId::IntfId(std::string_view name) : IntfId(Names::instance().enter(name)) {}
 std::optional<IntfId> IntfId::find(std::string_view name) {
   const Name* const found = Names::instance().find(name);
   return found == nullptr ? std::nullopt : std::optional(IntfId(found));
+}
+
+std::optional<IntfId> intfCalled(std::string_view text) {
+  const auto find = [](std::string_view name) {
+    return name.empty() || name.size() > IntfId::kMaxNameLength ? std::nullopt : IntfId::find(name);
+  };
+  if (const std::optional<IntfId> named = find(text)) return named;
+  const std::optional<std::string> full = inOtherForm(text, &Kind::brief, &Kind::full);
+  return full ? find(*full) : std::nullopt;
 }
 
 std::size_t IntfId::numNames() noexcept { return Names::instance().size(); }

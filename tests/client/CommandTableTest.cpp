@@ -1,4 +1,5 @@
 // The table's own rules, and what each kind of row sends.
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -213,6 +214,65 @@ TEST(CommandTableTest, UsageShowsWhichOptionsExcludeEachOtherAndWhichAreNeeded) 
   EXPECT_EQ(usage(rowOf("show shadow egress-vlan-xlate")),
             "show shadow egress-vlan-xlate --chip CHIP [--entry N | --all] [--raw]");
   EXPECT_EQ(usage(rowOf("agent cancel")), "agent cancel N [--json]");
+}
+
+TEST(CommandTableTest, SyntaxShowsWhatFollowsTheKeyword) {
+  EXPECT_EQ(syntax(rowOf("show mac address-table")), "MACT_ALL");
+  EXPECT_EQ(syntax(rowOf("check mac diff")), "MACT_DIFF[ detail]LIST");
+  EXPECT_EQ(syntax(rowOf("show router-mac")), "PER_VLAN_ENTRY");
+  EXPECT_EQ(syntax(rowOf("show vxlan vlan")), "VXLAN_VLAN[ detail]");
+  EXPECT_EQ(syntax(rowOf("show vxlan destination")),
+            "EcmpOutputIntfTunnelId+dst-mac=MAC,vlan-id=N,ingress-intf-id=INTERFACE");
+  EXPECT_EQ(syntax(rowOf("show shadow vfi")),
+            "ShadowShow+VFI[+CHIP+CHIP][+VAL+N|+ALLENTRIES][+RAW]");
+  EXPECT_EQ(syntax(rowOf("show shadow egress-vlan-xlate")),
+            "ShadowShow+EGR_XLATE+CHIP+CHIP[+VAL+N|+ALLENTRIES][+RAW]");
+  EXPECT_EQ(syntax(rowOf("raw")), "");
+}
+
+// What a row sends with any of its options has the parts of its syntax, in their order.
+TEST(CommandTableTest, SyntaxHoldsTheTextOfEveryOption) {
+  for (const CommandRow& row : commandTable()) {
+    std::size_t at = 0;
+    const std::string whole = syntax(row);
+    for (const CommandOption& option : row.options) {
+      if (!option.replacesKeyword) {
+        const std::string text = fmt::format("{}{}", option.text, placeholder(option.kind));
+        at = whole.find(text, at);
+        ASSERT_NE(at, std::string::npos) << whole << " lacks " << text;
+        at += text.size();
+      }
+    }
+  }
+}
+
+TEST(CommandTableTest, RequestIsThatOfTheRowWithTheLongestKeyword) {
+  const auto pathOf = [](Entry entry, const char* command) {
+    const CommandRow* row = rowOfRequest({entry, Format::kText, command});
+    return row == nullptr ? std::string_view() : row->path;
+  };
+  EXPECT_EQ(pathOf(Entry::kAsync, "MACT_DIFF0,1"), "check mac diff");
+  EXPECT_EQ(pathOf(Entry::kPlain, "VLAN_XLATE_STATUS_2"), "show vlan translation ingress stage-2");
+  EXPECT_EQ(pathOf(Entry::kAsync, "VLAN_XLATE_STATUS_2"), "show vlan translation ingress");
+  EXPECT_EQ(pathOf(Entry::kPlain, "MACT_DIFF0"), "");
+  EXPECT_EQ(pathOf(Entry::kAsync, "NOPE"), "");
+}
+
+TEST(CommandTableTest, ListOfChipsThatIsEmptyIsWarnedAbout) {
+  const auto warning = [](Entry entry, const char* command) {
+    return warningAbout({entry, Format::kText, command});
+  };
+  for (const char* command : {"MACT_DIFF", "MACT_MISSING", "MACT_HW_ALL", "MACT_DIFF detail",
+                              "MACT_DIFFdetail", "MACT_DIFF+detail"}) {
+    EXPECT_THAT(warning(Entry::kAsync, command),
+                testing::AllOf(testing::StartsWith(fmt::format("'{}' names no chip", command)),
+                               testing::HasSubstr(fmt::format("({}0,1)", command))));
+  }
+  for (const char* command :
+       {"MACT_DIFF0", "MACT_DIFF detail0", "MACT_DIFF 0", "MACT_ALL", "VXLAN_VLAN", "NOPE", ""}) {
+    EXPECT_EQ(warning(Entry::kAsync, command), "") << command;
+  }
+  EXPECT_EQ(warning(Entry::kPlain, "MACT_DIFF"), "");
 }
 
 // The agent takes as argument what follows the keyword, or with "detail" in the command what

@@ -141,19 +141,19 @@ TEST_F(ProgramTest, CheckThatFindsNothingIsOk) {
 TEST_F(ProgramTest, CheckThatFindsSomethingSaysSoInItsStatus) {
   EXPECT_EQ(
       run("check mac diff", {FakeAgent::answers(kTwoChips), FakeAgent::answers(diffText("12"))}),
-      ExitStatus::kDifferences);
+      ExitStatus::kNo);
   EXPECT_EQ(out_, diffText("12"));
   EXPECT_EQ(err_, "");
   const std::string json = R"({"macTableMissingEntries": [{"vlan":1,"modules":[]}]})";
   EXPECT_EQ(
       run("check mac missing --json", {FakeAgent::answers(kTwoChips), FakeAgent::answers(json)}),
-      ExitStatus::kDifferences);
+      ExitStatus::kNo);
   EXPECT_EQ(out_, json);
   EXPECT_EQ(
       run("check mac missing", {FakeAgent::answers(kTwoChips),
                                 FakeAgent::answers("\nTotal entries missing in software:  0\n\n"
                                                    "Total entries missing in hardware:  2\n")}),
-      ExitStatus::kDifferences);
+      ExitStatus::kNo);
 }
 
 TEST_F(ProgramTest, CheckWhoseAnswerTellsNothingIsNotOk) {
@@ -183,6 +183,49 @@ TEST_F(ProgramTest, DumpIsNoCheck) {
       run("show mac hardware", {FakeAgent::answers(kTwoChips), FakeAgent::answers(diffText("1"))}),
       ExitStatus::kOk);
   EXPECT_EQ(run("raw async text MACT_DIFF0", {FakeAgent::answers(diffText("1"))}), ExitStatus::kOk);
+}
+
+TEST_F(ProgramTest, RawCheckThatNamesNoChipIsWarnedAbout) {
+  EXPECT_EQ(run("raw async text MACT_DIFF", {FakeAgent::answers(diffText("0"))}), ExitStatus::kOk);
+  EXPECT_EQ(out_, diffText("0"));
+  EXPECT_THAT(err_, AllOf(StartsWith("korvoctl: 'MACT_DIFF' names no chip"),
+                          HasSubstr("'korvoctl check mac diff'")));
+  EXPECT_EQ(run("raw async text MACT_DIFF0", {FakeAgent::answers(diffText("0"))}), ExitStatus::kOk);
+  EXPECT_EQ(err_, "");
+  // Of a switch without chips there is nothing to look at.
+  EXPECT_EQ(run("check mac diff",
+                {FakeAgent::answers(R"({"chips":[]})"), FakeAgent::answers(diffText("0"))}),
+            ExitStatus::kOk);
+  EXPECT_EQ(err_, "");
+}
+
+constexpr const char* kFound = R"({"interfaces":[{"name":"Ethernet3/3","shortName":"Et3/3"}]})";
+
+TEST_F(ProgramTest, InterfaceIsSentByItsFullName) {
+  for (const char* name : {"Et3/3", "Ethernet3/3"}) {
+    EXPECT_EQ(run(std::string("show vxlan destination 0001.0002.0003 --interface ") + name,
+                  {FakeAgent::answers(kFound), FakeAgent::answers("7")}),
+              ExitStatus::kOk);
+    EXPECT_THAT(requests_,
+                ElementsAre(std::string("agent json interface ") + name,
+                            "plain text EcmpOutputIntfTunnelId+dst-mac=0001.0002.0003,vlan-id=0,"
+                            "ingress-intf-id=Ethernet3/3"));
+    EXPECT_EQ(out_, "7");
+  }
+}
+
+TEST_F(ProgramTest, InterfaceThatDoesNotExistIsAnError) {
+  const std::string line = "show vxlan destination 0001.0002.0003 --interface Et9/9";
+  EXPECT_EQ(run(line, {FakeAgent::answers(R"({"interfaces":[]})")}), ExitStatus::kUsage);
+  EXPECT_EQ(err_, "korvoctl: the agent knows no interface 'Et9/9'\n");
+  EXPECT_THAT(requests_, ElementsAre("agent json interface Et9/9"));
+  EXPECT_EQ(run(line, {FakeAgent::answers("", "refused", "unknown question")}),
+            ExitStatus::kRefused);
+  for (const char* answer : {"", "[]", "{}", R"({"interfaces":7})", R"({"interfaces":[7]})",
+                             R"({"interfaces":[{"name":7}]})"}) {
+    EXPECT_EQ(run(line, {FakeAgent::answers(answer)}), ExitStatus::kFailed) << answer;
+    EXPECT_THAT(err_, HasSubstr("not understood"));
+  }
 }
 
 TEST_F(ProgramTest, RawIsSentAsItIs) {
@@ -226,12 +269,15 @@ TEST_F(ProgramTest, AgentIsNotAskedForChipsThatNobodyNamed) {
 
 TEST_F(ProgramTest, EmptyAnswerIsExplainedWhereItMeansSomething) {
   const std::string line = "show vxlan destination 0001.0002.0003 --vlan 10";
-  EXPECT_EQ(run(line, {FakeAgent::answers("")}), ExitStatus::kOk);
+  EXPECT_EQ(run(line, {FakeAgent::answers("")}), ExitStatus::kNo);
   EXPECT_EQ(out_, "");
   EXPECT_THAT(err_, StartsWith("korvoctl: no tunnel"));
   EXPECT_EQ(run(line, {FakeAgent::answers("7")}), ExitStatus::kOk);
   EXPECT_EQ(out_, "7");
   EXPECT_EQ(err_, "");
+  // An empty table is an answer like any other.
+  EXPECT_EQ(run("show vlan range ingress", {FakeAgent::answers("")}), ExitStatus::kOk);
+  EXPECT_THAT(err_, StartsWith("korvoctl: no interface has VLAN ranges"));
   EXPECT_EQ(run("clear multicast shadow", {FakeAgent::answers("")}), ExitStatus::kOk);
   EXPECT_EQ(err_, "");
 }
@@ -241,7 +287,7 @@ TEST_F(ProgramTest, OnATerminalTheLastLineIsEnded) {
   surroundings_.outputIsTerminal = true;
   EXPECT_EQ(run(line, {FakeAgent::answers("7")}), ExitStatus::kOk);
   EXPECT_EQ(out_, "7\n");
-  EXPECT_EQ(run(line, {FakeAgent::answers("")}), ExitStatus::kOk);
+  EXPECT_EQ(run(line, {FakeAgent::answers("")}), ExitStatus::kNo);
   EXPECT_EQ(out_, "");
   EXPECT_EQ(run("show vlan vfi", {FakeAgent::answers("table\n")}), ExitStatus::kOk);
   EXPECT_EQ(out_, "table\n");

@@ -96,6 +96,48 @@ class Client(TestCase):
             self.assertEqual((gone.returncode, gone.stdout), (4, b""))
             self.assertIn(agent.socket + ".gone", gone.stderr.decode())
 
+    def test_interfaces_are_named_in_full_or_as_tables_show_them(self):
+        with Agent("--demo") as agent:
+            rows = json.loads(agent.ask("async json MACT_ALL\n"))["macTableEntries"]
+            text = agent.ask("async text MACT_ALL\n").decode()
+            names = {row["interface"] for row in rows} - {""}
+            self.assertIn("Ethernet3/3", names)
+            for name in names:
+                known, = agent.askJson(f"agent json interface {name}\n")["interfaces"]
+                self.assertEqual(known["name"], name)
+                self.assertIn(f" {known['shortName']} ", text)
+                self.assertEqual(agent.askJson(f"agent json interface {known['shortName']}\n"),
+                                 {"interfaces": [known]})
+
+    def test_tunnel_is_asked_for_with_the_interface_that_tables_show(self):
+        with Agent("--demo") as agent:
+            def ask(*words):
+                done = agent.client("show", "vxlan", "destination", "0200.0200.0008", *words)
+                return done.returncode, done.stdout, done.stderr.decode()
+            for name in ("Ethernet3/3", "Et3/3"):
+                self.assertEqual(ask("--interface", name), (0, b"1", ""))
+            for words in (("--vlan", "30"), ("--interface", "Et3/47"), ("--interface", "Vx1")):
+                status, out, err = ask(*words)
+                self.assertEqual((status, out), (1, b""))
+                self.assertRegex(err, r"\Akorvoctl: no tunnel: .*\n\Z")
+            # A name is not known for having been asked about.
+            for _ in range(2):
+                self.assertEqual(ask("--interface", "Et9/9"),
+                                 (2, b"", "korvoctl: the agent knows no interface 'Et9/9'\n"))
+                agent.ask("plain text EcmpOutputIntfTunnelId+dst-mac=0200.0200.0008,vlan-id=0,"
+                          "ingress-intf-id=Ethernet9/9\n")
+
+    def test_check_of_no_chip_is_not_taken_for_a_clean_one(self):
+        with Agent("--demo") as agent:
+            for command in ("MACT_DIFF", "MACT_MISSING", "MACT_HW_ALL", "MACT_DIFF detail"):
+                done = agent.client("raw", "async", "json", command)
+                self.assertEqual(done.returncode, 0)
+                self.assertRegex(done.stderr.decode(), rf"\Akorvoctl: '{command}' names no chip.*\n\Z")
+                # With the list that it names as an example there is something to tell.
+                done = agent.client("raw", "async", "json", command + "0,1")
+                self.assertEqual((done.returncode, done.stderr), (0, b""))
+                self.assertRegex(done.stdout.decode(), r'"mac":')
+
     def test_agent_that_is_not_ready_is_told_apart_from_an_empty_answer(self):
         state = self.write("state.json", '{"version": 1, "readiness": {"configReady": false}}')
         with Agent("--state", state) as agent:

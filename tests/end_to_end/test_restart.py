@@ -177,3 +177,20 @@ class Ends(TestCase):
                 self.assertEqual(readAll(connection), expected)
             waitUntil(lambda: agent.numRequests() == 0)
             self.assertAnswers(agent)
+
+    def test_an_agent_that_is_suspended_midway_is_given_up(self):
+        with Agent("--macs", 200000) as agent:
+            client = self.enterContext(subprocess.Popen(
+                [kClient, "-s", agent.socket, "--silence", "0.5", "show", "mac", "address-table"],
+                stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.PIPE, bufsize=0))
+            self.addCleanup(client.kill)
+            begin = client.stdout.read(1)
+            # More than the pipe and the sockets hold is still to come.
+            with held(agent):
+                out, err = client.communicate(timeout=kPatience)
+                self.assertEqual(client.returncode, 5)
+                self.assertRegex(err.decode(),
+                                 r"\Akorvoctl: the agent at .* has said nothing for 0\.5 s .* after "
+                                 rf"{len(begin + out)} bytes, the answer is cut off\n\Z")
+            waitUntil(lambda: agent.numRequests() == 0)
+            self.assertAnswers(agent)

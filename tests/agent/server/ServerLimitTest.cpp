@@ -192,17 +192,25 @@ TEST_F(ServerLimitTest, QuestionsThatAreNotReadDoNotKeepRequestsOut) {
 
 TEST_F(ServerLimitTest, TheAgentKnowsItsQuestions) {
   facts.chips = [] { return std::vector<AgentFacts::Chip>{{0, "Linecard3/0"}, {5, "a\"b"}}; };
+  facts.findInterface = [](std::string_view name) {
+    return name == "Et1" ? std::optional(AgentFacts::Interface{"Ethernet1", "Et1"}) : std::nullopt;
+  };
   facts.tables = [] { return std::vector<AgentFacts::Table>{{"swMacTable", 7}}; };
   facts.stateDocumentSchema = [] { return std::string_view("{\"type\":\"object\"}\n"); };
   EXPECT_EQ(ask("agent json chips\n"),
             "{\"chips\":[{\"id\":0,\"name\":\"Linecard3/0\"},{\"id\":5,\"name\":\"a\\\"b\"}]}\n");
   EXPECT_EQ(ask("agent text chips\n"), "0 Linecard3/0\n5 a\"b\n");
+  EXPECT_EQ(ask("agent json interface Et1\n"),
+            "{\"interfaces\":[{\"name\":\"Ethernet1\",\"shortName\":\"Et1\"}]}\n");
+  EXPECT_EQ(ask("agent text interface Et1\n"), "Ethernet1 Et1\n");
+  EXPECT_EQ(ask("agent json interface Et2\n"), "{\"interfaces\":[]}\n");
+  EXPECT_EQ(ask("agent text interface Et2\n"), "");
   EXPECT_EQ(ask("agent json schema\n"), "{\"type\":\"object\"}\n");
   EXPECT_EQ(ask("agent text schema\n"), "{\"type\":\"object\"}\n");
   clock->advance(seconds(5));
   EXPECT_THAT(ask("agent json status\n"),
               AllOf(StartsWith("{\"uptimeMs\":5000,\"connections\":1,\"activeRequests\":1,"
-                               "\"totalRequests\":5,\"residentBytes\":"),
+                               "\"totalRequests\":9,\"residentBytes\":"),
                     HasSubstr("\"tables\":{\"swMacTable\":7}"), HasSubstr("\"liveInstances\":{"),
                     EndsWith("}\n")));
   EXPECT_THAT(ask("agent text status\n"),
@@ -211,8 +219,8 @@ TEST_F(ServerLimitTest, TheAgentKnowsItsQuestions) {
 
 TEST_F(ServerLimitTest, AnUnknownQuestionGetsTheList) {
   EXPECT_EQ(ask("agent text uptime\n"),
-            "refused: unknown question \"uptime\"; the agent knows status, chips, requests, "
-            "cancel N, schema\n");
+            "refused: unknown question \"uptime\"; the agent knows status, chips, "
+            "interface NAME, requests, cancel N, schema\n");
   EXPECT_EQ(ask("agent text cancel\n").substr(0, 25), "refused: unknown question");
   EXPECT_THAT(ask("agent text cancel x\n"), StartsWith("refused: \"x\" is no request number"));
   EXPECT_THAT(ask("agent text cancel 1x\n"), StartsWith("refused: \"1x\" is no request number"));

@@ -8,9 +8,11 @@
 #include <optional>
 #include <string>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "platform/base/Exceptions.h"
+#include "platform/types/IntfCalled.h"
 #include "platform/types/IntfId.h"
 
 namespace Bridging {
@@ -79,6 +81,40 @@ TEST(IntfIdTest, NameOfNoKnownKindIsItsOwnShortName) {
        {"eth0", "Vlan-uplink", "Ethernet", "Vlan", "ethernet3", "MyEthernet3", "swp1", "12"}) {
     EXPECT_EQ(IntfId(name).shortName(), name);
   }
+}
+
+TEST(IntfIdTest, InterfacesAreFoundByFullAndShortName) {
+  for (const auto& [full, brief] :
+       {std::pair{"Ethernet88/1", "Et88/1"}, std::pair{"Port-Channel88", "Po88"},
+        std::pair{"Vxlan88", "Vx88"}, std::pair{"Management88", "Ma88"},
+        std::pair{"Loopback88", "Lo88"}, std::pair{"Vlan88", "Vl88"},
+        std::pair{"Recirc-Channel88", "Re88"}, std::pair{"uplink-88", "uplink-88"}}) {
+    EXPECT_EQ(intfCalled(full), std::nullopt) << full;
+    EXPECT_EQ(intfCalled(brief), std::nullopt) << full;
+    const IntfId entered(full);
+    EXPECT_EQ(entered.shortName(), brief);
+    EXPECT_EQ(intfCalled(full), entered) << full;
+    EXPECT_EQ(intfCalled(brief), entered) << brief;
+  }
+}
+
+TEST(IntfIdTest, WhatNoTableShowsFindsNoInterface) {
+  const IntfId entered("Ethernet88/2");
+  const std::size_t before = IntfId::numNames();
+  for (const char* text : {"", "Et", "Eth88/2", "et88/2", "Et 88/2", "Et88/2 ", "88/2", "Et88/3"}) {
+    EXPECT_EQ(intfCalled(text), std::nullopt) << text;
+  }
+  // Neither what is too long for a name, nor what is so when written in full.
+  EXPECT_EQ(intfCalled(std::string(100'000, 'x')), std::nullopt);
+  EXPECT_EQ(intfCalled("Et" + std::string(IntfId::kMaxNameLength - 2, '1')), std::nullopt);
+  EXPECT_EQ(IntfId::numNames(), before);
+}
+
+TEST(IntfIdTest, NameThatLooksLikeAShortOneIsMeantItself) {
+  const IntfId full("Ethernet88/4");
+  EXPECT_EQ(intfCalled("Et88/4"), full);
+  const IntfId itself("Et88/4");
+  EXPECT_EQ(intfCalled("Et88/4"), itself);
 }
 
 TEST(IntfIdTest, JsonStringIsTheNameEscaped) {
