@@ -20,11 +20,11 @@
 //  - An entry added during the walk is visited if its key lies ahead of the walk, be it one that
 //    went and came back.
 //  - The walk ends, even if entries are added ahead of it faster than it prints: once it has
-//  visited
-//    twice as many rows, printed or silent, as the collection held when the walk began and 4,096
-//    more, it passes over entries younger than the walk. What remains is finite, for nothing can
-//    join it. A walk over a collection that nothing joins, such as a private copy, has no such
-//    bound (RestingWalk).
+//    visited twice as many rows, printed or silent, as the collection held when the walk began
+//    and 4,096 more, it passes over entries younger than the walk. What remains is finite, for
+//    nothing can join it. A walk over a collection that nothing joins, such as a private copy or
+//    a table that is complete and only read from then on, has no such bound.
+//    (RestingWalk, below, is the name of such a walk.)
 //  - A collection that is found corrupted is told so, and the walk ends as if it were exhausted.
 //    What a row throws passes on, be it that another collection is corrupted.
 //

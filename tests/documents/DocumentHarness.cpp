@@ -16,10 +16,15 @@ class ReadSocket final : public Rendering::OutputPort {
  public:
   explicit ReadSocket(CommandSocket& socket) : socket_(socket), port_(socket.descriptor()) {}
   std::ptrdiff_t send(const char* data, std::size_t size) override {
-    const std::ptrdiff_t sent = port_.send(data, size);
-    if (sent != 0) return sent;
-    socket_.text();
-    return port_.send(data, size);
+    // All of it: a socket that took a part would end the slice.
+    std::size_t sent = 0;
+    while (sent < size) {
+      const std::ptrdiff_t n = port_.send(data + sent, size - sent);
+      if (n < 0) return n;
+      if (n == 0) socket_.text();
+      sent += static_cast<std::size_t>(n);
+    }
+    return static_cast<std::ptrdiff_t>(sent);
   }
 
  private:

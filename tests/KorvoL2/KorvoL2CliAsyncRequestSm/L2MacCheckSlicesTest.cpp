@@ -234,22 +234,27 @@ TEST_P(MacCheckSlices, AReportWithoutEntriesIsNeverRepeated) {
   EXPECT_EQ(reader->received, whole);
 }
 
-/** Far ahead at every reading but the first, and to be read only when many cycles have passed. */
+/**
+ * Far ahead at every reading but the first after restart(), and to be read only when many cycles
+ * have passed.
+ */
 class SeldomReadClock final : public Qel::Clock {
  public:
   Qel::Duration now() const override { return readings_++ == 0 ? 0ms : 51ms; }
   bool followsCycleCounter() const noexcept override { return true; }
+  void restart() { readings_ = 0; }
 
  private:
   mutable int readings_ = 0;
 };
 
 TEST_F(MacCheck, TheTimeIsAskedForExactlyAfterTheLastEntry) {
-  auto sm = l2MacDiffRequestSmFactory("request-1", request(Rendering::kText), kBudget,
-                                      Qel::makePtr<SeldomReadClock>(), helper.get(),
-                                      mcastHelper.get(), "0", false);
+  const auto seldomRead = Qel::makePtr<SeldomReadClock>();
+  auto sm = l2MacDiffRequestSmFactory("request-1", request(Rendering::kText), kBudget, seldomRead,
+                                      helper.get(), mcastHelper.get(), "0", false);
   addDiff(*sm, 10, 1, 1, {}, {});
   sm->diffEntryTable()->readCompleteIs(true);
+  seldomRead->restart();
   sm->runCommand();
   EXPECT_FALSE(sm->executionCompleteFlag());
   EXPECT_EQ(traces->count("Yielding Cpu"), 1U);
