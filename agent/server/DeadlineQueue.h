@@ -18,20 +18,24 @@ class DeadlineQueue {
    * memory; when there is none, the key has no deadline.
    */
   void set(const Key& key, Qel::Duration at) {
-    const auto [it, added] = byKey_.try_emplace(key, at);
-    if (added) {
-      try {
-        byTime_.emplace(at, key);
-      } catch (...) {
-        byKey_.erase(it);
-        throw;
-      }
-      return;
+    if (move(key, at)) return;
+    const auto it = byKey_.emplace(key, at).first;
+    try {
+      byTime_.emplace(at, key);
+    } catch (...) {
+      byKey_.erase(it);
+      throw;
     }
+  }
+  /** Moves the deadline of a key that has one, which takes no memory. Whether it has one. */
+  bool move(const Key& key, Qel::Duration at) noexcept {
+    const auto it = byKey_.find(key);
+    if (it == byKey_.end()) return false;
     auto node = byTime_.extract({it->second, key});
     node.value().first = at;
     byTime_.insert(std::move(node));
     it->second = at;
+    return true;
   }
   void erase(const Key& key) {
     const auto it = byKey_.find(key);

@@ -259,8 +259,7 @@ void SliceScheduler::progress(Job& job) {
 void SliceScheduler::tellProgress(Job& job, Qel::Duration now) noexcept {
   job.lastProgress_ = now;
   if (!job.owner_->hearsProgress()) return;
-  // In place of the one that there is, which takes no memory.
-  silences_.set(job.id(), now + policy_.longestSilence);
+  silences_.move(job.id(), now + policy_.longestSilence);
   job.owner_->jobProgress(job.figures(now));
 }
 
