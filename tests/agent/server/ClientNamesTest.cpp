@@ -92,17 +92,23 @@ class ClientNamesTest : public testing::Test {
   std::uint64_t numThrown = 0;
 };
 
+#if defined(__SANITIZE_ADDRESS__)
+constexpr int kCommands = 100'000;  // a sanitizer makes each of them many times slower
+#else
+constexpr int kCommands = 1'000'000;
+#endif
+
 TEST_F(ClientNamesTest, AMillionCommandsEachWithANameOfItsOwnEnterNone) {
   const std::size_t before = IntfId::numNames();
   std::string command = "EcmpOutputIntfTunnelId+dst-mac=0200.0200.0002,vlan-id=0,ingress-intf-id=";
   const std::size_t head = command.size();
-  for (int i = 0; i < 1'000'000; ++i) {
+  for (int i = 0; i < kCommands; ++i) {
     command.resize(head);
     command += "made-up-";
     command += std::to_string(i);
     runPlain(command);
   }
-  EXPECT_EQ(numAnswered, 1'000'000U);
+  EXPECT_EQ(numAnswered, static_cast<unsigned>(kCommands));
   EXPECT_EQ(IntfId::numNames(), before);
   EXPECT_EQ(IntfId("still taken").stringValue(), "still taken");
 }
