@@ -1,5 +1,5 @@
-# The libraries of the tree, each as an imported target whose headers are system headers:
-#   fmt::fmt-header-only  absl::*  Boost::headers  asio::asio  CLI11::CLI11  simdjson::simdjson
+# The libraries of the tree, each as a target whose headers are system headers:
+#   korvo_fmt  absl::*  Boost::headers  asio::asio  CLI11::CLI11  simdjson::simdjson
 #   RapidJSON::RapidJSON  and for the tests and benchmarks  GTest::gmock  rapidcheck
 #   benchmark::benchmark
 # All are Debian packages. `./dev setup` installs what is missing.
@@ -14,6 +14,14 @@ if(NOT Fmt10_FOUND)
   message(FATAL_ERROR
     "fmt 10 was found neither in the system nor in ${KORVO_FMT_ROOT}. Run ./dev setup first.")
 endif()
+# Its bodies are compiled once. What is installed says fmt::fmt-header-only and needs no more than the
+# headers; here each library and program has the part of it that it calls, unseen from outside.
+add_library(korvo_fmt STATIC "${CMAKE_CURRENT_LIST_DIR}/Fmt.cpp")
+get_target_property(fmtHeaders fmt::fmt-header-only INTERFACE_INCLUDE_DIRECTORIES)
+target_include_directories(korvo_fmt SYSTEM PUBLIC "${fmtHeaders}")
+set_target_properties(korvo_fmt PROPERTIES
+  CXX_VISIBILITY_PRESET hidden
+  VISIBILITY_INLINES_HIDDEN ON)
 
 find_package(absl REQUIRED CONFIG)
 find_package(Boost REQUIRED CONFIG)

@@ -49,8 +49,11 @@ if(NOT CMAKE_CXX_COMPILER_LAUNCHER)
   find_program(KORVO_CCACHE ccache)
   mark_as_advanced(KORVO_CCACHE)
   if(KORVO_CCACHE)
-    # The base folder lets two clones of the tree share one cache.
+    # The base folder lets two clones of the tree share one cache; the sloppiness is what ccache asks
+    # for before it takes a source with a precompiled header.
     set(CMAKE_CXX_COMPILER_LAUNCHER
-      "${CMAKE_COMMAND};-E;env;CCACHE_BASEDIR=${CMAKE_SOURCE_DIR};CCACHE_NOHASHDIR=1;${KORVO_CCACHE}")
+      "${CMAKE_COMMAND};-E;env;CCACHE_BASEDIR=${CMAKE_SOURCE_DIR};CCACHE_NOHASHDIR=1")
+    list(APPEND CMAKE_CXX_COMPILER_LAUNCHER
+      "CCACHE_SLOPPINESS=pch_defines,time_macros" "${KORVO_CCACHE}")
   endif()
 endif()

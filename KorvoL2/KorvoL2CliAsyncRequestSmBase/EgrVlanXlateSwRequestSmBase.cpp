@@ -20,7 +20,7 @@ constexpr SectionLayout kVlanVnis{
     .completeName = "egrVlanXlateVfiComplete",
     .bookmarkName = "egrVlanXlateVfiBookmark",
 };
-constexpr SectionLayout kPortVlans{
+constexpr SectionLayout kEgrPortVlans{
     .title = "Egress Port-Vlan Translation Entries:\n",
     .heads = "Intf    Outer Vlan     Inner Vlan     Dot1q-tag      \n",
     .rule = "--------------------------------------------------\n",
@@ -46,7 +46,7 @@ void printVlanVni(FixedLine line, const EgrVlanXlateVxlanVfiConfigDir::Entries::
   line.right<4>(entry.key.isV6() ? 1U : 0U).end();
 }
 
-void printPortVlan(FixedLine line, const EgrPortVlanXlateStatusDir::Entries::Entry& entry) {
+void printEgrPortVlan(FixedLine line, const EgrPortVlanXlateStatusDir::Entries::Entry& entry) {
   line.left<8>(entry.key.intf().shortName()).left<15>(entry.key.vlan().value());
   line.leftOrDash<15>(entry.value.innerVlan).left<15>(entry.value.dot1qTag).end();
 }
@@ -66,7 +66,7 @@ EgrVlanXlateSwRequestSmBase::EgrVlanXlateSwRequestSmBase(
     Qel::Ptr<const EgrVxlanVlanXlateStatusDir> egrVxlanVlanXlateStatusDir)
     : VlanXlateSwRequestSmBase(std::move(name), std::move(request), maxRunTime, std::move(clock)),
       vlanVnis_(kVlanVnis, std::move(egrVlanXlateVfiConfigDir)),
-      portVlans_(kPortVlans, std::move(egrPortVlanXlateStatusDir)),
+      portVlans_(kEgrPortVlans, std::move(egrPortVlanXlateStatusDir)),
       vxlanVlans_(kVxlanVlans, std::move(egrVxlanVlanXlateStatusDir)) {}
 
 void EgrVlanXlateSwRequestSmBase::handleAsyncCommand(std::uint32_t socket, std::uint32_t format) {
@@ -77,7 +77,7 @@ void EgrVlanXlateSwRequestSmBase::handleAsyncCommand(std::uint32_t socket, std::
 
 void EgrVlanXlateSwRequestSmBase::showEgrVlanXlateSw() {
   showSection(vlanVnis_, printVlanVni);
-  showSection(portVlans_, printPortVlan);
+  showSection(portVlans_, printEgrPortVlan);
   showSection(vxlanVlans_, printVxlanVlan);
   if (yielding()) return;
   QEL_TRACE(trace(), 8, "Execution Completed");

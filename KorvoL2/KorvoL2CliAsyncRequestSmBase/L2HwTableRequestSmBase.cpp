@@ -14,7 +14,7 @@ namespace KorvoL2 {
 
 namespace {
 
-constexpr std::size_t kRuleLength = 70;
+constexpr std::size_t kHwRuleLength = 70;
 constexpr std::size_t kDetailRuleLength = 119;
 
 std::string rule(std::size_t length) { return std::string(length, '-'); }
@@ -94,9 +94,9 @@ void L2HwTableRequestSmBase::beginChipRender(std::string_view chipName) {
     return;
   }
   constexpr std::string_view kLine = "%4s %-17s %-8s %-12s %-7s %-17s\n";
-  out.addFrills("\n%s\n", rule(kRuleLength));
+  out.addFrills("\n%s\n", rule(kHwRuleLength));
   out.addFrills("         Switch %s Mac Table\n", chipName);
-  out.addFrills("%s\n", rule(kRuleLength));
+  out.addFrills("%s\n", rule(kHwRuleLength));
   out.addFrills(kLine, "Vlan", "Mac Address", "Type", "McastGroupId", "ClassId", "Port");
   out.addFrills(kLine, rule(4), rule(17), rule(8), rule(12), rule(7), rule(17));
 }
@@ -108,7 +108,7 @@ void L2HwTableRequestSmBase::endChipRender() {
   if (detail_) {
     out.addFrills("\n");
   } else {
-    out.addFrills("%s\n", rule(kRuleLength));
+    out.addFrills("%s\n", rule(kHwRuleLength));
   }
 }
 

@@ -15,22 +15,22 @@ using ShadowShowH = CliCallback::ShadowShowH;
 using Kind = AgentCommand::CommandOutcome::Kind;
 
 template <class Class>
-constexpr ChainRow<ShadowShowH::ShadowShowHandler> row(std::string_view keyword) {
+constexpr ChainRow<ShadowShowH::ShadowShowHandler> tableRow(std::string_view keyword) {
   return chainRow<ShadowShowH::ShadowShowHandler, Class>(keyword);
 }
 
 // Each longer keyword stands before the one that is its prefix, so that the tables of the second
 // stage stay reachable however keywords are compared.
 constexpr std::array kTables{
-    row<ShadowShowH::EgrVfiH>("EGR_VFI"),
-    row<ShadowShowH::EgrXlate2H>("EGR_XLATE_2"),
-    row<ShadowShowH::EgrXlateH>("EGR_XLATE"),
-    row<ShadowShowH::EvTapH>("EVTAP"),
-    row<ShadowShowH::IvTapH>("IVTAP"),
-    row<ShadowShowH::SourceVpH>("SOURCE_VP"),
-    row<ShadowShowH::VfiH>("VFI"),
-    row<ShadowShowH::VlanXlate2H>("VLAN_XLATE_2"),
-    row<ShadowShowH::VlanXlateH>("VLAN_XLATE"),
+    tableRow<ShadowShowH::EgrVfiH>("EGR_VFI"),
+    tableRow<ShadowShowH::EgrXlate2H>("EGR_XLATE_2"),
+    tableRow<ShadowShowH::EgrXlateH>("EGR_XLATE"),
+    tableRow<ShadowShowH::EvTapH>("EVTAP"),
+    tableRow<ShadowShowH::IvTapH>("IVTAP"),
+    tableRow<ShadowShowH::SourceVpH>("SOURCE_VP"),
+    tableRow<ShadowShowH::VfiH>("VFI"),
+    tableRow<ShadowShowH::VlanXlate2H>("VLAN_XLATE_2"),
+    tableRow<ShadowShowH::VlanXlateH>("VLAN_XLATE"),
 };
 
 std::string tokenAfter(const CliCallback& callback, std::uint8_t position) {

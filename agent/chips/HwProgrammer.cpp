@@ -17,7 +17,7 @@ using Tessar::FapId;
 
 namespace {
 
-constexpr Qel::Duration kPiece = std::chrono::milliseconds(1);
+constexpr Qel::Duration kProgrammingPiece = std::chrono::milliseconds(1);
 constexpr std::size_t kEntriesPerReading = 16;
 // Often enough for an operator, seldom enough not to be noticed.
 constexpr Qel::Duration kShortestWait = std::chrono::milliseconds(5);
@@ -197,7 +197,7 @@ std::uint64_t HwProgrammer::allowed(Qel::Duration now) {
 
 void HwProgrammer::runPiece() {
   Qel::BudgetTimer timer;
-  timer.start(*clock_, kPiece);
+  timer.start(*clock_, kProgrammingPiece);
   const Qel::Duration now = clock_->now();
   for (std::uint64_t left = allowed(now); left != 0 && !queue_.empty(); --left) {
     programNext();

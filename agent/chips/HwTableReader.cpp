@@ -25,7 +25,7 @@ using Tessar::FapId;
 
 namespace {
 
-constexpr Qel::Duration kPiece = std::chrono::milliseconds(1);
+constexpr Qel::Duration kReadingPiece = std::chrono::milliseconds(1);
 // How long a table may stay for nobody. That its report is printed does not tell itself.
 constexpr Qel::Duration kBetweenLooks = std::chrono::milliseconds(20);
 constexpr std::size_t kEntriesPerShrink = 64;
@@ -191,7 +191,7 @@ void HwTableReader::runPiece() {
 
 void HwTableReader::runDemolition() {
   Qel::BudgetTimer timer;
-  timer.start(*clock_, kPiece);
+  timer.start(*clock_, kReadingPiece);
   while (!leftovers_.empty()) {
     if (!leftovers_.front().shrink()) leftovers_.pop_front();
     if (timer.spent()) return;
@@ -200,7 +200,7 @@ void HwTableReader::runDemolition() {
 
 void HwTableReader::runRead() {
   Qel::BudgetTimer timer;
-  timer.start(*clock_, kPiece);
+  timer.start(*clock_, kReadingPiece);
   const auto read = reads_.begin();
   bool more = true;
   do {

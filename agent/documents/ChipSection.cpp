@@ -37,14 +37,14 @@ struct HwEntry {
   }
 };
 
-constexpr JsonMember<HwDestination> kModPortMembers[]{
+constexpr JsonMember<HwDestination> kDestinationMembers[]{
     {"module", [](const JsonNode& n, HwDestination& to) { to.number = readUnsigned16(n); }, true},
     {"port", [](const JsonNode& n, HwDestination& to) { to.port = readUnsigned16(n); }, true},
 };
 
 void readModPort(const JsonNode& node, HwEntry& entry) {
   HwDestination to = HwDestination::onPort(0, 0);
-  readMembers(node, kModPortMembers, to);
+  readMembers(node, kDestinationMembers, to);
   entry.destinationIs(node, to);
 }
 

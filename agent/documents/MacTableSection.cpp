@@ -21,7 +21,7 @@ using KorvoL2::MacEntryType;
 namespace {
 
 /** An entry while its members are read. */
-struct Entry {
+struct MacRow {
   IntfReader& interfaces;
   std::uint16_t vlan = 0;
   Bridging::EthAddr mac{};
@@ -31,7 +31,7 @@ struct Entry {
   MacEntry value{};  // the rest
 };
 
-void readBitmap(const JsonNode& node, Entry& entry) {
+void readBitmap(const JsonNode& node, MacRow& entry) {
   const std::string_view text = node.string();
   const char* const end = text.data() + text.size();
   std::uint64_t bitmap = 0;
@@ -46,14 +46,14 @@ void readBitmap(const JsonNode& node, Entry& entry) {
   node.refuse(quotedText(text) + " is no bitmap of modules 0 to 63; write it as \"0x3\"");
 }
 
-void readFlags(const JsonNode& node, Entry& entry) {
+void readFlags(const JsonNode& node, MacRow& entry) {
   readList(node, [&entry](const JsonNode& flag) {
     entry.value.flags |=
         static_cast<std::uint16_t>(1U << readWord(flag, "flag of a MAC entry", kMacFlagWords));
   });
 }
 
-void readKeyType(const JsonNode& node, Entry& entry) {
+void readKeyType(const JsonNode& node, MacRow& entry) {
   std::array<std::string_view, kMacKeyTypeWords.size()> words;
   std::ranges::transform(kMacKeyTypeWords, words.begin(), &MacKeyTypeWord::word);
   entry.value.keyType = kMacKeyTypeWords[readWord(node, "key type", words)].keyType;
@@ -66,26 +66,26 @@ constexpr JsonMember<Bridging::ModPort> kModPortMembers[]{
      true},
 };
 
-constexpr JsonMember<Entry> kEntryMembers[]{
-    {"vlan", [](const JsonNode& node, Entry& e) { e.vlan = readVlanNumber(node); }, true},
-    {"mac", [](const JsonNode& node, Entry& e) { e.mac = readMac(node); }, true},
-    {"interface", [](const JsonNode& node, Entry& e) { e.value.intf = e.interfaces.read(node); }},
+constexpr JsonMember<MacRow> kEntryMembers[]{
+    {"vlan", [](const JsonNode& node, MacRow& e) { e.vlan = readVlanNumber(node); }, true},
+    {"mac", [](const JsonNode& node, MacRow& e) { e.mac = readMac(node); }, true},
+    {"interface", [](const JsonNode& node, MacRow& e) { e.value.intf = e.interfaces.read(node); }},
     {"type",
-     [](const JsonNode& node, Entry& e) {
+     [](const JsonNode& node, MacRow& e) {
        e.type = static_cast<MacEntryType>(readWord(node, "type of a MAC entry", kMacTypeWords));
      }},
     {"source",
-     [](const JsonNode& node, Entry& e) {
+     [](const JsonNode& node, MacRow& e) {
        e.source =
            static_cast<MacEntrySource>(readWord(node, "source of a MAC entry", kMacSourceWords));
      }},
     {"flags", readFlags},
     {"bitmap", readBitmap},
-    {"mcastId", [](const JsonNode& node, Entry& e) { e.value.mcastId = readUnsigned16(node); }},
+    {"mcastId", [](const JsonNode& node, MacRow& e) { e.value.mcastId = readUnsigned16(node); }},
     {"keyType", readKeyType},
     {"modPort",
-     [](const JsonNode& node, Entry& e) { readMembers(node, kModPortMembers, e.value.modPort); }},
-    {"printable", [](const JsonNode& node, Entry& e) { e.value.printable = node.boolean(); }},
+     [](const JsonNode& node, MacRow& e) { readMembers(node, kModPortMembers, e.value.modPort); }},
+    {"printable", [](const JsonNode& node, MacRow& e) { e.value.printable = node.boolean(); }},
 };
 
 /** Who usually tells of entries of a type. */
@@ -115,7 +115,7 @@ void readEntries(const JsonNode& list, SwitchModel& model) {
   const std::uint64_t everyModule = model.moduleBitmap();
   KeyedRows<MacVlanPair, MacEntry> rows;
   readList(list, [&](const JsonNode& node) {
-    Entry entry{.interfaces = interfaces};
+    MacRow entry{.interfaces = interfaces};
     readMembers(node, kEntryMembers, entry);
     MacEntry& value = entry.value;
     value.type = entry.type.value_or(entry.mac.isGroup() ? MacEntryType::multicast

@@ -29,7 +29,7 @@ std::string describe(const PortVlanKey& key) {
 
 /** One element of a list while its members are read; `vlan` is the one in the key. */
 template <class Value>
-struct Row {
+struct TranslationRow {
   SwitchModel& model;
   IntfReader& interfaces;
   IntfId intf{};
@@ -42,17 +42,17 @@ struct Row {
 };
 
 template <class Value>
-void readIntf(const JsonNode& node, Row<Value>& row) {
+void readIntf(const JsonNode& node, TranslationRow<Value>& row) {
   row.intf = row.interfaces.readSome(node);
 }
 template <class Value>
-void readKeyVlan(const JsonNode& node, Row<Value>& row) {
+void readKeyVlan(const JsonNode& node, TranslationRow<Value>& row) {
   row.vlan = readVlan(node);
 }
 
 /** A VLAN that VXLAN knows of, once it knows of any. */
 template <class Value>
-void readVxlanVlan(const JsonNode& node, Row<Value>& row) {
+void readVxlanVlan(const JsonNode& node, TranslationRow<Value>& row) {
   row.vlan = readVlan(node);
   VxlanL2SmModel& vxlan = row.model.unicast().vxlan();
   const auto& listed = vxlan.l2State().vlanMapping;
@@ -65,13 +65,13 @@ void readVxlanVlan(const JsonNode& node, Row<Value>& row) {
 
 /** Reads a list into the table of a directory; `keyOf` makes a row's key. */
 template <class Directory, class Value, std::size_t kCount, class KeyOf>
-void readTable(const JsonNode& list, const JsonMember<Row<Value>> (&members)[kCount],
+void readTable(const JsonNode& list, const JsonMember<TranslationRow<Value>> (&members)[kCount],
                SwitchModel& model, Directory& directory, KeyOf&& keyOf) {
   using Key = typename Directory::Entries::Key;
   IntfReader interfaces(model);
   KeyedRows<Key, Value> rows;
   readList(list, [&](const JsonNode& node) {
-    Row<Value> row{.model = model, .interfaces = interfaces};
+    TranslationRow<Value> row{.model = model, .interfaces = interfaces};
     readMembers(node, members, row);
     rows.add(std::invoke(keyOf, std::as_const(row)), row.value);
   });
@@ -82,7 +82,7 @@ void readTable(const JsonNode& list, const JsonMember<Row<Value>> (&members)[kCo
 
 // Ingress.
 
-using DipRow = Row<bool>;
+using DipRow = TranslationRow<bool>;
 constexpr JsonMember<DipRow> kDipMembers[]{
     {"ip",
      [](const JsonNode& n, DipRow& r) {
@@ -93,7 +93,7 @@ constexpr JsonMember<DipRow> kDipMembers[]{
     {"programmed", [](const JsonNode& n, DipRow& r) { r.value = n.boolean(); }},
 };
 
-using VlanSvpRow = Row<KorvoL2::VlanSvpStatus>;
+using VlanSvpRow = TranslationRow<KorvoL2::VlanSvpStatus>;
 constexpr JsonMember<VlanSvpRow> kVlanSvpMembers[]{
     {"vlan",
      [](const JsonNode& n, VlanSvpRow& r) {
@@ -105,7 +105,7 @@ constexpr JsonMember<VlanSvpRow> kVlanSvpMembers[]{
     {"statusVlan", [](const JsonNode& n, VlanSvpRow& r) { r.value.vlan = readUnsigned16(n); }},
 };
 
-using PortVlanRow = Row<KorvoL2::PortVlanXlateStatus>;
+using PortVlanRow = TranslationRow<KorvoL2::PortVlanXlateStatus>;
 constexpr JsonMember<PortVlanRow> kPortVlanMembers[]{
     {"interface", readIntf, true},
     {"dot1qTag", readKeyVlan, true},
@@ -133,14 +133,14 @@ constexpr JsonMember<SwitchModel> kIngressMembers[]{
 
 // Egress.
 
-using VlanVniRow = Row<KorvoL2::EgrVlanXlateVxlanVfiConfig>;
+using VlanVniRow = TranslationRow<KorvoL2::EgrVlanXlateVxlanVfiConfig>;
 constexpr JsonMember<VlanVniRow> kVlanVniMembers[]{
     {"vlan", readVxlanVlan, true},
     {"vni", [](const JsonNode& n, VlanVniRow& r) { r.value.vni = readVni(n); }, true},
     {"v6", [](const JsonNode& n, VlanVniRow& r) { r.v6 = n.boolean(); }},
 };
 
-using EgrPortVlanRow = Row<KorvoL2::EgrPortVlanXlateStatus>;
+using EgrPortVlanRow = TranslationRow<KorvoL2::EgrPortVlanXlateStatus>;
 constexpr JsonMember<EgrPortVlanRow> kEgrPortVlanMembers[]{
     {"interface", readIntf, true},
     {"outerVlan", readKeyVlan, true},
@@ -150,7 +150,7 @@ constexpr JsonMember<EgrPortVlanRow> kEgrPortVlanMembers[]{
      true},
 };
 
-using DvpVlanRow = Row<KorvoL2::EgrVxlanVlanXlateStatus>;
+using DvpVlanRow = TranslationRow<KorvoL2::EgrVxlanVlanXlateStatus>;
 constexpr JsonMember<DvpVlanRow> kDvpVlanMembers[]{
     {"interface", readIntf, true},
     {"vlan", readVxlanVlan, true},

@@ -13,7 +13,7 @@ namespace KorvoAgent {
 
 namespace {
 
-constexpr Qel::Duration kPause = std::chrono::milliseconds(100);
+constexpr Qel::Duration kAcceptPause = std::chrono::milliseconds(100);
 
 FileDescriptor reserveDescriptor() {
   return FileDescriptor(::open("/dev/null", O_RDONLY | O_CLOEXEC));
@@ -50,7 +50,7 @@ void Listener::acceptSome() {
   for (int i = 0; i < kAcceptsPerTurn && dear < kDearPerTurn; ++i) {
     const Next next = acceptOne();
     if (next == Next::pause) {
-      retryAt_ = loop_.clock().now() + kPause;
+      retryAt_ = loop_.clock().now() + kAcceptPause;
       return;
     }
     if (next == Next::wait) break;

@@ -22,6 +22,9 @@
 
 namespace KorvoL2::Testing {
 
+constexpr auto kText = Rendering::kText;
+constexpr auto kJson = Rendering::kJson;
+
 /** A socket with a reader that takes everything, or as many bytes as it is allowed. */
 class SimulatedPort final : public Rendering::OutputPort {
  public:

@@ -19,9 +19,6 @@ using ::testing::Not;
 using ::testing::Pair;
 using namespace std::chrono_literals;
 
-constexpr auto kText = Rendering::kText;
-constexpr auto kJson = Rendering::kJson;
-
 class IngVlanRangeRequest : public VlanRangeHarness {
  protected:
   void fillThree() {

@@ -18,9 +18,6 @@ using ::testing::HasSubstr;
 using ::testing::Not;
 using namespace std::chrono_literals;
 
-constexpr auto kText = Rendering::kText;
-constexpr auto kJson = Rendering::kJson;
-
 class L2HwTableRequest : public RequestHarness {
  protected:
   L2HwTableRequest() {

@@ -16,9 +16,6 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using namespace std::chrono_literals;
 
-constexpr auto kText = Rendering::kText;
-constexpr auto kJson = Rendering::kJson;
-
 TEST_F(MacCheck, AsksForEachChipAndClosesWithTheNullChip) {
   auto sm = diff(kText, "0,1");
   EXPECT_THAT(requestedChips(), ElementsAre(0, 1, 128));

@@ -24,9 +24,6 @@ using ::testing::Not;
 using ::testing::StartsWith;
 using namespace std::chrono_literals;
 
-constexpr auto kText = Rendering::kText;
-constexpr auto kJson = Rendering::kJson;
-
 /** The fake shadow with modules to compare with, and a hook where it is asked. */
 class ModuleShadow final : public MacTblShadow {
  public:

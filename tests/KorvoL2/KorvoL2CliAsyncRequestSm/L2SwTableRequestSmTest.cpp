@@ -17,9 +17,6 @@ using ::testing::HasSubstr;
 using ::testing::StartsWith;
 using namespace std::chrono_literals;
 
-constexpr auto kText = Rendering::kText;
-constexpr auto kJson = Rendering::kJson;
-
 class L2SwTableRequest : public RequestHarness {
  protected:
   Qel::Ptr<L2SwTableRequestSm> start(std::uint32_t format, std::uint32_t rowBudget = 0) {

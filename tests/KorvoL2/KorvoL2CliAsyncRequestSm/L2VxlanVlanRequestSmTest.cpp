@@ -21,9 +21,6 @@ using ::testing::HasSubstr;
 using ::testing::Not;
 using namespace std::chrono_literals;
 
-constexpr auto kText = Rendering::kText;
-constexpr auto kJson = Rendering::kJson;
-
 class VxlanVlanRequest : public VxlanHarness {
  protected:
   std::string dump(std::uint32_t format, bool detail, std::uint32_t budget = 0) {

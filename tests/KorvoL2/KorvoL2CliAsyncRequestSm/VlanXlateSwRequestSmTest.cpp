@@ -20,9 +20,6 @@ using ::testing::HasSubstr;
 using ::testing::Not;
 using namespace std::chrono_literals;
 
-constexpr auto kText = Rendering::kText;
-constexpr auto kJson = Rendering::kJson;
-
 class VlanXlateRequest : public VlanXlateHarness {
  protected:
   static std::string dashes(std::size_t length) { return std::string(length, '-') + "\n"; }

@@ -12,28 +12,28 @@
 namespace Qel {
 namespace {
 
-class Probe : public RefCounted {
+class Referent : public RefCounted {
  public:
-  explicit Probe(int& alive) : alive_(alive) { ++alive_; }
-  ~Probe() override { --alive_; }
+  explicit Referent(int& alive) : alive_(alive) { ++alive_; }
+  ~Referent() override { --alive_; }
 
  private:
   int& alive_;
 };
-class OtherProbe final : public Probe {
+class OtherReferent final : public Referent {
  public:
-  using Probe::Probe;
+  using Referent::Referent;
 };
 
-static_assert(sizeof(Ptr<Probe>) == sizeof(void*));
-static_assert(!std::is_copy_constructible_v<Probe> && !std::is_copy_assignable_v<Probe>);
+static_assert(sizeof(Ptr<Referent>) == sizeof(void*));
+static_assert(!std::is_copy_constructible_v<Referent> && !std::is_copy_assignable_v<Referent>);
 
 TEST(PtrTest, LastPtrDeletesTheObject) {
   int alive = 0;
   {
-    Ptr<Probe> first = makePtr<Probe>(alive);
+    Ptr<Referent> first = makePtr<Referent>(alive);
     EXPECT_EQ(first->users(), 1U);
-    const Ptr<const Probe> second = first;
+    const Ptr<const Referent> second = first;
     EXPECT_EQ(first->users(), 2U);
     first.reset();
     EXPECT_EQ(alive, 1);
@@ -44,17 +44,17 @@ TEST(PtrTest, LastPtrDeletesTheObject) {
 
 TEST(PtrTest, ObjectThatNobodyHoldsYetHasNoUser) {
   int alive = 0;
-  auto* const raw = new Probe(alive);
+  auto* const raw = new Referent(alive);
   EXPECT_EQ(raw->users(), 0U);
-  const Ptr<Probe> held(raw);
+  const Ptr<Referent> held(raw);
   EXPECT_EQ(raw->users(), 1U);
 }
 
 TEST(PtrTest, PtrMadeFromTheRawPointerSharesTheCount) {
   int alive = 0;
-  const Ptr<Probe> held = makePtr<Probe>(alive);
+  const Ptr<Referent> held = makePtr<Referent>(alive);
   {
-    const Ptr<Probe> again(held.get());
+    const Ptr<Referent> again(held.get());
     EXPECT_EQ(held->users(), 2U);
   }
   EXPECT_EQ(alive, 1);
@@ -63,18 +63,18 @@ TEST(PtrTest, PtrMadeFromTheRawPointerSharesTheCount) {
 
 TEST(PtrTest, MovingAPtrTakesNoCount) {
   int alive = 0;
-  Ptr<Probe> from = makePtr<Probe>(alive);
-  const Ptr<Probe> to = std::move(from);
+  Ptr<Referent> from = makePtr<Referent>(alive);
+  const Ptr<Referent> to = std::move(from);
   EXPECT_EQ(to->users(), 1U);
 }
 
 TEST(PtrTest, CastIsNullForAnotherTypeAndForNull) {
   int alive = 0;
-  const Ptr<Probe> plain = makePtr<Probe>(alive);
-  const Ptr<Probe> other = makePtr<OtherProbe>(alive);
-  EXPECT_EQ(ptrCast<OtherProbe>(plain), nullptr);
-  EXPECT_EQ(ptrCast<OtherProbe>(other).get(), other.get());
-  EXPECT_EQ(ptrCast<OtherProbe>(Ptr<Probe>()), nullptr);
+  const Ptr<Referent> plain = makePtr<Referent>(alive);
+  const Ptr<Referent> other = makePtr<OtherReferent>(alive);
+  EXPECT_EQ(ptrCast<OtherReferent>(plain), nullptr);
+  EXPECT_EQ(ptrCast<OtherReferent>(other).get(), other.get());
+  EXPECT_EQ(ptrCast<OtherReferent>(Ptr<Referent>()), nullptr);
   EXPECT_EQ(plain->users(), 1U);
   EXPECT_EQ(other->users(), 1U);
 }
@@ -108,13 +108,13 @@ void countFromManyThreads() {
   constexpr int kTurns = 20000;
   int alive = 0;
   threadSafePtrIs(true);
-  Ptr<Probe> shared = makePtr<Probe>(alive);
+  Ptr<Referent> shared = makePtr<Referent>(alive);
   std::vector<std::thread> threads;
   threads.reserve(kThreads);
   for (int i = 0; i < kThreads; ++i) {
     threads.emplace_back([shared] {
       for (int turn = 0; turn < kTurns; ++turn) {
-        Ptr<Probe> user = shared;
+        Ptr<Referent> user = shared;
         user.reset();
       }
     });
@@ -132,9 +132,9 @@ TEST_F(PtrDeathTest, AtomicCountsAreExactFromManyThreads) {
 
 void changeTheChoiceInOneThread() {
   int alive = 0;
-  const Ptr<Probe> before = makePtr<Probe>(alive);
+  const Ptr<Referent> before = makePtr<Referent>(alive);
   threadSafePtrIs(true);
-  Ptr<Probe> copy = before;
+  Ptr<Referent> copy = before;
   const bool counted = threadSafePtr() && before->users() == 2;
   threadSafePtrIs(false);
   copy.reset();
@@ -148,9 +148,9 @@ TEST_F(PtrDeathTest, ChoiceMayChangeWhileOneThreadCounts) {
 #ifndef NDEBUG
 void countInTwoThreads() {
   int alive = 0;
-  const Ptr<Probe> probe = makePtr<Probe>(alive);
+  const Ptr<Referent> probe = makePtr<Referent>(alive);
   std::thread([&probe] {
-    Ptr<Probe> user = probe;
+    Ptr<Referent> user = probe;
     user.reset();
   }).join();
 }
@@ -162,7 +162,7 @@ TEST_F(PtrDeathTest, PlainCountFromASecondThreadIsCaught) {
 void chooseAfterAnotherThreadCounted() {
   std::thread([] {
     int alive = 0;
-    makePtr<Probe>(alive);
+    makePtr<Referent>(alive);
   }).join();
   try {
     threadSafePtrIs(true);

@@ -1,0 +1,1 @@
+// Nothing: a library that precompiles headers needs one source.
