@@ -28,11 +28,6 @@ std::uint32_t IngDynamicVlanRangeRequestSm::getLogicalPort(Bridging::IntfId intf
   return index == nullptr ? 0 : *index;
 }
 
-const Qel::TypeData& IngDynamicVlanRangeRequestSm::typeData() const noexcept {
-  static constexpr Qel::TypeData kType{"KorvoL2::IngDynamicVlanRangeRequestSm"};
-  return kType;
-}
-
 Qel::Ptr<IngDynamicVlanRangeRequestSm> IngDynamicVlanRangeRequestSmIs(
     const std::string& name, const Qel::Ptr<const AgentCommand::AgentCommandRequest>& request,
     Qel::Duration maxRunTime, const Qel::Ptr<const Qel::Clock>& clock,

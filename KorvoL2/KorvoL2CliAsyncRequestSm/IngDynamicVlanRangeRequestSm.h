@@ -12,7 +12,7 @@
 namespace KorvoL2 {
 
 class IngDynamicVlanRangeRequestSm final : public IngVlanRangeRequestSmBase {
-  QEL_TRACKED_ALLOCATION(IngDynamicVlanRangeRequestSm)
+  QEL_ENTITY_CLASS(IngDynamicVlanRangeRequestSm, "KorvoL2::IngDynamicVlanRangeRequestSm")
  public:
   /** Null for `portHwIndexMappingDir` stands for an empty one. */
   IngDynamicVlanRangeRequestSm(std::string name,
@@ -28,14 +28,7 @@ class IngDynamicVlanRangeRequestSm final : public IngVlanRangeRequestSmBase {
   KORVO_L2_API std::uint32_t getLogicalPort(Bridging::IntfId intf) const override;
 
   /** Never null. */
-  const Qel::Ptr<const PortHwIndexMappingDir>& portHwIndexMappingDir() const noexcept {
-    return portHwIndexMappingDir_;
-  }
-
-  KORVO_L2_API const Qel::TypeData& typeData() const noexcept override;
-
- private:
-  Qel::Ptr<const PortHwIndexMappingDir> portHwIndexMappingDir_;
+  QEL_FIXED_ATTRIBUTE(Qel::Ptr<const PortHwIndexMappingDir>, portHwIndexMappingDir)
 };
 
 KORVO_L2_API Qel::Ptr<IngDynamicVlanRangeRequestSm> IngDynamicVlanRangeRequestSmIs(

@@ -9,11 +9,6 @@ std::uint32_t IngVlanRangeRequestSm::getLogicalPort(Bridging::IntfId intf) const
   return portId == nullptr ? Bridging::ModPort{}.port : portId->modPort.port;
 }
 
-const Qel::TypeData& IngVlanRangeRequestSm::typeData() const noexcept {
-  static constexpr Qel::TypeData kType{"KorvoL2::IngVlanRangeRequestSm"};
-  return kType;
-}
-
 Qel::Ptr<IngVlanRangeRequestSm> IngVlanRangeRequestSmIs(
     const std::string& name, const Qel::Ptr<const AgentCommand::AgentCommandRequest>& request,
     Qel::Duration maxRunTime, const Qel::Ptr<const Qel::Clock>& clock,

@@ -12,14 +12,12 @@
 namespace KorvoL2 {
 
 class IngVlanRangeRequestSm final : public IngVlanRangeRequestSmBase {
-  QEL_TRACKED_ALLOCATION(IngVlanRangeRequestSm)
+  QEL_ENTITY_CLASS(IngVlanRangeRequestSm, "KorvoL2::IngVlanRangeRequestSm")
  public:
   using IngVlanRangeRequestSmBase::IngVlanRangeRequestSmBase;
 
   /** The hardware's "no port", 1023, for an interface without a port. */
   KORVO_L2_API std::uint32_t getLogicalPort(Bridging::IntfId intf) const override;
-
-  KORVO_L2_API const Qel::TypeData& typeData() const noexcept override;
 };
 
 KORVO_L2_API Qel::Ptr<IngVlanRangeRequestSm> IngVlanRangeRequestSmIs(

@@ -85,7 +85,7 @@ WalkEnd L2HwTableRequestSm::walkChip() {
   const Tessar::FapId fapId(fapBookmark());
   return walk().runSlice(*entries, *this, [&](const MacEntryCollection::Entry& entry) {
     out.openObject();
-    shadow->printMacEntryHw(out, tableRenderer(), fapId, detail(), entry.key, entry.value,
+    shadow->printMacEntryHw(out, tableRenderer().get(), fapId, detail(), entry.key, entry.value,
                             mcastHelper_.get());
     out.closeObject();
     // No entry is skipped here, whatever the shadow printed for it.
@@ -96,11 +96,6 @@ WalkEnd L2HwTableRequestSm::walkChip() {
 void L2HwTableRequestSm::finishChip() {
   endChipRender();
   chipInProgressIs(false);
-}
-
-const Qel::TypeData& L2HwTableRequestSm::typeData() const noexcept {
-  static constexpr Qel::TypeData kType{"KorvoL2::L2HwTableRequestSm"};
-  return kType;
 }
 
 Qel::Ptr<L2HwTableRequestSm> L2HwTableRequestSmIs(

@@ -18,7 +18,7 @@
 namespace KorvoL2 {
 
 class L2HwTableRequestSm final : public L2HwTableRequestSmBase {
-  QEL_TRACKED_ALLOCATION(L2HwTableRequestSm)
+  QEL_ENTITY_CLASS(L2HwTableRequestSm, "KorvoL2::L2HwTableRequestSm")
  public:
   /** The helpers are kept until the machine goes; the multicast helper may be null. */
   L2HwTableRequestSm(std::string name, Qel::Ptr<const AgentCommand::AgentCommandRequest> request,
@@ -28,8 +28,6 @@ class L2HwTableRequestSm final : public L2HwTableRequestSmBase {
 
   KORVO_L2_API void handleAsyncCommand(std::uint32_t socket, std::uint32_t format) override;
   KORVO_L2_API void showMacTableHw() override;
-
-  KORVO_L2_API const Qel::TypeData& typeData() const noexcept override;
 
  private:
   bool startChip(std::uint32_t chip);

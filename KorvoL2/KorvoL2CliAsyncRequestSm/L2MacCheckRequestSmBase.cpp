@@ -16,25 +16,11 @@ L2MacCheckRequestSmBase::L2MacCheckRequestSmBase(
     KorvoL2MacAddrSmHelper* macAddrSmHelper, KorvoL2McastHelper* mcastHelper, std::string fapIdList,
     bool detail)
     : AgentAsyncCommandRequestSm(std::move(name), std::move(request), maxRunTime, std::move(clock)),
-      macAddrSmHelper_(macAddrSmHelper),
-      mcastHelper_(mcastHelper),
       fapIdList_(std::move(fapIdList)),
-      detail_(detail) {
+      detail_(detail),
+      macAddrSmHelper_(macAddrSmHelper),
+      mcastHelper_(mcastHelper) {
   QEL_ASSERT(macAddrSmHelper_ != nullptr);
-}
-
-void L2MacCheckRequestSmBase::fapIs(std::uint32_t id) {
-  if (fap_.insert(id).second) changed("fap");
-}
-void L2MacCheckRequestSmBase::fapDel(std::uint32_t id) {
-  if (fap_.erase(id) != 0) changed("fap");
-}
-void L2MacCheckRequestSmBase::fapDel(Fap::const_iterator position) {
-  fap_.erase(position);
-  changed("fap");
-}
-void L2MacCheckRequestSmBase::fapDelAll() {
-  while (!fap_.empty()) fapDel(fap_.cbegin());
 }
 
 void L2MacCheckRequestSmBase::handleInitialized() {
@@ -128,11 +114,6 @@ void L2MacCheckRequestSmBase::initializeTableRenderer() {
   tableRenderer_->addHeading(heads);
 }
 
-void L2MacCheckRequestSmBase::tableRendererIs(std::unique_ptr<Rendering::TableRenderer> table) {
-  tableRenderer_ = std::move(table);
-  changed("tableRenderer");
-}
-
 void L2MacCheckRequestSmBase::reportExhausted() {
   QEL_TRACE(trace(), 8, "Execution Completed");
   executionComplete();
@@ -143,9 +124,10 @@ void L2MacCheckRequestSmBase::executionComplete() {
   renderer().closeList();
   renderer().closeObject();
   renderer().documentEnd();
+  renderer().ioflush();
   fapDelAll();
   tableRendererIs(nullptr);
-  finishRequest(*this);
+  executionCompleteFlagIs(true);
   inProgressIs(false);
 }
 

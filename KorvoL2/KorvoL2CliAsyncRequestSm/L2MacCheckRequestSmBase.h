@@ -47,25 +47,19 @@ class L2MacCheckRequestSmBase : public AgentCommand::AgentAsyncCommandRequestSm 
   KORVO_L2_API void handleInitialized();
 
   /** Chip numbers as the command gave them, decimal, separated by ",". */
-  const std::string& fapIdList() const noexcept { return fapIdList_; }
-  bool detail() const noexcept { return detail_; }
+  QEL_FIXED_ATTRIBUTE(std::string, fapIdList)
+  QEL_FIXED_ATTRIBUTE(bool, detail)
   /** Read requests posted, the closing one not counted. */
-  std::uint32_t numReq() const noexcept { return numReq_; }
-  void numReqInc(std::uint32_t by) { attributeIs(numReq_, numReq_ + by, "numReq"); }
+  QEL_COUNTER(std::uint32_t, numReq)
   /** The report has begun. */
-  bool inProgress() const noexcept { return inProgress_; }
-  void inProgressIs(bool value) { attributeIs(inProgress_, value, "inProgress"); }
+  QEL_ATTRIBUTE(bool, inProgress)
   /** All hardware reads have finished. */
-  bool l2TableReadDone() const noexcept { return l2TableReadDone_; }
-  void l2TableReadDoneIs(bool value) { attributeIs(l2TableReadDone_, value, "l2TableReadDone"); }
+  QEL_ATTRIBUTE(bool, l2TableReadDone)
 
   /** Every chip number of the list, in full width, though a chip is asked for by its low byte. */
-  const Fap& fap() const noexcept { return fap_; }
-  KORVO_L2_API void fapIs(std::uint32_t id);
-  KORVO_L2_API void fapDel(std::uint32_t id);
-  KORVO_L2_API void fapDel(Fap::const_iterator position);
-  KORVO_L2_API void fapDelAll();
-  bool fapHas(std::uint32_t id) const { return fap_.contains(id); }
+  QEL_SET_ATTRIBUTE(Fap, fap, fap)
+  /** The text table of the report; null before it begins and after its end. */
+  QEL_ATTRIBUTE(std::unique_ptr<Rendering::TableRenderer>, tableRenderer)
 
  protected:
   L2MacCheckRequestSmBase(std::string name,
@@ -92,8 +86,6 @@ class L2MacCheckRequestSmBase : public AgentCommand::AgentAsyncCommandRequestSm 
   virtual void printTotals() = 0;
 
   void initializeTableRenderer();
-  void tableRendererIs(std::unique_ptr<Rendering::TableRenderer> table);
-  Rendering::TableRenderer& tableRenderer() const noexcept { return *tableRenderer_; }
   void executionComplete();
 
   /** One slice of a walk over a result table, with the end that this file's head tells of. */
@@ -125,15 +117,8 @@ class L2MacCheckRequestSmBase : public AgentCommand::AgentAsyncCommandRequestSm 
 
   Qel::Ptr<KorvoL2MacAddrSmHelper> macAddrSmHelper_;
   Qel::Ptr<KorvoL2McastHelper> mcastHelper_;
-  std::string fapIdList_;
-  bool detail_;
   bool readsIssued_ = false;
-  bool inProgress_ = false;
-  bool l2TableReadDone_ = false;
   bool endRepeated_ = false;
-  std::uint32_t numReq_ = 0;
-  Fap fap_;
-  std::unique_ptr<Rendering::TableRenderer> tableRenderer_;
 };
 
 }  // namespace KorvoL2

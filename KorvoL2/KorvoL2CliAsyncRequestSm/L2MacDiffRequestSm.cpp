@@ -73,14 +73,9 @@ L2MacDiffRequestSm::L2MacDiffRequestSm(std::string name,
 }
 
 void L2MacDiffRequestSm::diffEntryTableIs() {
-  diffEntryTable_ = Qel::makePtr<DiffMacEntryTable>();
-  diffEntryTable_->hasNotificationActiveIs(true);
-  changed("diffEntryTable");
-}
-
-void L2MacDiffRequestSm::diffEntryTableDel() {
-  diffEntryTable_.reset();
-  changed("diffEntryTable");
+  auto table = Qel::makePtr<DiffMacEntryTable>();
+  table->hasNotificationActiveIs(true);
+  attributeIs(diffEntryTable_, std::move(table), "diffEntryTable");
 }
 
 L2TableReadReq L2MacDiffRequestSm::resultTableIs() {
@@ -174,7 +169,7 @@ void L2MacDiffRequestSm::printText(const Entry& entry) {
   zip_longest("", vlan, mac, sw, chips, hw, hwIndex);
   for (std::size_t i = 0; i < vlan.size(); ++i) {
     // Always six cells: without detail the table has no sixth column and leaves the cell out.
-    tableRenderer().addRow({vlan[i], mac[i], sw[i], chips[i], hw[i], hwIndex[i]});
+    tableRenderer()->addRow({vlan[i], mac[i], sw[i], chips[i], hw[i], hwIndex[i]});
   }
 }
 
@@ -184,11 +179,6 @@ void L2MacDiffRequestSm::printTotals() {
   out.addFrills("\n");
   out.addFrills("Total entries different between software and hardware:  %u\n", diffCount_);
   out.addFrills("\n");
-}
-
-const Qel::TypeData& L2MacDiffRequestSm::typeData() const noexcept {
-  static constexpr Qel::TypeData kType{"KorvoL2::L2MacDiffRequestSm"};
-  return kType;
 }
 
 Qel::Ptr<L2MacDiffRequestSm> L2MacDiffRequestSmIs(

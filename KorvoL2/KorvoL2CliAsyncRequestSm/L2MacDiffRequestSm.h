@@ -14,7 +14,7 @@
 
 #include "KorvoL2/Export.h"
 #include "KorvoL2/KorvoL2CliAsyncRequestSm/L2MacCheckRequestSmBase.h"
-#include "platform/base/Tracked.h"
+#include "platform/base/Attribute.h"
 
 namespace KorvoL2 {
 
@@ -22,7 +22,7 @@ namespace KorvoL2 {
 void prepareDiffEntryList(std::vector<std::string>& lines, const EntryPropertyDir* properties);
 
 class L2MacDiffRequestSm final : public L2MacCheckRequestSmBase {
-  QEL_TRACKED_ALLOCATION(L2MacDiffRequestSm)
+  QEL_ENTITY_CLASS(L2MacDiffRequestSm, "KorvoL2::L2MacDiffRequestSm")
  public:
   /** Issues the hardware reads before it returns; throws as handleInitialized() does. */
   L2MacDiffRequestSm(std::string name, Qel::Ptr<const AgentCommand::AgentCommandRequest> request,
@@ -31,15 +31,12 @@ class L2MacDiffRequestSm final : public L2MacCheckRequestSmBase {
                      std::string fapIdList, bool detail);
 
   /** Sum of the difference counts of the entries printed. */
-  std::uint32_t diffCount() const noexcept { return diffCount_; }
-  void diffCountInc(std::uint32_t by) { attributeIs(diffCount_, diffCount_ + by, "diffCount"); }
-  const Qel::Ptr<DiffMacEntryTable>& diffEntryTable() const noexcept { return diffEntryTable_; }
+  QEL_COUNTER(std::uint32_t, diffCount)
+  QEL_FIXED_ATTRIBUTE(Qel::Ptr<DiffMacEntryTable>, diffEntryTable)
   KORVO_L2_API void diffEntryTableIs();
-  KORVO_L2_API void diffEntryTableDel();
+  void diffEntryTableDel() { attributeIs(diffEntryTable_, nullptr, "diffEntryTable"); }
   /** Key of the next entry to print. */
-  const Bridging::MacVlanPair& bookmark() const noexcept { return walk_.bookmark(); }
-
-  KORVO_L2_API const Qel::TypeData& typeData() const noexcept override;
+  KORVO_L2_WALK(RestingWalk<DiffMacEntryTable::Collection>, walk, bookmark)
 
  private:
   using Entry = DiffMacEntryTable::Collection::Entry;
@@ -57,10 +54,6 @@ class L2MacDiffRequestSm final : public L2MacCheckRequestSmBase {
   void printJson(const Entry& entry);
   void printText(const Entry& entry);
   void addPropertiesToJson(const EntryPropertyDir* properties);
-
-  Qel::Ptr<DiffMacEntryTable> diffEntryTable_;
-  std::uint32_t diffCount_ = 0;
-  RestingWalk<DiffMacEntryTable::Collection> walk_;
 };
 
 KORVO_L2_API Qel::Ptr<L2MacDiffRequestSm> L2MacDiffRequestSmIs(

@@ -36,14 +36,9 @@ L2MacMissingRequestSm::L2MacMissingRequestSm(
 }
 
 void L2MacMissingRequestSm::missingEntryTableIs() {
-  missingEntryTable_ = Qel::makePtr<MissingMacEntryTable>();
-  missingEntryTable_->hasNotificationActiveIs(true);
-  changed("missingEntryTable");
-}
-
-void L2MacMissingRequestSm::missingEntryTableDel() {
-  missingEntryTable_.reset();
-  changed("missingEntryTable");
+  auto table = Qel::makePtr<MissingMacEntryTable>();
+  table->hasNotificationActiveIs(true);
+  attributeIs(missingEntryTable_, std::move(table), "missingEntryTable");
 }
 
 void L2MacMissingRequestSm::moduleCountIs(const std::string& module, std::uint32_t count) {
@@ -137,10 +132,10 @@ void L2MacMissingRequestSm::printText(const Entry& entry) {
   zip_longest("", vlan, mac, keyType, inSw, presentInHw, missingInHw, hwIndex);
   for (std::size_t i = 0; i < vlan.size(); ++i) {
     if (detail()) {
-      tableRenderer().addRow(
+      tableRenderer()->addRow(
           {vlan[i], mac[i], keyType[i], inSw[i], presentInHw[i], missingInHw[i], hwIndex[i]});
     } else {
-      tableRenderer().addRow({vlan[i], mac[i], inSw[i], presentInHw[i], missingInHw[i]});
+      tableRenderer()->addRow({vlan[i], mac[i], inSw[i], presentInHw[i], missingInHw[i]});
     }
   }
 }
@@ -156,11 +151,6 @@ void L2MacMissingRequestSm::printTotals() {
   for (const auto& [module, missing] : moduleCount_) {
     out.addFrills("            %s:  %u\n", module, missing);
   }
-}
-
-const Qel::TypeData& L2MacMissingRequestSm::typeData() const noexcept {
-  static constexpr Qel::TypeData kType{"KorvoL2::L2MacMissingRequestSm"};
-  return kType;
 }
 
 Qel::Ptr<L2MacMissingRequestSm> L2MacMissingRequestSmIs(

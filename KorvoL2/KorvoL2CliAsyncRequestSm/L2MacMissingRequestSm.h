@@ -17,12 +17,12 @@
 
 #include "KorvoL2/Export.h"
 #include "KorvoL2/KorvoL2CliAsyncRequestSm/L2MacCheckRequestSmBase.h"
-#include "platform/base/Tracked.h"
+#include "platform/base/Attribute.h"
 
 namespace KorvoL2 {
 
 class L2MacMissingRequestSm final : public L2MacCheckRequestSmBase {
-  QEL_TRACKED_ALLOCATION(L2MacMissingRequestSm)
+  QEL_ENTITY_CLASS(L2MacMissingRequestSm, "KorvoL2::L2MacMissingRequestSm")
  public:
   /** By module name; in order, so that totals come out the same way every time. */
   using ModuleCount = absl::btree_map<std::string, std::uint32_t>;
@@ -34,30 +34,20 @@ class L2MacMissingRequestSm final : public L2MacCheckRequestSmBase {
                         std::string fapIdList, bool detail);
 
   /** Pairs of entry and module: in software, missing from that module's hardware. */
-  std::uint32_t hwMissingCount() const noexcept { return hwMissingCount_; }
-  void hwMissingCountInc(std::uint32_t by) {
-    attributeIs(hwMissingCount_, hwMissingCount_ + by, "hwMissingCount");
-  }
+  QEL_COUNTER(std::uint32_t, hwMissingCount)
   /** Pairs of entry and module: in that module's hardware, missing from software. */
-  std::uint32_t swMissingCount() const noexcept { return swMissingCount_; }
-  void swMissingCountInc(std::uint32_t by) {
-    attributeIs(swMissingCount_, swMissingCount_ + by, "swMissingCount");
-  }
+  QEL_COUNTER(std::uint32_t, swMissingCount)
   /** What hwMissingCount() is made of, module by module. */
-  const ModuleCount& moduleCount() const noexcept { return moduleCount_; }
+  QEL_FIXED_ATTRIBUTE(ModuleCount, moduleCount)
   KORVO_L2_API void moduleCountIs(const std::string& module, std::uint32_t count);
   KORVO_L2_API void moduleCountDel(const std::string& module);
   KORVO_L2_API void moduleCountDelAll();
 
-  const Qel::Ptr<MissingMacEntryTable>& missingEntryTable() const noexcept {
-    return missingEntryTable_;
-  }
+  QEL_FIXED_ATTRIBUTE(Qel::Ptr<MissingMacEntryTable>, missingEntryTable)
   KORVO_L2_API void missingEntryTableIs();
-  KORVO_L2_API void missingEntryTableDel();
+  void missingEntryTableDel() { attributeIs(missingEntryTable_, nullptr, "missingEntryTable"); }
   /** Key of the next entry to print. */
-  const L2HwEntryKey& bookmark() const noexcept { return walk_.bookmark(); }
-
-  KORVO_L2_API const Qel::TypeData& typeData() const noexcept override;
+  KORVO_L2_WALK(RestingWalk<MissingMacEntryTable::Collection>, walk, bookmark)
 
  private:
   using Entry = MissingMacEntryTable::Collection::Entry;
@@ -75,12 +65,6 @@ class L2MacMissingRequestSm final : public L2MacCheckRequestSmBase {
   void count(const MissingMacEntry& entry);
   void printJson(const Entry& entry);
   void printText(const Entry& entry);
-
-  Qel::Ptr<MissingMacEntryTable> missingEntryTable_;
-  std::uint32_t hwMissingCount_ = 0;
-  std::uint32_t swMissingCount_ = 0;
-  ModuleCount moduleCount_;
-  RestingWalk<MissingMacEntryTable::Collection> walk_;
 };
 
 KORVO_L2_API Qel::Ptr<L2MacMissingRequestSm> L2MacMissingRequestSmIs(

@@ -109,11 +109,6 @@ RoutingInfoFlags L2RoutingInfoRequestSm::flagsOf(const MacTblShadow* shadow,
   return flags;
 }
 
-const Qel::TypeData& L2RoutingInfoRequestSm::typeData() const noexcept {
-  static constexpr Qel::TypeData kType{"KorvoL2::L2RoutingInfoRequestSm"};
-  return kType;
-}
-
 Qel::Ptr<L2RoutingInfoRequestSm> L2RoutingInfoRequestSmIs(
     const std::string& name, const Qel::Ptr<const AgentCommand::AgentCommandRequest>& request,
     Qel::Duration maxRunTime, const Qel::Ptr<const Qel::Clock>& clock, IntfId recircIntf,

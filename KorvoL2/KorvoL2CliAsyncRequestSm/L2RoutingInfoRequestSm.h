@@ -20,7 +20,7 @@
 namespace KorvoL2 {
 
 class L2RoutingInfoRequestSm final : public L2RoutingInfoRequestSmBase {
-  QEL_TRACKED_ALLOCATION(L2RoutingInfoRequestSm)
+  QEL_ENTITY_CLASS(L2RoutingInfoRequestSm, "KorvoL2::L2RoutingInfoRequestSm")
  public:
   /** The helper is kept until the machine goes; throws AssertionException when it is null. */
   L2RoutingInfoRequestSm(
@@ -33,8 +33,6 @@ class L2RoutingInfoRequestSm final : public L2RoutingInfoRequestSmBase {
   KORVO_L2_API void showVxlanRoutingInfo() override;
 
   KorvoL2MacAddrSmHelper* macAddrSmHelper() const noexcept { return macAddrSmHelper_.get(); }
-
-  KORVO_L2_API const Qel::TypeData& typeData() const noexcept override;
 
  private:
   void printHeaderOnce();

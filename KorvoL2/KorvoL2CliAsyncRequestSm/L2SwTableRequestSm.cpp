@@ -48,11 +48,6 @@ void L2SwTableRequestSm::showMacTableAll() {
   executionComplete(entries == nullptr ? 0 : static_cast<std::uint32_t>(entries->size()));
 }
 
-const Qel::TypeData& L2SwTableRequestSm::typeData() const noexcept {
-  static constexpr Qel::TypeData kType{"KorvoL2::L2SwTableRequestSm"};
-  return kType;
-}
-
 Qel::Ptr<L2SwTableRequestSm> L2SwTableRequestSmIs(
     const std::string& name, const Qel::Ptr<const AgentCommand::AgentCommandRequest>& request,
     Qel::Duration maxRunTime, const Qel::Ptr<const Qel::Clock>& clock,

@@ -13,7 +13,7 @@
 namespace KorvoL2 {
 
 class L2SwTableRequestSm final : public L2SwTableRequestSmBase {
-  QEL_TRACKED_ALLOCATION(L2SwTableRequestSm)
+  QEL_ENTITY_CLASS(L2SwTableRequestSm, "KorvoL2::L2SwTableRequestSm")
  public:
   /** `macAddrSmHelper` gives the table; it is kept until the machine goes and must not be null. */
   L2SwTableRequestSm(std::string name, Qel::Ptr<const AgentCommand::AgentCommandRequest> request,
@@ -22,8 +22,6 @@ class L2SwTableRequestSm final : public L2SwTableRequestSmBase {
 
   KORVO_L2_API void handleAsyncCommand(std::uint32_t socket, std::uint32_t format) override;
   KORVO_L2_API void showMacTableAll() override;
-
-  KORVO_L2_API const Qel::TypeData& typeData() const noexcept override;
 
  private:
   Qel::Ptr<KorvoL2MacAddrSmHelper> macAddrSmHelper_;

@@ -16,9 +16,6 @@ constexpr SectionLayout kVlanVnis{
     .count = "Number of Vlan to VNI mapping entries : %d\n\n",
     // The first section of both dumps ends under this name, by which traces are searched.
     .directory = "vlanXlateDipConfigDir",
-    .startedName = "egrVlanXlateVfiStarted",
-    .completeName = "egrVlanXlateVfiComplete",
-    .bookmarkName = "egrVlanXlateVfiBookmark",
 };
 constexpr SectionLayout kEgrPortVlans{
     .title = "Egress Port-Vlan Translation Entries:\n",
@@ -26,9 +23,6 @@ constexpr SectionLayout kEgrPortVlans{
     .rule = "--------------------------------------------------\n",
     .count = "Number of egress port vlan translation entries : %d\n",
     .directory = "egrPortVlanXlateStatusDir",
-    .startedName = "egrPortVlanXlateStarted",
-    .completeName = "egrPortVlanXlateComplete",
-    .bookmarkName = "egrPortVlanXlateBookmark",
 };
 constexpr SectionLayout kVxlanVlans{
     .title = "\nEgress DVP-Vlan Translation Entries:\n",
@@ -36,9 +30,6 @@ constexpr SectionLayout kVxlanVlans{
     .rule = "-------------------------------------------------\n",
     .count = "Number of egress DVP-Vlan translation entries : %d\n",
     .directory = "egrVxlanVlanXlateStatusDir",
-    .startedName = "egrVxlanVlanXlateStarted",
-    .completeName = "egrVxlanVlanXlateComplete",
-    .bookmarkName = "egrVxlanVlanXlateBookmark",
 };
 
 void printVlanVni(FixedLine line, const EgrVlanXlateVxlanVfiConfigDir::Entries::Entry& entry) {
@@ -64,10 +55,11 @@ EgrVlanXlateSwRequestSmBase::EgrVlanXlateSwRequestSmBase(
     Qel::Ptr<const EgrVlanXlateVxlanVfiConfigDir> egrVlanXlateVfiConfigDir,
     Qel::Ptr<const EgrPortVlanXlateStatusDir> egrPortVlanXlateStatusDir,
     Qel::Ptr<const EgrVxlanVlanXlateStatusDir> egrVxlanVlanXlateStatusDir)
-    : VlanXlateSwRequestSmBase(std::move(name), std::move(request), maxRunTime, std::move(clock)),
-      vlanVnis_(kVlanVnis, std::move(egrVlanXlateVfiConfigDir)),
-      portVlans_(kEgrPortVlans, std::move(egrPortVlanXlateStatusDir)),
-      vxlanVlans_(kVxlanVlans, std::move(egrVxlanVlanXlateStatusDir)) {}
+    : VlanXlateSwRequestSmBase(std::move(name), std::move(request), maxRunTime, std::move(clock)) {
+  egrVlanXlateVfi_.directory = recordOrEmpty(std::move(egrVlanXlateVfiConfigDir));
+  egrPortVlanXlate_.directory = recordOrEmpty(std::move(egrPortVlanXlateStatusDir));
+  egrVxlanVlanXlate_.directory = recordOrEmpty(std::move(egrVxlanVlanXlateStatusDir));
+}
 
 void EgrVlanXlateSwRequestSmBase::handleAsyncCommand(std::uint32_t socket, std::uint32_t format) {
   QEL_TRACE(trace(), 8, "socket:{}, format:{}", socket, format);
@@ -76,19 +68,14 @@ void EgrVlanXlateSwRequestSmBase::handleAsyncCommand(std::uint32_t socket, std::
 }
 
 void EgrVlanXlateSwRequestSmBase::showEgrVlanXlateSw() {
-  showSection(vlanVnis_, printVlanVni);
-  showSection(portVlans_, printEgrPortVlan);
-  showSection(vxlanVlans_, printVxlanVlan);
+  showSection(kVlanVnis, egrVlanXlateVfi_, printVlanVni);
+  showSection(kEgrPortVlans, egrPortVlanXlate_, printEgrPortVlan);
+  showSection(kVxlanVlans, egrVxlanVlanXlate_, printVxlanVlan);
   if (yielding()) return;
   QEL_TRACE(trace(), 8, "Execution Completed");
   // There is no such table; tools that read the dump to its end look for the line.
   renderer().addFrills("\nNumber of INT Opaque entries : 0\n\n");
   executionComplete();
-}
-
-const Qel::TypeData& EgrVlanXlateSwRequestSmBase::typeData() const noexcept {
-  static constexpr Qel::TypeData kType{"KorvoL2::EgrVlanXlateSwRequestSmBase"};
-  return kType;
 }
 
 Qel::Ptr<EgrVlanXlateSwRequestSmBase> EgrVlanXlateSwRequestSmBaseIs(

@@ -47,19 +47,10 @@ void IngVlanRangeRequestSmBase::getAsyncState() {
   inProgressIs(true);
 }
 
-void IngVlanRangeRequestSmBase::intfIdIs(Bridging::IntfId intf) {
-  if (intf == walk_.bookmark()) return;
-  walk_.bookmarkIs(intf);
-  changed("intfId");
-}
-
 void IngVlanRangeRequestSmBase::showIngVlanRanges() {
   const WalkEnd end =
       walk_.runSlice(fcsd_->intf, *this, [this](const auto& entry) { return showIntf(entry.key); });
-  if (end == WalkEnd::yielded) {
-    changed("intfId");
-    return;
-  }
+  if (end == WalkEnd::yielded) return;
   QEL_TRACE(trace(), 8, "Execution Completed");
   executionComplete();
 }
@@ -86,13 +77,9 @@ void IngVlanRangeRequestSmBase::executionComplete() {
   renderer().closeObject();
   renderer().closeObject();
   renderer().documentEnd();
-  finishRequest(*this);
+  renderer().ioflush();
+  executionCompleteFlagIs(true);
   inProgressIs(false);
-}
-
-const Qel::TypeData& IngVlanRangeRequestSmBase::typeData() const noexcept {
-  static constexpr Qel::TypeData kType{"KorvoL2::IngVlanRangeRequestSmBase"};
-  return kType;
 }
 
 Qel::Ptr<IngVlanRangeRequestSmBase> IngVlanRangeRequestSmBaseIs(

@@ -17,7 +17,7 @@
 
 #include "KorvoL2/Export.h"
 #include "KorvoL2/KorvoL2CliAsyncRequestSmBase/ResumableWalk.h"
-#include "platform/base/Tracked.h"
+#include "platform/base/Attribute.h"
 #include "platform/command/AgentAsyncCommandRequestSm.h"
 #include "platform/l2/FeatureAgentCommonSmData.h"
 #include "platform/l2/L2CmdRingManager.h"
@@ -26,7 +26,7 @@
 namespace KorvoL2 {
 
 class IngVlanRangeRequestSmBase : public AgentCommand::AgentAsyncCommandRequestSm {
-  QEL_TRACKED_ALLOCATION(IngVlanRangeRequestSmBase)
+  QEL_ENTITY_CLASS(IngVlanRangeRequestSmBase, "KorvoL2::IngVlanRangeRequestSmBase")
  public:
   /**
    * Null for a record stands for an empty one, null for the manager for one that reads no ranges.
@@ -50,23 +50,17 @@ class IngVlanRangeRequestSmBase : public AgentCommand::AgentAsyncCommandRequestS
   KORVO_L2_API void getAsyncState();
 
   /** What is known of the interfaces; never null. */
-  const Qel::Ptr<const FeatureAgentCommonSmData>& fcsd() const noexcept { return fcsd_; }
+  QEL_FIXED_ATTRIBUTE(Qel::Ptr<const FeatureAgentCommonSmData>, fcsd)
   /** What each interface asks for; one without an entry is left out. Never null. */
-  const Qel::Ptr<const VlanXlateScaleEntryDir>& vlanXlateScaleEntryDir() const noexcept {
-    return vlanXlateScaleEntryDir_;
-  }
+  QEL_FIXED_ATTRIBUTE(Qel::Ptr<const VlanXlateScaleEntryDir>, vlanXlateScaleEntryDir)
   /** Reads the programmed ranges; may be null. */
-  const Qel::Ptr<L2CmdRingManager>& cmdRingManager() const noexcept { return cmdRingManager_; }
-  std::uint8_t ingVlanRangeSize() const noexcept { return ingVlanRangeSize_; }
+  QEL_FIXED_ATTRIBUTE(Qel::Ptr<L2CmdRingManager>, cmdRingManager)
+  QEL_FIXED_ATTRIBUTE(std::uint8_t, ingVlanRangeSize)
 
   /** Set once the preamble is written and the walk may run; cleared at completion. */
-  bool inProgress() const noexcept { return inProgress_; }
-  void inProgressIs(bool inProgress) { attributeIs(inProgress_, inProgress, "inProgress"); }
+  QEL_ATTRIBUTE(bool, inProgress)
   /** The bookmark: the interface at which the walk goes on; the default stands for its start. */
-  Bridging::IntfId intfId() const noexcept { return walk_.bookmark(); }
-  KORVO_L2_API void intfIdIs(Bridging::IntfId intf);
-
-  KORVO_L2_API const Qel::TypeData& typeData() const noexcept override;
+  KORVO_L2_WALK(ResumableWalk<Qel::KeyedSet<Bridging::IntfId>>, walk, intfId)
 
  protected:
   void executionComplete();
@@ -74,13 +68,6 @@ class IngVlanRangeRequestSmBase : public AgentCommand::AgentAsyncCommandRequestS
  private:
   void showIngVlanRanges();
   RowOutcome showIntf(Bridging::IntfId intf);
-
-  Qel::Ptr<const FeatureAgentCommonSmData> fcsd_;
-  Qel::Ptr<const VlanXlateScaleEntryDir> vlanXlateScaleEntryDir_;
-  Qel::Ptr<L2CmdRingManager> cmdRingManager_;
-  std::uint8_t ingVlanRangeSize_;
-  bool inProgress_ = false;
-  ResumableWalk<Qel::KeyedSet<Bridging::IntfId>> walk_;
 };
 
 KORVO_L2_API Qel::Ptr<IngVlanRangeRequestSmBase> IngVlanRangeRequestSmBaseIs(

@@ -14,9 +14,6 @@ constexpr SectionLayout kDips{
     .rule = "---------------------\n",
     .count = "Number of Vxlan DIP entries : %d\n\n",
     .directory = "vlanXlateDipConfigDir",
-    .startedName = "vlanXlateDipStarted",
-    .completeName = "vlanXlateDipComplete",
-    .bookmarkName = "vlanXlateDipBookmark",
 };
 constexpr SectionLayout kVlanSvps{
     .title = "Vlan SVP Entries:\n",
@@ -24,9 +21,6 @@ constexpr SectionLayout kVlanSvps{
     .rule = "------------------------------\n",
     .count = "Number of Vlan SVP entries : %d\n",
     .directory = "vlanSvpStatusDir",
-    .startedName = "vlanSvpStatusStarted",
-    .completeName = "vlanSvpStatusComplete",
-    .bookmarkName = "vlanSvpStatusBookmark",
 };
 constexpr SectionLayout kPortVlans{
     .title = "\nPort-Vlan Translation / SVP assignment Entries:\n",
@@ -34,9 +28,6 @@ constexpr SectionLayout kPortVlans{
     .rule = "-------------------------------------------------\n",
     .count = "Number of port-vlan/svp entries : %d\n",
     .directory = "portVlanXlateStatusDir",
-    .startedName = "portVlanXlateStatusStarted",
-    .completeName = "portVlanXlateStatusComplete",
-    .bookmarkName = "portVlanXlateStatusBookmark",
 };
 
 void printDip(FixedLine line, const VlanXlateDipConfigDir::Entries::Entry& entry) {
@@ -62,10 +53,11 @@ IngVlanXlateSwRequestSmBase::IngVlanXlateSwRequestSmBase(
     Qel::Ptr<const VlanXlateDipConfigDir> vlanXlateDipConfigDir,
     Qel::Ptr<const VlanSvpStatusDir> vlanSvpStatusDir,
     Qel::Ptr<const PortVlanXlateStatusDir> portVlanXlateStatusDir)
-    : VlanXlateSwRequestSmBase(std::move(name), std::move(request), maxRunTime, std::move(clock)),
-      dips_(kDips, std::move(vlanXlateDipConfigDir)),
-      vlanSvps_(kVlanSvps, std::move(vlanSvpStatusDir)),
-      portVlans_(kPortVlans, std::move(portVlanXlateStatusDir)) {}
+    : VlanXlateSwRequestSmBase(std::move(name), std::move(request), maxRunTime, std::move(clock)) {
+  vlanXlateDip_.directory = recordOrEmpty(std::move(vlanXlateDipConfigDir));
+  vlanSvpStatus_.directory = recordOrEmpty(std::move(vlanSvpStatusDir));
+  portVlanXlateStatus_.directory = recordOrEmpty(std::move(portVlanXlateStatusDir));
+}
 
 void IngVlanXlateSwRequestSmBase::handleAsyncCommand(std::uint32_t socket, std::uint32_t format) {
   QEL_TRACE(trace(), 8, "socket:{}, format:{}", socket, format);
@@ -74,17 +66,12 @@ void IngVlanXlateSwRequestSmBase::handleAsyncCommand(std::uint32_t socket, std::
 }
 
 void IngVlanXlateSwRequestSmBase::showIngVlanXlateSw() {
-  showSection(dips_, printDip);
-  showSection(vlanSvps_, printVlanSvp);
-  showSection(portVlans_, printPortVlan);
+  showSection(kDips, vlanXlateDip_, printDip);
+  showSection(kVlanSvps, vlanSvpStatus_, printVlanSvp);
+  showSection(kPortVlans, portVlanXlateStatus_, printPortVlan);
   if (yielding()) return;
   QEL_TRACE(trace(), 8, "Execution Completed");
   executionComplete();
-}
-
-const Qel::TypeData& IngVlanXlateSwRequestSmBase::typeData() const noexcept {
-  static constexpr Qel::TypeData kType{"KorvoL2::IngVlanXlateSwRequestSmBase"};
-  return kType;
 }
 
 Qel::Ptr<IngVlanXlateSwRequestSmBase> IngVlanXlateSwRequestSmBaseIs(

@@ -25,28 +25,14 @@ L2HwTableRequestSmBase::L2HwTableRequestSmBase(
     std::string name, Qel::Ptr<const AgentCommand::AgentCommandRequest> request,
     Qel::Duration maxRunTime, Qel::Ptr<const Qel::Clock> clock, std::string chipList, bool detail)
     : AgentAsyncCommandRequestSm(std::move(name), std::move(request), maxRunTime, std::move(clock)),
-      chipList_(std::move(chipList)),
-      detail_(detail) {}
+      detail_(detail),
+      chipList_(std::move(chipList)) {}
 
 void L2HwTableRequestSmBase::showMacTableHw() {
   throw Qel::NoImplementationException("not implemented in base-class");
 }
 
 void L2HwTableRequestSmBase::handleInitialized() { initializeSm(); }
-
-void L2HwTableRequestSmBase::fapIs(std::uint32_t id) {
-  if (fapIdList_.insert(id).second) changed("fapIdList");
-}
-void L2HwTableRequestSmBase::fapDel(std::uint32_t id) {
-  if (fapIdList_.erase(id) != 0) changed("fapIdList");
-}
-void L2HwTableRequestSmBase::fapDel(FapIdList::const_iterator position) {
-  fapIdList_.erase(position);
-  changed("fapIdList");
-}
-void L2HwTableRequestSmBase::fapDelAll() {
-  while (!fapIdList_.empty()) fapDel(fapIdList_.cbegin());
-}
 
 void L2HwTableRequestSmBase::getAsyncState() {
   if (ready_) return;
@@ -59,13 +45,13 @@ void L2HwTableRequestSmBase::getAsyncState() {
     for (const std::string& piece : pieces) fapIs(static_cast<std::uint32_t>(std::stoi(piece)));
   });
   initializeTableRenderer();
-  ready_ = true;
+  readyIs(true);
 }
 
 void L2HwTableRequestSmBase::initializeTableRenderer() {
   QEL_TRACE(trace(), 8, "");
   if (!detail_) return;
-  tableRenderer_ = std::make_unique<Rendering::TableRenderer>(
+  tableRendererIs(std::make_unique<Rendering::TableRenderer>(
       renderer(),
       std::vector<Rendering::ColumnFormatter>{{6, 0, 1, 1, true, 0},    // VLAN
                                               {16, 0, 1, 1, true, 0},   // MAC address
@@ -74,7 +60,7 @@ void L2HwTableRequestSmBase::initializeTableRenderer() {
                                               {11, 0, 2, 2, true, 0},   // class
                                               {24, 0, 4, 2, true, 0},   // port
                                               {10, 0, 1, 1, true, 0}},  // hardware index
-      true, false);
+      true, false));
 }
 
 void L2HwTableRequestSmBase::beginChipRender(std::string_view chipName) {
@@ -117,15 +103,11 @@ void L2HwTableRequestSmBase::executionComplete() {
   renderer().closeObject();
   renderer().closeObject();
   renderer().documentEnd();
-  tableRenderer_.reset();
+  renderer().ioflush();
+  tableRendererIs(nullptr);
   fapDelAll();
-  finishRequest(*this);
-  ready_ = false;
-}
-
-const Qel::TypeData& L2HwTableRequestSmBase::typeData() const noexcept {
-  static constexpr Qel::TypeData kType{"KorvoL2::L2HwTableRequestSmBase"};
-  return kType;
+  executionCompleteFlagIs(true);
+  readyIs(false);
 }
 
 Qel::Ptr<L2HwTableRequestSmBase> L2HwTableRequestSmBaseIs(

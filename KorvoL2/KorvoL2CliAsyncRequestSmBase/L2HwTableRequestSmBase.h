@@ -16,7 +16,7 @@
 
 #include "KorvoL2/Export.h"
 #include "KorvoL2/KorvoL2CliAsyncRequestSmBase/ResumableWalk.h"
-#include "platform/base/Tracked.h"
+#include "platform/base/Attribute.h"
 #include "platform/command/AgentAsyncCommandRequestSm.h"
 #include "platform/l2/MacEntry.h"
 #include "platform/rendering/TableRenderer.h"
@@ -24,7 +24,7 @@
 namespace KorvoL2 {
 
 class L2HwTableRequestSmBase : public AgentCommand::AgentAsyncCommandRequestSm {
-  QEL_TRACKED_ALLOCATION(L2HwTableRequestSmBase)
+  QEL_ENTITY_CLASS(L2HwTableRequestSmBase, "KorvoL2::L2HwTableRequestSmBase")
  public:
   /** Chip identifiers as the command gave them, not yet checked against any range; ascending. */
   using FapIdList = absl::btree_set<std::uint32_t>;
@@ -50,26 +50,18 @@ class L2HwTableRequestSmBase : public AgentCommand::AgentAsyncCommandRequestSm {
   /** The chips as the command named them. */
   const std::string& chipList() const noexcept { return chipList_; }
   /** The detailed form: a column table for each chip, with a hardware index column. */
-  bool detail() const noexcept { return detail_; }
+  QEL_FIXED_ATTRIBUTE(bool, detail)
   /** The list is parsed and the preamble written; the walk may run. */
-  bool ready() const noexcept { return ready_; }
+  QEL_ATTRIBUTE(bool, ready)
   /** The walk is inside a chip's section: its head is printed, its foot not yet. */
-  bool chipInProgress() const noexcept { return chipInProgress_; }
-  void chipInProgressIs(bool value) { attributeIs(chipInProgress_, value, "chipInProgress"); }
+  QEL_ATTRIBUTE(bool, chipInProgress)
   /** The chip being dumped, or to be dumped next. */
-  std::uint32_t fapBookmark() const noexcept { return fapBookmark_; }
-  void fapBookmarkIs(std::uint32_t value) { attributeIs(fapBookmark_, value, "fapBookmark"); }
+  QEL_ATTRIBUTE(std::uint32_t, fapBookmark)
   /** The key of the next entry to print within the current chip. */
-  const Bridging::MacVlanPair& bookmark() const noexcept { return walk_.bookmark(); }
-
-  const FapIdList& fapIdList() const noexcept { return fapIdList_; }
-  KORVO_L2_API void fapIs(std::uint32_t id);
-  KORVO_L2_API void fapDel(std::uint32_t id);
-  KORVO_L2_API void fapDel(FapIdList::const_iterator position);
-  KORVO_L2_API void fapDelAll();
-  bool fapHas(std::uint32_t id) const { return fapIdList_.contains(id); }
-
-  KORVO_L2_API const Qel::TypeData& typeData() const noexcept override;
+  KORVO_L2_WALK(ResumableWalk<MacEntryCollection>, walk, bookmark)
+  QEL_SET_ATTRIBUTE(FapIdList, fapIdList, fap)
+  /** The column table of the detailed form; null before the list is parsed and after the end. */
+  QEL_ATTRIBUTE(std::unique_ptr<Rendering::TableRenderer>, tableRenderer)
 
  protected:
   void initializeTableRenderer();
@@ -77,18 +69,10 @@ class L2HwTableRequestSmBase : public AgentCommand::AgentAsyncCommandRequestSm {
   void endChipRender();
   void executionComplete();
 
-  Rendering::TableRenderer* tableRenderer() const noexcept { return tableRenderer_.get(); }
   ResumableWalk<MacEntryCollection>& walk() noexcept { return walk_; }
 
  private:
   std::string chipList_;
-  bool detail_;
-  bool ready_ = false;
-  bool chipInProgress_ = false;
-  std::uint32_t fapBookmark_ = 0;
-  FapIdList fapIdList_;
-  std::unique_ptr<Rendering::TableRenderer> tableRenderer_;
-  ResumableWalk<MacEntryCollection> walk_;
 };
 
 KORVO_L2_API Qel::Ptr<L2HwTableRequestSmBase> L2HwTableRequestSmBaseIs(

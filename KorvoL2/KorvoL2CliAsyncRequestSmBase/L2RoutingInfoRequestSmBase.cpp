@@ -30,7 +30,8 @@ L2RoutingInfoRequestSmBase::L2RoutingInfoRequestSmBase(
       routingStatus_(recordOrEmpty(std::move(routingStatus))),
       vxlanL2State_(recordOrEmpty(std::move(vxlanL2State))),
       vlanSvpConfigDir_(recordOrEmpty(std::move(vlanSvpConfigDir))),
-      vxlanCapabilities_(recordOrEmpty(std::move(vxlanCapabilities))) {}
+      vxlanCapabilities_(recordOrEmpty(std::move(vxlanCapabilities))),
+      printHeader_(true) {}
 
 void L2RoutingInfoRequestSmBase::handleInitialized() { initializeSm(); }
 
@@ -126,14 +127,10 @@ void L2RoutingInfoRequestSmBase::executionComplete() {
   renderer().closeObject();
   renderer().closeObject();
   renderer().documentEnd();
+  renderer().ioflush();
   vlan2SvpDelAll();
-  finishRequest(*this);
+  executionCompleteFlagIs(true);
   inProgressIs(false);
-}
-
-const Qel::TypeData& L2RoutingInfoRequestSmBase::typeData() const noexcept {
-  static constexpr Qel::TypeData kType{"KorvoL2::L2RoutingInfoRequestSmBase"};
-  return kType;
 }
 
 Qel::Ptr<L2RoutingInfoRequestSmBase> L2RoutingInfoRequestSmBaseIs(

@@ -26,7 +26,7 @@
 
 #include "KorvoL2/Export.h"
 #include "KorvoL2/KorvoL2CliAsyncRequestSmBase/ResumableWalk.h"
-#include "platform/base/Tracked.h"
+#include "platform/base/Attribute.h"
 #include "platform/command/AgentAsyncCommandRequestSm.h"
 #include "platform/l2/VxlanRecords.h"
 #include "platform/types/IntfId.h"
@@ -34,7 +34,7 @@
 namespace KorvoL2 {
 
 class L2RoutingInfoRequestSmBase : public AgentCommand::AgentAsyncCommandRequestSm {
-  QEL_TRACKED_ALLOCATION(L2RoutingInfoRequestSmBase)
+  QEL_ENTITY_CLASS(L2RoutingInfoRequestSmBase, "KorvoL2::L2RoutingInfoRequestSmBase")
  public:
   /**
    * `recircIntf` is the recirculation channel, the default interface for none. A record that is
@@ -58,38 +58,27 @@ class L2RoutingInfoRequestSmBase : public AgentCommand::AgentAsyncCommandRequest
   /** On the first call, makes the work list and opens the document; later, nothing. */
   KORVO_L2_API void getInProgressState();
 
-  Bridging::IntfId recircIntf() const noexcept { return recircIntf_; }
-  const Qel::Ptr<const KorvoL3::RoutingStatus>& routingStatus() const noexcept {
-    return routingStatus_;
-  }
-  const Qel::Ptr<const VxlanL2State>& vxlanL2State() const noexcept { return vxlanL2State_; }
-  const Qel::Ptr<const VlanSvpConfigDir>& vlanSvpConfigDir() const noexcept {
-    return vlanSvpConfigDir_;
-  }
-  const Qel::Ptr<const VxlanCapabilities>& vxlanCapabilities() const noexcept {
-    return vxlanCapabilities_;
-  }
+  QEL_FIXED_ATTRIBUTE(Bridging::IntfId, recircIntf)
+  QEL_FIXED_ATTRIBUTE(Qel::Ptr<const KorvoL3::RoutingStatus>, routingStatus)
+  QEL_FIXED_ATTRIBUTE(Qel::Ptr<const VxlanL2State>, vxlanL2State)
+  QEL_FIXED_ATTRIBUTE(Qel::Ptr<const VlanSvpConfigDir>, vlanSvpConfigDir)
+  QEL_FIXED_ATTRIBUTE(Qel::Ptr<const VxlanCapabilities>, vxlanCapabilities)
 
   /** Set once the work list is made and the walk may run; cleared at completion. */
-  bool inProgress() const noexcept { return inProgress_; }
-  void inProgressIs(bool inProgress) { attributeIs(inProgress_, inProgress, "inProgress"); }
+  QEL_ATTRIBUTE(bool, inProgress)
   /** The header is still to be printed. */
-  bool printHeader() const noexcept { return printHeader_; }
-  void printHeaderIs(bool print) { attributeIs(printHeader_, print, "printHeader"); }
+  QEL_ATTRIBUTE(bool, printHeader)
   /** The VLAN to print when the walk resumes. */
-  Bridging::VlanId bookmark() const noexcept { return walk_.bookmark(); }
-  void bookmarkIs(Bridging::VlanId vlan) { walk_.bookmarkIs(vlan); }
+  KORVO_L2_WALK(RestingWalk<VlanToSvpCollection>, walk, bookmark)
 
   /** The VLANs to print, with their virtual ports; made by the first slice, empty at the end. */
-  const VlanToSvpCollection& vlan2Svp() const noexcept { return vlan2Svp_; }
+  QEL_FIXED_ATTRIBUTE(VlanToSvpCollection, vlan2Svp)
   /** The virtual port of `vlan`, without a number when the list does not hold the VLAN. */
   KORVO_L2_API VirtualPort vlan2Svp(Bridging::VlanId vlan) const;
   VirtualPort vlan2SvpGet(Bridging::VlanId vlan) const { return vlan2Svp(vlan); }
   KORVO_L2_API void vlan2SvpIs(Bridging::VlanId vlan, VirtualPort port);
   KORVO_L2_API void vlan2SvpDel(Bridging::VlanId vlan);
   KORVO_L2_API void vlan2SvpDelAll();
-
-  KORVO_L2_API const Qel::TypeData& typeData() const noexcept override;
 
  protected:
   void doPrintHeader();
@@ -101,16 +90,6 @@ class L2RoutingInfoRequestSmBase : public AgentCommand::AgentAsyncCommandRequest
   void printRecircChannel();
   void printRouterMacs();
   void printOrvaVtep();
-
-  Bridging::IntfId recircIntf_;
-  Qel::Ptr<const KorvoL3::RoutingStatus> routingStatus_;
-  Qel::Ptr<const VxlanL2State> vxlanL2State_;
-  Qel::Ptr<const VlanSvpConfigDir> vlanSvpConfigDir_;
-  Qel::Ptr<const VxlanCapabilities> vxlanCapabilities_;
-  bool inProgress_ = false;
-  bool printHeader_ = true;
-  VlanToSvpCollection vlan2Svp_;
-  RestingWalk<VlanToSvpCollection> walk_;
 };
 
 KORVO_L2_API Qel::Ptr<L2RoutingInfoRequestSmBase> L2RoutingInfoRequestSmBaseIs(

@@ -19,8 +19,8 @@ std::string rule() { return std::string(kRuleLength, '-'); }
 L2SwTableRequestSmBase::L2SwTableRequestSmBase(
     std::string name, Qel::Ptr<const AgentCommand::AgentCommandRequest> request,
     Qel::Duration maxRunTime, Qel::Ptr<const Qel::Clock> clock)
-    : AgentAsyncCommandRequestSm(std::move(name), std::move(request), maxRunTime,
-                                 std::move(clock)) {}
+    : AgentAsyncCommandRequestSm(std::move(name), std::move(request), maxRunTime, std::move(clock)),
+      printHeader_(true) {}
 
 void L2SwTableRequestSmBase::showMacTableAll() {
   throw Qel::NoImplementationException("not implemented in base-class");
@@ -52,13 +52,9 @@ void L2SwTableRequestSmBase::executionComplete(std::uint32_t count) {
   out.addAttribute("Number of entries : %d\n", "numEntries", count);
   out.closeObject();
   out.documentEnd();
-  finishRequest(*this);
+  out.ioflush();
+  executionCompleteFlagIs(true);
   inProgressIs(false);
-}
-
-const Qel::TypeData& L2SwTableRequestSmBase::typeData() const noexcept {
-  static constexpr Qel::TypeData kType{"KorvoL2::L2SwTableRequestSmBase"};
-  return kType;
 }
 
 Qel::Ptr<L2SwTableRequestSmBase> L2SwTableRequestSmBaseIs(

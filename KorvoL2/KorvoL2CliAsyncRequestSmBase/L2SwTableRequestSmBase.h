@@ -12,14 +12,14 @@
 
 #include "KorvoL2/Export.h"
 #include "KorvoL2/KorvoL2CliAsyncRequestSmBase/ResumableWalk.h"
-#include "platform/base/Tracked.h"
+#include "platform/base/Attribute.h"
 #include "platform/command/AgentAsyncCommandRequestSm.h"
 #include "platform/l2/MacEntry.h"
 
 namespace KorvoL2 {
 
 class L2SwTableRequestSmBase : public AgentCommand::AgentAsyncCommandRequestSm {
-  QEL_TRACKED_ALLOCATION(L2SwTableRequestSmBase)
+  QEL_ENTITY_CLASS(L2SwTableRequestSmBase, "KorvoL2::L2SwTableRequestSmBase")
  public:
   L2SwTableRequestSmBase(std::string name,
                          Qel::Ptr<const AgentCommand::AgentCommandRequest> request,
@@ -34,15 +34,11 @@ class L2SwTableRequestSmBase : public AgentCommand::AgentAsyncCommandRequestSm {
   KORVO_L2_API void getInProgressState();
 
   /** Set once the preamble is written and the walk may run; cleared at completion. */
-  bool inProgress() const noexcept { return inProgress_; }
-  void inProgressIs(bool inProgress) { attributeIs(inProgress_, inProgress, "inProgress"); }
+  QEL_ATTRIBUTE(bool, inProgress)
   /** The column heads are still to be printed. */
-  bool printHeader() const noexcept { return printHeader_; }
-  void printHeaderIs(bool print) { attributeIs(printHeader_, print, "printHeader"); }
+  QEL_ATTRIBUTE(bool, printHeader)
   /** The key of the next entry to print when the walk resumes. */
-  const Bridging::MacVlanPair& bookmark() const noexcept { return walk_.bookmark(); }
-
-  KORVO_L2_API const Qel::TypeData& typeData() const noexcept override;
+  KORVO_L2_WALK(ResumableWalk<MacEntryCollection>, walk, bookmark)
 
  protected:
   void doPrintHeader();
@@ -50,11 +46,6 @@ class L2SwTableRequestSmBase : public AgentCommand::AgentAsyncCommandRequestSm {
   void executionComplete(std::uint32_t count);
 
   ResumableWalk<MacEntryCollection>& walk() noexcept { return walk_; }
-
- private:
-  bool inProgress_ = false;
-  bool printHeader_ = true;
-  ResumableWalk<MacEntryCollection> walk_;
 };
 
 KORVO_L2_API Qel::Ptr<L2SwTableRequestSmBase> L2SwTableRequestSmBaseIs(

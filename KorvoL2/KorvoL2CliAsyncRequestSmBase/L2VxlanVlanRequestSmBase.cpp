@@ -163,14 +163,10 @@ void L2VxlanVlanRequestSmBase::executionComplete() {
   renderer().closeObject();
   renderer().closeObject();
   renderer().documentEnd();
+  renderer().ioflush();
   vlanMappingDelAll();
-  finishRequest(*this);
+  executionCompleteFlagIs(true);
   inProgressIs(false);
-}
-
-const Qel::TypeData& L2VxlanVlanRequestSmBase::typeData() const noexcept {
-  static constexpr Qel::TypeData kType{"KorvoL2::L2VxlanVlanRequestSmBase"};
-  return kType;
 }
 
 Qel::Ptr<L2VxlanVlanRequestSmBase> L2VxlanVlanRequestSmBaseIs(

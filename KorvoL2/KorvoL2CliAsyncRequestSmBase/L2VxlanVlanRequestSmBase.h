@@ -31,7 +31,7 @@
 
 #include "KorvoL2/Export.h"
 #include "KorvoL2/KorvoL2CliAsyncRequestSmBase/ResumableWalk.h"
-#include "platform/base/Tracked.h"
+#include "platform/base/Attribute.h"
 #include "platform/command/AgentAsyncCommandRequestSm.h"
 #include "platform/l2/FeatureAgentCommonSmData.h"
 #include "platform/l2/VpList.h"
@@ -40,7 +40,7 @@
 namespace KorvoL2 {
 
 class L2VxlanVlanRequestSmBase : public AgentCommand::AgentAsyncCommandRequestSm {
-  QEL_TRACKED_ALLOCATION(L2VxlanVlanRequestSmBase)
+  QEL_ENTITY_CLASS(L2VxlanVlanRequestSmBase, "KorvoL2::L2VxlanVlanRequestSmBase")
  public:
   using VlanSet = Qel::KeyedSet<Bridging::VlanId>;
 
@@ -63,34 +63,28 @@ class L2VxlanVlanRequestSmBase : public AgentCommand::AgentAsyncCommandRequestSm
    */
   KORVO_L2_API void getInProgressState();
 
-  const Qel::Ptr<const FeatureAgentCommonSmData>& fcsd() const noexcept { return fcsd_; }
-  const Qel::Ptr<const VxlanL2State>& vxlanL2State() const noexcept { return vxlanL2State_; }
-  const Qel::Ptr<const VxlanL3Config>& vxlanL3Config() const noexcept { return vxlanL3Config_; }
-  const Qel::Ptr<const VxlanL3Status>& vxlanL3Status() const noexcept { return vxlanL3Status_; }
-  bool detail() const noexcept { return detail_; }
+  QEL_FIXED_ATTRIBUTE(Qel::Ptr<const FeatureAgentCommonSmData>, fcsd)
+  QEL_FIXED_ATTRIBUTE(Qel::Ptr<const VxlanL2State>, vxlanL2State)
+  QEL_FIXED_ATTRIBUTE(Qel::Ptr<const VxlanL3Config>, vxlanL3Config)
+  QEL_FIXED_ATTRIBUTE(Qel::Ptr<const VxlanL3Status>, vxlanL3Status)
+  QEL_FIXED_ATTRIBUTE(bool, detail)
 
   /** The virtual ports of each VLAN; null without detail and before the first slice. */
-  const Qel::Ptr<VpList>& vpList() const noexcept { return vpList_; }
-  void vpListIs(Qel::Ptr<VpList> list) { attributeIs(vpList_, std::move(list), "vpList"); }
+  QEL_ATTRIBUTE(Qel::Ptr<VpList>, vpList)
   /** The work list is complete; VLANs may be printed. */
-  bool vpListBuilt() const noexcept { return vpListBuilt_; }
-  void vpListBuiltIs(bool built) { attributeIs(vpListBuilt_, built, "vpListBuilt"); }
+  QEL_ATTRIBUTE(bool, vpListBuilt)
 
   /** The VLANs to print; filled by the first slice, empty again at completion. */
-  const VlanSet& vlanMapping() const noexcept { return vlanMapping_; }
+  QEL_FIXED_ATTRIBUTE(VlanSet, vlanMapping)
   KORVO_L2_API void vlanMappingIs(Bridging::VlanId vlan);
   KORVO_L2_API void vlanMappingDel(Bridging::VlanId vlan);
   KORVO_L2_API void vlanMappingDelAll();
   bool vlanMappingHas(Bridging::VlanId vlan) const { return vlanMapping_.has(vlan); }
 
   /** Set once the preamble is written and the walk may run; cleared at completion. */
-  bool inProgress() const noexcept { return inProgress_; }
-  void inProgressIs(bool inProgress) { attributeIs(inProgress_, inProgress, "inProgress"); }
+  QEL_ATTRIBUTE(bool, inProgress)
   /** The VLAN to print, or to go on with, when the walk resumes. */
-  Bridging::VlanId bookmark() const noexcept { return vlans_.bookmark(); }
-  void bookmarkIs(Bridging::VlanId vlan) { vlans_.bookmarkIs(vlan); }
-
-  KORVO_L2_API const Qel::TypeData& typeData() const noexcept override;
+  KORVO_L2_WALK(RestingWalk<VlanSet>, vlans, bookmark)
 
  protected:
   void executionComplete();
@@ -104,18 +98,8 @@ class L2VxlanVlanRequestSmBase : public AgentCommand::AgentAsyncCommandRequestSm
   void showDetail(std::uint16_t vlan);
   const VlanVpList* interfacesOf(Bridging::VlanId vlan) const;
 
-  Qel::Ptr<const FeatureAgentCommonSmData> fcsd_;
-  Qel::Ptr<const VxlanL2State> vxlanL2State_;
-  Qel::Ptr<const VxlanL3Config> vxlanL3Config_;
-  Qel::Ptr<const VxlanL3Status> vxlanL3Status_;
-  bool detail_;
-  bool vpListBuilt_ = false;
-  bool inProgress_ = false;
-  Qel::Ptr<VpList> vpList_;
-  VlanSet vlanMapping_;
   std::optional<Bridging::VlanId> openVlan_;  // the VLAN whose head is printed, its end not yet
   ResumableWalk<PortToEdgeSvpCollection> building_;
-  RestingWalk<VlanSet> vlans_;
   RestingWalk<VlanVpList> interfaces_;  // of the open VLAN
 };
 

@@ -36,10 +36,4 @@ void forEachEntry(const Collection& collection, Visit&& visit) {
   }
 }
 
-/** The common end of all executionComplete(): hand everything to the socket, then say so. */
-inline void finishRequest(AgentCommand::AgentAsyncCommandRequestSm& sm) {
-  sm.renderer().ioflush();
-  sm.executionCompleteFlagIs(true);
-}
-
 }  // namespace KorvoL2

@@ -32,9 +32,11 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 #include <utility>
 
 #include "KorvoL2/Trace.h"
+#include "platform/base/Attribute.h"
 #include "platform/base/Exceptions.h"
 #include "platform/collections/KeyedCollection.h"
 #include "platform/command/AgentAsyncCommandRequestSm.h"
@@ -100,17 +102,25 @@ class ResumableWalk {
   using Key = typename Collection::Key;
   using Entry = typename Collection::Entry;
 
+  /** A walk whose bookmark its machine has as the attribute `bookmarkName`; empty for none. */
+  explicit ResumableWalk(std::string_view bookmarkName = {}) : bookmarkName_(bookmarkName) {}
+
   /** The key of the next row, as the last slice left it; all zero before. */
   const Key& bookmark() const noexcept { return bookmark_; }
-  /** The next slice, or the first, starts at `key`. */
-  void bookmarkIs(const Key& key) {
-    bookmark_ = key;
+  /** The next slice, or the first, starts at `key`; `sm` publishes it. */
+  void bookmarkIs(Qel::Entity& sm, const Key& key) {
     placed_ = true;
+    if (bookmark_ == key) return;
+    bookmark_ = key;
+    if (!bookmarkName_.empty()) sm.changed(bookmarkName_);
   }
   /** Whether the first slice has begun. */
   bool started() const noexcept { return started_; }
-  /** Back to the state of a new walk, for the next pass over the collection. */
-  void restart() { *this = ResumableWalk(); }
+  /** Next time from the first entry, as a new walk; the bookmark stays until then. */
+  void restart() {
+    started_ = false;
+    placed_ = false;
+  }
 
   /**
    * Walks on from where the last slice stopped, and traces a yield. `row` prints one entry,
@@ -140,7 +150,7 @@ class ResumableWalk {
         inRow = false;
         if (outcome == RowOutcome::skipped) continue;
         if (outcome == RowOutcome::unfinished) {
-          bookmarkIs(it->key);
+          bookmarkIs(sm, it->key);
           return WalkEnd::yielded;
         }
         bound_.visited();
@@ -148,7 +158,7 @@ class ResumableWalk {
         if (toldToYield) {
           ++it;
           if (it == collection.end()) return WalkEnd::yieldedAtEnd;
-          bookmarkIs(it->key);
+          bookmarkIs(sm, it->key);
           return WalkEnd::yielded;
         }
       }
@@ -168,6 +178,7 @@ class ResumableWalk {
     return placed_ ? collection.lowerBound(bookmark_) : collection.begin();
   }
 
+  std::string_view bookmarkName_;
   Key bookmark_{};
   [[no_unique_address]] Bound bound_;
   bool started_ = false;
@@ -179,3 +190,15 @@ template <class Collection>
 using RestingWalk = ResumableWalk<Collection, NoLateEntries>;
 
 }  // namespace KorvoL2
+
+/**
+ * In the body of a machine: the member `walk##_`, of the type `Walk`, whose bookmark is the
+ * machine's attribute `attr`. What follows is public, as behind QEL_ATTRIBUTE.
+ */
+#define KORVO_L2_WALK(Walk, walk, attr)                                                \
+ private:                                                                              \
+  Walk walk##_{#attr};                                                                 \
+                                                                                       \
+ public:                                                                               \
+  ::Qel::AttributeRead<Walk::Key> attr() const noexcept { return walk##_.bookmark(); } \
+  void attr##Is(const Walk::Key& key) { walk##_.bookmarkIs(*this, key); }

@@ -17,7 +17,8 @@ void VlanXlateSwRequestSmBase::executionComplete() {
   QEL_TRACE(trace(), 8, "");
   renderer().closeObject();
   renderer().documentEnd();
-  finishRequest(*this);
+  renderer().ioflush();
+  executionCompleteFlagIs(true);
   inProgressIs(false);
 }
 

@@ -26,16 +26,13 @@
 
 namespace KorvoL2 {
 
-/** What a section prints around its rows, and the names under which its state is published. */
+/** What a section prints around its rows. */
 struct SectionLayout {
   std::string_view title;
   std::string_view heads;
   std::string_view rule;
   std::string_view count;      ///< printf-style, takes the number of entries
   std::string_view directory;  ///< as the trace calls it
-  std::string_view startedName;
-  std::string_view completeName;
-  std::string_view bookmarkName;
 };
 
 class VlanXlateSwRequestSmBase : public AgentCommand::AgentAsyncCommandRequestSm {
@@ -47,100 +44,76 @@ class VlanXlateSwRequestSmBase : public AgentCommand::AgentAsyncCommandRequestSm
   KORVO_L2_API void getAsyncState();
 
   /** Set once the preamble is written and the walk may run; cleared at completion. */
-  bool inProgress() const noexcept { return inProgress_; }
-  void inProgressIs(bool inProgress) { attributeIs(inProgress_, inProgress, "inProgress"); }
+  QEL_ATTRIBUTE(bool, inProgress)
   /** This slice has yielded; what is left is for the next one. */
-  bool yielding() const noexcept { return yielding_; }
-  void yieldingIs(bool yielding) { attributeIs(yielding_, yielding, "yielding"); }
+  QEL_ATTRIBUTE(bool, yielding)
 
  protected:
+  /** A directory, never null, and how far its dump is; see KORVO_L2_SECTION. */
   template <class Dir>
-  class Section {
-   public:
-    using Key = typename Dir::Entries::Key;
-    using Entry = typename Dir::Entries::Entry;
-
-    /** Null for the directory stands for an empty one. */
-    Section(const SectionLayout& layout, Qel::Ptr<const Dir> directory)
-        : layout_(layout), directory_(recordOrEmpty(std::move(directory))) {}
-
-    const Qel::Ptr<const Dir>& directory() const noexcept { return directory_; }
-    /** Whether the heads are printed. */
-    bool started() const noexcept { return started_; }
-    /** Whether the number of entries is printed, and so all of the section. */
-    bool complete() const noexcept { return complete_; }
-    /** The key at which the walk goes on. */
-    const Key& bookmark() const noexcept { return walk_.bookmark(); }
-
-   private:
-    friend class VlanXlateSwRequestSmBase;
-    const SectionLayout& layout_;
-    Qel::Ptr<const Dir> directory_;
-    bool started_ = false;
-    bool complete_ = false;
-    ResumableWalk<typename Dir::Entries> walk_;
+  struct Section {
+    std::string_view startedName;
+    std::string_view completeName;
+    ResumableWalk<typename Dir::Entries> walk;
+    Qel::Ptr<const Dir> directory = nullptr;
+    bool started = false;
+    bool complete = false;
   };
 
   using AgentAsyncCommandRequestSm::AgentAsyncCommandRequestSm;
   ~VlanXlateSwRequestSmBase() override;
-
-  // Setters of a section's attributes, published under its names.
-  template <class Dir>
-  void startedIs(Section<Dir>& section, bool started) {
-    attributeIs(section.started_, started, section.layout_.startedName);
-  }
-  template <class Dir>
-  void completeIs(Section<Dir>& section, bool complete) {
-    attributeIs(section.complete_, complete, section.layout_.completeName);
-  }
-  template <class Dir>
-  void bookmarkIs(Section<Dir>& section, const typename Section<Dir>::Key& bookmark) {
-    if (section.walk_.bookmark() == bookmark) return;
-    section.walk_.bookmarkIs(bookmark);
-    changed(section.layout_.bookmarkName);
-  }
 
   /**
    * Shows what this slice can show of a section; nothing once the section is complete or the slice
    * has yielded. `printRow` prints one entry, void(FixedLine, const Entry&).
    */
   template <class Dir, class PrintRow>
-  void showSection(Section<Dir>& section, PrintRow&& printRow) {
-    if (section.complete_ || yielding_) return;
-    const SectionLayout& layout = section.layout_;
-    const auto& entries = section.directory_->entries;
+  void showSection(const SectionLayout& layout, Section<Dir>& section, PrintRow&& printRow) {
+    if (section.complete || yielding()) return;
+    const auto& entries = section.directory->entries;
     Rendering::RendererV2& out = renderer();
     if (!entries.empty()) {
-      if (!section.started_) {
+      if (!section.started) {
         // As formats: line feeds among the arguments of one are taken for those of a name.
         for (const auto& lines : {layout.title, layout.rule, layout.heads, layout.rule}) {
           out.addFrills(lines);
         }
-        startedIs(section, true);
+        attributeIs(section.started, true, section.startedName);
       }
       Rendering::PrintBuffer& buffer = out.buffer();
       const bool text = !out.isJson();
-      const WalkEnd end = section.walk_.runSlice(entries, *this, [&](const auto& entry) {
+      const WalkEnd end = section.walk.runSlice(entries, *this, [&](const auto& entry) {
         if (text) printRow(Rendering::FixedLine(buffer), entry);
         return RowOutcome::printed;
       });
-      if (end == WalkEnd::yielded) {
-        changed(layout.bookmarkName);
-        yieldingIs(true);
-        return;
-      }
+      if (end == WalkEnd::yielded) return yieldingIs(true);
       QEL_TRACE(trace(), 8, "Done iterating through {}", layout.directory);
       out.addFrills(layout.rule);
     }
-    completeIs(section, true);
+    attributeIs(section.complete, true, section.completeName);
     out.addFrills(layout.count, entries.size());
   }
 
   void executionComplete();
-
- private:
-  bool inProgress_ = false;
-  bool yielding_ = false;
 };
 
 }  // namespace KorvoL2
+
+/**
+ * In the body of a machine: the section `name##_`, and as the machine's attributes its directory,
+ * whether its heads are printed, whether all of it is printed, and the key at which its walk goes
+ * on. The machine's constructor sets the directory.
+ */
+#define KORVO_L2_SECTION(Dir, dir, name)                                                       \
+ private:                                                                                      \
+  Section<Dir> name##_{#name "Started", #name "Complete",                                      \
+                       ResumableWalk<Dir::Entries>(#name "Bookmark")};                         \
+                                                                                               \
+ public:                                                                                       \
+  const Qel::Ptr<const Dir>& dir() const noexcept { return name##_.directory; }                \
+  bool name##Started() const noexcept { return name##_.started; }                              \
+  void name##StartedIs(bool is) { attributeIs(name##_.started, is, name##_.startedName); }     \
+  bool name##Complete() const noexcept { return name##_.complete; }                            \
+  void name##CompleteIs(bool is) { attributeIs(name##_.complete, is, name##_.completeName); }  \
+  const Dir::Entries::Key& name##Bookmark() const noexcept { return name##_.walk.bookmark(); } \
+  void name##BookmarkIs(const Dir::Entries::Key& key) { name##_.walk.bookmarkIs(*this, key); }

@@ -20,11 +20,6 @@ Qel::Ptr<CliCallback> cliCallbackFactory(const std::string& name) {
   return CliCallback::CliCallbackIs(name);
 }
 
-const Qel::TypeData& CliCallback::typeData() const noexcept {
-  static constexpr Qel::TypeData kType{"KorvoL2::CliCallback"};
-  return kType;
-}
-
 void CliCallback::handleCommand(std::uint32_t socket, std::string command) {
   const Command underWay(*this);
   outcomeIs({});

@@ -16,14 +16,14 @@
 #include <utility>
 
 #include "KorvoL2/Export.h"
-#include "platform/base/Tracked.h"
+#include "platform/base/Attribute.h"
 #include "platform/command/CliCallbackBase.h"
 #include "platform/l2/L2Agent.h"
 
 namespace KorvoL2 {
 
 class CliCallback final : public AgentCommand::CliCallbackBase {
-  QEL_TRACKED_ALLOCATION(CliCallback)
+  QEL_ENTITY_CLASS(CliCallback, "KorvoL2::CliCallback")
  public:
   /** The tokens of a command by position, ascending. Positions count from 1. */
   class QelCmdTokens {
@@ -95,16 +95,11 @@ class CliCallback final : public AgentCommand::CliCallbackBase {
   KORVO_L2_API void handleCommand(std::uint32_t socket, std::string command) override;
 
   /** The command text after the keyword of the handler being tested. */
-  const std::string& arg() const noexcept { return arg_; }
-  void argIs(std::string arg) { attributeIs(arg_, std::move(arg), "arg"); }
-
+  QEL_ATTRIBUTE(std::string, arg)
   /** Attributes of the chip that the agent runs on; null when the chip is not known. */
-  const Qel::Ptr<const ChipAttr>& chipAttr() const noexcept { return chipAttr_; }
-  void chipAttrIs(Qel::Ptr<const ChipAttr> chipAttr) {
-    attributeIs(chipAttr_, std::move(chipAttr), "chipAttr");
-  }
+  QEL_ATTRIBUTE(Qel::Ptr<const ChipAttr>, chipAttr)
 
-  const QelCmdTokens& cmdTokens() const noexcept { return cmdTokens_; }
+  QEL_FIXED_ATTRIBUTE(QelCmdTokens, cmdTokens)
   /** The token at `position`, empty when there is none. */
   KORVO_L2_API std::string cmdTokens(std::uint8_t position) const;
   std::string cmdTokensGet(std::uint8_t position) const { return cmdTokens(position); }
@@ -113,6 +108,7 @@ class CliCallback final : public AgentCommand::CliCallbackBase {
   KORVO_L2_API void cmdTokensDel(std::uint8_t position);
   /** Removes what `token` points at; throws AssertionException for the end. */
   KORVO_L2_API void cmdTokensDel(QelCmdTokens::const_iterator token);
+  /** Removes the tokens one by one. */
   KORVO_L2_API void cmdTokensDelAll();
   /**
    * The position of the first token that equals `text`, 0 when there is none. The 256th token of a
@@ -121,72 +117,32 @@ class CliCallback final : public AgentCommand::CliCallbackBase {
   KORVO_L2_API std::uint8_t findSubArg(std::string_view text) const;
 
   /** The command text as received. */
-  const std::string& command() const noexcept { return command_; }
-  void commandIs(std::string command) { attributeIs(command_, std::move(command), "command"); }
+  QEL_ATTRIBUTE(std::string, command)
 
   // Objects of the agent, not owned, as they were when the command came; null where the agent has
   // none.
 
-  KorvoL2MacAddrSmHelper* macAddrSmHelper() const noexcept { return macAddrSmHelper_; }
-  void macAddrSmHelperIs(KorvoL2MacAddrSmHelper* helper) {
-    attributeIs(macAddrSmHelper_, helper, "macAddrSmHelper");
-  }
-  KorvoL2ModFifoMonitorSm* l2ModFifoMonitorSm() const noexcept { return l2ModFifoMonitorSm_; }
-  void l2ModFifoMonitorSmIs(KorvoL2ModFifoMonitorSm* monitor) {
-    attributeIs(l2ModFifoMonitorSm_, monitor, "l2ModFifoMonitorSm");
-  }
-  KorvoL2McastHelper* mcastHelper() const noexcept { return mcastHelper_; }
-  void mcastHelperIs(KorvoL2McastHelper* helper) {
-    attributeIs(mcastHelper_, helper, "mcastHelper");
-  }
+  QEL_ATTRIBUTE(KorvoL2MacAddrSmHelper*, macAddrSmHelper)
+  QEL_ATTRIBUTE(KorvoL2ModFifoMonitorSm*, l2ModFifoMonitorSm)
+  QEL_ATTRIBUTE(KorvoL2McastHelper*, mcastHelper)
 
   /** What a ShadowShow command selects; null until the first such command or until it is set. */
-  const Qel::Ptr<ShadowShow>& shw() const noexcept { return shw_; }
-  void shwIs(Qel::Ptr<ShadowShow> shw) { attributeIs(shw_, std::move(shw), "shw"); }
-
+  QEL_ATTRIBUTE(Qel::Ptr<ShadowShow>, shw)
   /** Descriptor of the socket that takes the answer. */
-  std::uint32_t socket() const noexcept { return socket_; }
-  void socketIs(std::uint32_t socket) { attributeIs(socket_, socket, "socket"); }
-
+  QEL_ATTRIBUTE(std::uint32_t, socket)
   /** The command contains "detail". */
-  bool detail() const noexcept { return detail_; }
-  void detailIs(bool detail) { attributeIs(detail_, detail, "detail"); }
-
+  QEL_ATTRIBUTE(bool, detail)
   /** Position of the token that a handler is looking at; 0 for none. */
-  std::uint8_t subArgPos() const noexcept { return subArgPos_; }
-  void subArgPosIs(std::uint8_t position) { attributeIs(subArgPos_, position, "subArgPos"); }
-
+  QEL_ATTRIBUTE(std::uint8_t, subArgPos)
   /** The chip translates VLANs at ingress. */
-  bool vlanXlateFeature() const noexcept { return vlanXlateFeature_; }
-  void vlanXlateFeatureIs(bool feature) {
-    attributeIs(vlanXlateFeature_, feature, "vlanXlateFeature");
-  }
+  QEL_ATTRIBUTE(bool, vlanXlateFeature)
   /** The chip translates VLANs at egress. */
-  bool egrVlanXlateFeature() const noexcept { return egrVlanXlateFeature_; }
-  void egrVlanXlateFeatureIs(bool feature) {
-    attributeIs(egrVlanXlateFeature_, feature, "egrVlanXlateFeature");
-  }
-
-  KORVO_L2_API const Qel::TypeData& typeData() const noexcept override;
+  QEL_ATTRIBUTE(bool, egrVlanXlateFeature)
 
  private:
   /** Refreshes the context from the agent; the outcome says what is missing, if anything is. */
   AgentCommand::CommandOutcome refreshContext();
   void tokenise();
-
-  std::string arg_;
-  Qel::Ptr<const ChipAttr> chipAttr_;
-  QelCmdTokens cmdTokens_;
-  std::string command_;
-  KorvoL2MacAddrSmHelper* macAddrSmHelper_ = nullptr;
-  KorvoL2ModFifoMonitorSm* l2ModFifoMonitorSm_ = nullptr;
-  KorvoL2McastHelper* mcastHelper_ = nullptr;
-  Qel::Ptr<ShadowShow> shw_;
-  std::uint32_t socket_ = 0;
-  bool detail_ = false;
-  std::uint8_t subArgPos_ = 0;
-  bool vlanXlateFeature_ = false;
-  bool egrVlanXlateFeature_ = false;
 };
 
 /** The same as CliCallback::CliCallbackIs. */

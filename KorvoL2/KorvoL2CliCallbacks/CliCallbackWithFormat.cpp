@@ -24,11 +24,6 @@ Qel::Ptr<CliCallbackWithFormat> cliCallbackWithFormatFactory(const std::string& 
   return CliCallbackWithFormat::CliCallbackWithFormatIs(name);
 }
 
-const Qel::TypeData& CliCallbackWithFormat::typeData() const noexcept {
-  static constexpr Qel::TypeData kType{"KorvoL2::CliCallbackWithFormat"};
-  return kType;
-}
-
 void CliCallbackWithFormat::handleCommand(std::uint32_t socket, std::string command,
                                           std::uint32_t outputFormat) {
   QEL_TRACE(trace(), 8, "socket: {} command: {} outputFormat: {}", socket, command, outputFormat);

@@ -14,14 +14,14 @@
 #include <utility>
 
 #include "KorvoL2/Export.h"
-#include "platform/base/Tracked.h"
+#include "platform/base/Attribute.h"
 #include "platform/command/CliCallbackBase.h"
 #include "platform/l2/L2Agent.h"
 
 namespace KorvoL2 {
 
 class CliCallbackWithFormat final : public AgentCommand::CliCallbackBaseWithFormat {
-  QEL_TRACKED_ALLOCATION(CliCallbackWithFormat)
+  QEL_ENTITY_CLASS(CliCallbackWithFormat, "KorvoL2::CliCallbackWithFormat")
  public:
   /** Bytes that an answer which is printed at once gathers before they are sent. */
   static constexpr std::size_t defaultBufferSize = 1048576;
@@ -66,85 +66,37 @@ class CliCallbackWithFormat final : public AgentCommand::CliCallbackBaseWithForm
   KORVO_L2_API bool handleCommandCommon();
 
   /** The command text after the keyword of the handler being tested. */
-  const std::string& arg() const noexcept { return arg_; }
-  void argIs(std::string arg) { attributeIs(arg_, std::move(arg), "arg"); }
-
+  QEL_ATTRIBUTE(std::string, arg)
   /** The command text as received. */
-  const std::string& command() const noexcept { return command_; }
-  void commandIs(std::string command) { attributeIs(command_, std::move(command), "command"); }
-
+  QEL_ATTRIBUTE(std::string, command)
   /** The request being turned into a state machine; null at all other times. */
-  const Qel::Ptr<const AgentCommand::AgentCommandRequest>& asyncRequest() const noexcept {
-    return asyncRequest_;
-  }
-  void asyncRequestIs(Qel::Ptr<const AgentCommand::AgentCommandRequest> request) {
-    attributeIs(asyncRequest_, std::move(request), "asyncRequest");
-  }
+  QEL_ATTRIBUTE(Qel::Ptr<const AgentCommand::AgentCommandRequest>, asyncRequest)
 
   // Objects of the agent, not owned, as they were when the command came; null where the agent has
   // none.
 
-  KorvoL2MacAddrSmHelper* macAddrSmHelper() const noexcept { return macAddrSmHelper_; }
-  void macAddrSmHelperIs(KorvoL2MacAddrSmHelper* helper) {
-    attributeIs(macAddrSmHelper_, helper, "macAddrSmHelper");
-  }
-  KorvoL2McastHelper* mcastHelper() const noexcept { return mcastHelper_; }
-  void mcastHelperIs(KorvoL2McastHelper* helper) {
-    attributeIs(mcastHelper_, helper, "mcastHelper");
-  }
+  QEL_ATTRIBUTE(KorvoL2MacAddrSmHelper*, macAddrSmHelper)
+  QEL_ATTRIBUTE(KorvoL2McastHelper*, mcastHelper)
 
   /** A Rendering::OutputFormat, handed to renderers unchanged. */
-  std::uint32_t outputFormat() const noexcept { return outputFormat_; }
-  void outputFormatIs(std::uint32_t format) { attributeIs(outputFormat_, format, "outputFormat"); }
-
+  QEL_ATTRIBUTE(std::uint32_t, outputFormat)
   /** Descriptor of the socket that takes the answer. */
-  std::uint32_t socket() const noexcept { return socket_; }
-  void socketIs(std::uint32_t socket) { attributeIs(socket_, socket, "socket"); }
-
+  QEL_ATTRIBUTE(std::uint32_t, socket)
   /** The command contains "detail". */
-  bool detail() const noexcept { return detail_; }
-  void detailIs(bool detail) { attributeIs(detail_, detail, "detail"); }
-
+  QEL_ATTRIBUTE(bool, detail)
   /** The chip supports ingress VLAN ranges. */
-  bool vlanRangeSupported() const noexcept { return vlanRangeSupported_; }
-  void vlanRangeSupportedIs(bool supported) {
-    attributeIs(vlanRangeSupported_, supported, "vlanRangeSupported");
-  }
+  QEL_ATTRIBUTE(bool, vlanRangeSupported)
   /** The chip's ingress VLAN ranges are dynamic. */
-  bool ingVlanDynamicRange() const noexcept { return ingVlanDynamicRange_; }
-  void ingVlanDynamicRangeIs(bool dynamic) {
-    attributeIs(ingVlanDynamicRange_, dynamic, "ingVlanDynamicRange");
-  }
+  QEL_ATTRIBUTE(bool, ingVlanDynamicRange)
   /** The chip translates VLANs at egress. */
-  bool egrVlanXlateFeature() const noexcept { return egrVlanXlateFeature_; }
-  void egrVlanXlateFeatureIs(bool feature) {
-    attributeIs(egrVlanXlateFeature_, feature, "egrVlanXlateFeature");
-  }
+  QEL_ATTRIBUTE(bool, egrVlanXlateFeature)
   /** The chip translates VLANs at ingress. */
-  bool vlanXlateFeature() const noexcept { return vlanXlateFeature_; }
-  void vlanXlateFeatureIs(bool feature) {
-    attributeIs(vlanXlateFeature_, feature, "vlanXlateFeature");
-  }
-
-  KORVO_L2_API const Qel::TypeData& typeData() const noexcept override;
+  QEL_ATTRIBUTE(bool, vlanXlateFeature)
 
  private:
   void refreshChipFlags();
   /** Sets arg() for a handler with that keyword. */
   void prepare(const std::string& keyword);
-
-  std::string arg_;
-  std::string command_;
-  Qel::Ptr<const AgentCommand::AgentCommandRequest> asyncRequest_;
-  KorvoL2MacAddrSmHelper* macAddrSmHelper_ = nullptr;
-  KorvoL2McastHelper* mcastHelper_ = nullptr;
-  std::uint32_t outputFormat_ = 0;
-  std::uint32_t socket_ = 0;
-  bool detail_ = false;
-  bool vlanRangeSupported_ = false;
-  bool ingVlanDynamicRange_ = false;
-  bool egrVlanXlateFeature_ = false;
-  bool vlanXlateFeature_ = false;
 };
 
 /** The same as CliCallbackWithFormat::CliCallbackWithFormatIs. */

@@ -21,16 +21,12 @@ class CliCallbackWithFormat::Handler : public Qel::Entity {
   explicit Handler(std::string cmdName) : cmdName_(std::move(cmdName)) {}
 
   /** The keyword. */
-  const std::string& cmdName() const noexcept { return cmdName_; }
-  void cmdNameIs(std::string cmdName) { attributeIs(cmdName_, std::move(cmdName), "cmdName"); }
+  QEL_ATTRIBUTE(std::string, cmdName)
 
   /** Whether the handler takes the command: by default, whether it begins with the keyword. */
   virtual bool condition(const Qel::Ptr<CliCallbackWithFormat>& callback) const;
   /** Prints the answer. Throws NoImplementationException unless a derived class supplies it. */
   virtual void action(const Qel::Ptr<CliCallbackWithFormat>& callback);
-
- private:
-  std::string cmdName_;
 };
 
 /** A handler that creates the request state machine which serves the command. */
@@ -42,8 +38,7 @@ class CliCallbackWithFormat::AsyncHandler : public Qel::Entity {
   explicit AsyncHandler(std::string cmdName) : cmdName_(std::move(cmdName)) {}
 
   /** The keyword. */
-  const std::string& cmdName() const noexcept { return cmdName_; }
-  void cmdNameIs(std::string cmdName) { attributeIs(cmdName_, std::move(cmdName), "cmdName"); }
+  QEL_ATTRIBUTE(std::string, cmdName)
 
   /** Whether the handler takes the command: by default, whether it begins with the keyword. */
   virtual bool condition(const Qel::Ptr<CliCallbackWithFormat>& callback) const;
@@ -71,9 +66,6 @@ class CliCallbackWithFormat::AsyncHandler : public Qel::Entity {
     machine->handleInitialized();
     return machine;
   }
-
- private:
-  std::string cmdName_;
 };
 
 /** Takes every command that is answered at once and that nobody else took; prints nothing. */

@@ -19,8 +19,7 @@ class CliCallback::Handler : public Qel::Entity {
   explicit Handler(std::string cmdName) : cmdName_(std::move(cmdName)) {}
 
   /** The keyword. */
-  const std::string& cmdName() const noexcept { return cmdName_; }
-  void cmdNameIs(std::string cmdName) { attributeIs(cmdName_, std::move(cmdName), "cmdName"); }
+  QEL_ATTRIBUTE(std::string, cmdName)
 
   /** Whether the handler takes the command: by default, whether it begins with the keyword. */
   virtual bool condition(const Qel::Ptr<CliCallback>& callback) const;
@@ -41,9 +40,6 @@ class CliCallback::Handler : public Qel::Entity {
     if (held == nullptr) return lacks(callback, absent);
     (held.get()->*method)(std::forward<Args>(args)...);
   }
-
- private:
-  std::string cmdName_;
 };
 
 /** The last of the chain: takes every command that nobody else took, and refuses it. */

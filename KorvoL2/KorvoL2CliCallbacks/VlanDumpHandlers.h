@@ -37,7 +37,7 @@ class CliCallbackWithFormat::EgrVlanXlateStatusH final : public VlanDumpHandler 
  * the plain callback: whoever watches handlers by name finds it there.
  */
 class CliCallbackWithFormat::IngVlanRangeH final : public VlanDumpHandler {
-  KORVO_L2_HANDLER_NAMED(CliCallbackWithFormat::IngVlanRangeH, "CliCallback::IngVlanRangeH")
+  QEL_ENTITY_CLASS(CliCallbackWithFormat::IngVlanRangeH, "CliCallback::IngVlanRangeH")
  public:
   using VlanDumpHandler::VlanDumpHandler;
   Machine action(const Qel::Ptr<CliCallbackWithFormat>& callback) override;

@@ -5,6 +5,7 @@
 //   attrIs(value)     sets, and publishes only when the value differs from the stored one
 //   attrIs(key, ...)  adds a member to a collection; attrDel(key), attrDelAll(), attrHas(key)
 // A reactor subscribed to an entity's publisher hears the name of each attribute that changed.
+// Attribute.h makes attributes of one value in one line each.
 //
 // What a reactor may do. It runs inside the setter, after the change is in place.
 //  - It may throw. The exception leaves the setter; the change stays, and reactors that were
@@ -86,20 +87,21 @@ class Entity : public RefCounted {
   bool hasNotificationActive() const noexcept { return notificationActive_; }
   void hasNotificationActiveIs(bool active) noexcept { notificationActive_ = active; }
 
+  /** Publishes a change of `attribute`; for what has no setter of the usual form. */
+  void changed(std::string_view attribute) {
+    if (notificationActive_ && publisher_.hasSubscribers()) publisher_.publish(*this, attribute);
+  }
+
  protected:
   Entity() = default;
   void lastUserGone() noexcept override;
 
-  /** The body of every setter: store and publish, unless `value` equals what is stored. */
+  /** The body of a setter: stores and publishes, unless `value` equals what is stored. */
   template <class T, class U>
   void attributeIs(T& stored, U&& value, std::string_view attribute) {
     if (stored == value) return;
     stored = std::forward<U>(value);
     changed(attribute);
-  }
-  /** Publishes a change of `attribute`; for collections, after the change is in place. */
-  void changed(std::string_view attribute) {
-    if (notificationActive_ && publisher_.hasSubscribers()) publisher_.publish(*this, attribute);
   }
 
  private:

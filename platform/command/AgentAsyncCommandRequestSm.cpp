@@ -30,7 +30,7 @@ void AgentAsyncCommandRequestSm::runCommand() {
   rowsInSlice_ = 0;
   silentInSlice_ = 0;
   mustYield_ = false;
-  buffer_->sliceBegin(policy_.outputWindow);
+  buffer_->sliceBegin(slicePolicy_.outputWindow);
   timer_.start(*clock_, maxRunTime_);
   handleAsyncCommand(agentCommandRequest_->socket(), agentCommandRequest_->outputFormat());
   // What a slice printed is on its way before the next one starts: the first byte of a dump never

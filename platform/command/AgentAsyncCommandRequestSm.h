@@ -32,8 +32,8 @@
 #include <cstdint>
 #include <string>
 
+#include "platform/base/Attribute.h"
 #include "platform/base/Clock.h"
-#include "platform/base/Entity.h"
 #include "platform/command/AgentCommandRequest.h"
 
 namespace AgentCommand {
@@ -49,6 +49,8 @@ struct SlicePolicy {
    * output window is to slices that print: one that does not stays a few milliseconds long, too.
    */
   std::uint32_t silentBudget = 16384;
+
+  friend bool operator==(const SlicePolicy&, const SlicePolicy&) = default;
 };
 
 class AgentAsyncCommandRequestSm : public Qel::Entity {
@@ -61,7 +63,7 @@ class AgentAsyncCommandRequestSm : public Qel::Entity {
     ++rows_;
     ++rowsInSlice_;
     buffer_->unitEnd();
-    if (mustYield_ || buffer_->sliceFull() || reached(rowsInSlice_, policy_.rowBudget) ||
+    if (mustYield_ || buffer_->sliceFull() || reached(rowsInSlice_, slicePolicy_.rowBudget) ||
         timer_.spent()) {
       mustYield_ = true;
     }
@@ -71,7 +73,7 @@ class AgentAsyncCommandRequestSm : public Qel::Entity {
   bool shouldYieldSilent() {
     ++silentEntries_;
     ++silentInSlice_;
-    if (mustYield_ || reached(silentInSlice_, policy_.silentBudget) || timer_.spent()) {
+    if (mustYield_ || reached(silentInSlice_, slicePolicy_.silentBudget) || timer_.spent()) {
       mustYield_ = true;
     }
     return mustYield_;
@@ -81,26 +83,19 @@ class AgentAsyncCommandRequestSm : public Qel::Entity {
   /** The body of a slice; a machine overrides it. `format` is a Rendering::OutputFormat. */
   virtual void handleAsyncCommand(std::uint32_t socket, std::uint32_t format);
 
-  const std::string& name() const noexcept { return name_; }
-  const Qel::Ptr<const AgentCommandRequest>& agentCommandRequest() const noexcept {
-    return agentCommandRequest_;
-  }
-  Qel::Duration maxRunTime() const noexcept { return maxRunTime_; }
-  const Qel::Ptr<const Qel::Clock>& clock() const noexcept { return clock_; }
+  QEL_FIXED_ATTRIBUTE(std::string, name)
+  QEL_FIXED_ATTRIBUTE(Qel::Ptr<const AgentCommandRequest>, agentCommandRequest)
+  QEL_FIXED_ATTRIBUTE(Qel::Duration, maxRunTime)
+  QEL_FIXED_ATTRIBUTE(Qel::Ptr<const Qel::Clock>, clock)
   Rendering::RendererV2& renderer() const noexcept { return agentCommandRequest_->renderer(); }
 
   /** Takes the machine into service; a machine calls it from handleInitialized(). */
-  void initializeSm() noexcept { initialized_ = true; }
-  bool initialized() const noexcept { return initialized_; }
+  void initializeSm() { attributeIs(initialized_, true, "initialized"); }
+  QEL_FIXED_ATTRIBUTE(bool, initialized)
 
   /** Set by the machine when its walk has ended and its trailer is written. */
-  bool executionCompleteFlag() const noexcept { return executionCompleteFlag_; }
-  void executionCompleteFlagIs(bool complete) {
-    attributeIs(executionCompleteFlag_, complete, "executionCompleteFlag");
-  }
-
-  const SlicePolicy& slicePolicy() const noexcept { return policy_; }
-  void slicePolicyIs(const SlicePolicy& policy) noexcept { policy_ = policy; }
+  QEL_ATTRIBUTE(bool, executionCompleteFlag)
+  QEL_ATTRIBUTE(SlicePolicy, slicePolicy)
 
   /** Rows printed, slices run, and the longest slice so far. */
   std::uint64_t rows() const noexcept { return rows_; }
@@ -125,13 +120,8 @@ class AgentAsyncCommandRequestSm : public Qel::Entity {
     return budget != 0 && count >= budget;
   }
 
-  std::string name_;
-  Qel::Ptr<const AgentCommandRequest> agentCommandRequest_;
-  Qel::Duration maxRunTime_;
-  Qel::Ptr<const Qel::Clock> clock_;
   Rendering::PrintBuffer* buffer_;  // the renderer's, at hand for shouldYield()
   Qel::BudgetTimer timer_;
-  SlicePolicy policy_;
   std::uint64_t rows_ = 0;
   std::uint64_t silentEntries_ = 0;
   std::uint64_t slices_ = 0;
@@ -139,8 +129,6 @@ class AgentAsyncCommandRequestSm : public Qel::Entity {
   std::uint32_t rowsInSlice_ = 0;
   std::uint32_t silentInSlice_ = 0;
   bool mustYield_ = false;  // this slice was told to end
-  bool initialized_ = false;
-  bool executionCompleteFlag_ = false;
 };
 
 }  // namespace AgentCommand

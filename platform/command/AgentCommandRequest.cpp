@@ -19,9 +19,4 @@ AgentCommandRequest::AgentCommandRequest(std::string requestString, std::string 
 
 AgentCommandRequest::~AgentCommandRequest() = default;
 
-const Qel::TypeData& AgentCommandRequest::typeData() const noexcept {
-  static constexpr Qel::TypeData kType{"AgentCommand::AgentCommandRequest"};
-  return kType;
-}
-
 }  // namespace AgentCommand

@@ -4,8 +4,7 @@
 #include <cstdint>
 #include <string>
 
-#include "platform/base/Entity.h"
-#include "platform/base/Tracked.h"
+#include "platform/base/Attribute.h"
 #include "platform/rendering/RendererV2.h"
 
 namespace AgentCommand {
@@ -16,29 +15,23 @@ namespace AgentCommand {
  * nobody but the agent changes one; the renderer that it holds is what its answer is written to.
  */
 class AgentCommandRequest final : public Qel::Entity {
-  QEL_TRACKED_ALLOCATION(AgentCommandRequest)
+  QEL_ENTITY_CLASS(AgentCommandRequest, "AgentCommand::AgentCommandRequest")
  public:
   AgentCommandRequest(std::string requestString, std::string commandString, std::uint32_t socket,
                       std::uint32_t outputFormat, Qel::Ptr<Rendering::RendererV2> renderer);
   ~AgentCommandRequest() override;
 
   /** Identifies the request among those of the agent; the name of its state machine. */
-  const std::string& requestString() const noexcept { return requestString_; }
+  QEL_FIXED_ATTRIBUTE(std::string, requestString)
   /** The command text as received. */
-  const std::string& commandString() const noexcept { return commandString_; }
+  QEL_FIXED_ATTRIBUTE(std::string, commandString)
   /** The answer socket's descriptor. */
-  std::uint32_t socket() const noexcept { return socket_; }
+  QEL_FIXED_ATTRIBUTE(std::uint32_t, socket)
   /** A Rendering::OutputFormat. */
-  std::uint32_t outputFormat() const noexcept { return outputFormat_; }
+  QEL_FIXED_ATTRIBUTE(std::uint32_t, outputFormat)
   Rendering::RendererV2& renderer() const noexcept { return *renderer_; }
 
-  const Qel::TypeData& typeData() const noexcept override;
-
  private:
-  std::string requestString_;
-  std::string commandString_;
-  std::uint32_t socket_;
-  std::uint32_t outputFormat_;
   Qel::Ptr<Rendering::RendererV2> renderer_;
 };
 

@@ -17,7 +17,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/base/Entity.h"
+#include "platform/base/Attribute.h"
 #include "platform/command/AgentAsyncCommandRequestSm.h"
 #include "platform/command/AgentCommandRequest.h"
 #include "platform/l2/L2Agent.h"
@@ -39,6 +39,8 @@ struct CommandOutcome {
    * command named, control bytes excepted. Empty otherwise.
    */
   std::string reason;
+
+  friend bool operator==(const CommandOutcome&, const CommandOutcome&) = default;
 };
 
 /** What both callback bases share. */
@@ -52,14 +54,11 @@ class CliCallbackCommon : public Qel::Entity {
   };
 
   /** The name given by the agent, and the plug-in's fixed second name. */
-  const std::string& name() const noexcept { return name_; }
-  const std::string& secondName() const noexcept { return secondName_; }
-
+  QEL_FIXED_ATTRIBUTE(std::string, name)
+  QEL_FIXED_ATTRIBUTE(std::string, secondName)
   /** The agent's layer-2 object, not owned; null until the agent is far enough. */
-  KorvoL2::L2Agent* l2Agent() const noexcept { return l2Agent_; }
-  void l2AgentIs(KorvoL2::L2Agent* agent) { attributeIs(l2Agent_, agent, "l2Agent"); }
-
-  const CommandOutcome& outcome() const noexcept { return outcome_; }
+  QEL_ATTRIBUTE(KorvoL2::L2Agent*, l2Agent)
+  QEL_FIXED_ATTRIBUTE(CommandOutcome, outcome)
 
   // For the handlers of a command, which run once the agent was found ready.
 
@@ -93,13 +92,9 @@ class CliCallbackCommon : public Qel::Entity {
 
   CliCallbackCommon(std::string name, std::string secondName)
       : name_(std::move(name)), secondName_(std::move(secondName)) {}
-  void outcomeIs(CommandOutcome outcome) { outcome_ = std::move(outcome); }
+  void outcomeIs(CommandOutcome outcome) { attributeIs(outcome_, std::move(outcome), "outcome"); }
 
  private:
-  std::string name_;
-  std::string secondName_;
-  KorvoL2::L2Agent* l2Agent_ = nullptr;
-  CommandOutcome outcome_;
   Kept kept_;
   unsigned numUnderWay_ = 0;
 };

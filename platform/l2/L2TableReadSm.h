@@ -15,7 +15,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/base/Entity.h"
+#include "platform/base/Attribute.h"
 #include "platform/base/Tracked.h"
 #include "platform/collections/KeyedCollection.h"
 #include "platform/types/FapId.h"
@@ -88,12 +88,10 @@ class MacResultTable : public Qel::Entity {
   Collection& entries() noexcept { return entries_; }
   const Collection& entries() const noexcept { return entries_; }
   /** Set by the reader when nothing will be added any more. */
-  bool readComplete() const noexcept { return readComplete_; }
-  void readCompleteIs(bool complete) { attributeIs(readComplete_, complete, "readComplete"); }
+  QEL_ATTRIBUTE(bool, readComplete)
 
  private:
   Collection entries_;
-  bool readComplete_ = false;
 };
 
 class DiffMacEntryTable final : public MacResultTable<Bridging::MacVlanPair, DiffMacEntry> {

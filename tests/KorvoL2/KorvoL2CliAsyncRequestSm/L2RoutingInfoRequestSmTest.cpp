@@ -502,31 +502,6 @@ TEST_F(RoutingInfoRequest, StateGoesFromNewToWalkingToComplete) {
   EXPECT_TRUE(sm->vlan2Svp().empty());
 }
 
-TEST_F(RoutingInfoRequest, SettersPublishWhatChanges) {
-  auto sm = make(kText);
-  std::vector<std::string> heard;
-  const auto subscription = sm->publisher().subscribe(
-      [&](const Qel::Entity&, std::string_view attribute) { heard.emplace_back(attribute); });
-  const auto expectOnce = [&](const char* attribute, const std::function<void()>& set) {
-    heard.clear();
-    set();
-    EXPECT_THAT(heard, ElementsAre(attribute));
-    set();
-    EXPECT_EQ(heard.size(), 1U) << attribute << " was published without a change";
-  };
-  expectOnce("vlan2Svp", [&] { sm->vlan2SvpIs(VlanId(10), {.number = 1}); });
-  expectOnce("vlan2Svp", [&] { sm->vlan2SvpIs(VlanId(10), {.number = 2}); });
-  EXPECT_EQ(sm->vlan2Svp(VlanId(10)), (VirtualPort{.number = 2}));
-  EXPECT_EQ(sm->vlan2SvpGet(VlanId(10)), (VirtualPort{.number = 2}));
-  EXPECT_EQ(sm->vlan2Svp(VlanId(11)), VirtualPort{});
-  expectOnce("vlan2Svp", [&] { sm->vlan2SvpDel(VlanId(10)); });
-  sm->vlan2SvpIs(VlanId(10), {});
-  expectOnce("vlan2Svp", [&] { sm->vlan2SvpDelAll(); });
-  expectOnce("inProgress", [&] { sm->inProgressIs(true); });
-  expectOnce("printHeader", [&] { sm->printHeaderIs(false); });
-  sm->publisher().cancel(subscription);
-}
-
 TEST_F(RoutingInfoRequest, SliceTracesSocketAndFormatThenYieldThenCompletion) {
   putVlanSvp(10, 1);
   putVlanSvp(20, 1);

@@ -698,35 +698,6 @@ TEST_F(VxlanVlanRequest, CreationFunctionGivesTheSameMachineAsTheFactory) {
   EXPECT_EQ(reader->received, kDetailText);
 }
 
-TEST_F(VxlanVlanRequest, SettersPublishWhatChanges) {
-  auto sm = makeVlanDump(kText, true);
-  std::vector<std::string> heard;
-  const auto subscription = sm->publisher().subscribe(
-      [&](const Qel::Entity&, std::string_view attribute) { heard.emplace_back(attribute); });
-  const auto expectOnce = [&](const char* attribute, const std::function<void()>& set) {
-    heard.clear();
-    set();
-    EXPECT_THAT(heard, ElementsAre(attribute));
-    set();
-    EXPECT_EQ(heard.size(), 1U) << attribute << " was published without a change";
-  };
-  expectOnce("vlanMapping", [&] { sm->vlanMappingIs(VlanId(10)); });
-  EXPECT_TRUE(sm->vlanMappingHas(VlanId(10)));
-  EXPECT_FALSE(sm->vlanMappingHas(VlanId(11)));
-  expectOnce("vlanMapping", [&] { sm->vlanMappingDel(VlanId(10)); });
-  sm->vlanMappingIs(VlanId(1));
-  sm->vlanMappingIs(VlanId(2));
-  expectOnce("vlanMapping", [&] { sm->vlanMappingDelAll(); });
-  EXPECT_TRUE(sm->vlanMapping().empty());
-  const auto list = vpListFactory();
-  expectOnce("vpList", [&] { sm->vpListIs(list); });
-  expectOnce("vpListBuilt", [&] { sm->vpListBuiltIs(true); });
-  expectOnce("inProgress", [&] { sm->inProgressIs(true); });
-  sm->bookmarkIs(VlanId(7));
-  EXPECT_EQ(sm->bookmark(), VlanId(7));
-  sm->publisher().cancel(subscription);
-}
-
 TEST_F(VxlanVlanRequest, SliceTracesSocketAndFormatThenYieldThenCompletion) {
   mapVlan(10, 10);
   mapVlan(20, 20);

@@ -501,54 +501,6 @@ TEST_F(VlanXlateRequest, ANewMachineHoldsWhatItWasGiven) {
   EXPECT_TRUE(egr->hasNotificationActive());
 }
 
-TEST_F(VlanXlateRequest, EachSetterPublishesItsAttributeOnChangeOnly) {
-  std::vector<std::string> changes;  // outlives the machines: they publish their end
-  auto ing = startIng(kText);
-  auto egr = startEgr(kText);
-  const auto listen = [&](const Qel::Entity&, std::string_view attribute) {
-    changes.emplace_back(attribute);
-  };
-  ing->publisher().subscribe(listen);
-  egr->publisher().subscribe(listen);
-  const auto key = portVlan("Ethernet1", 5);
-  const std::vector<std::pair<std::string, std::function<void()>>> setters{
-      {"inProgress", [&] { ing->inProgressIs(true); }},
-      {"yielding", [&] { ing->yieldingIs(true); }},
-      {"vlanXlateDipStarted", [&] { ing->vlanXlateDipStartedIs(true); }},
-      {"vlanXlateDipComplete", [&] { ing->vlanXlateDipCompleteIs(true); }},
-      {"vlanXlateDipBookmark", [&] { ing->vlanXlateDipBookmarkIs(IpAddr("1.1.1.1")); }},
-      {"vlanSvpStatusStarted", [&] { ing->vlanSvpStatusStartedIs(true); }},
-      {"vlanSvpStatusComplete", [&] { ing->vlanSvpStatusCompleteIs(true); }},
-      {"vlanSvpStatusBookmark", [&] { ing->vlanSvpStatusBookmarkIs(VlanId(5)); }},
-      {"portVlanXlateStatusStarted", [&] { ing->portVlanXlateStatusStartedIs(true); }},
-      {"portVlanXlateStatusComplete", [&] { ing->portVlanXlateStatusCompleteIs(true); }},
-      {"portVlanXlateStatusBookmark", [&] { ing->portVlanXlateStatusBookmarkIs(key); }},
-      {"egrVlanXlateVfiStarted", [&] { egr->egrVlanXlateVfiStartedIs(true); }},
-      {"egrVlanXlateVfiComplete", [&] { egr->egrVlanXlateVfiCompleteIs(true); }},
-      {"egrVlanXlateVfiBookmark",
-       [&] {
-         egr->egrVlanXlateVfiBookmarkIs({VlanId(5), true});
-       }},
-      {"egrPortVlanXlateStarted", [&] { egr->egrPortVlanXlateStartedIs(true); }},
-      {"egrPortVlanXlateComplete", [&] { egr->egrPortVlanXlateCompleteIs(true); }},
-      {"egrPortVlanXlateBookmark", [&] { egr->egrPortVlanXlateBookmarkIs(key); }},
-      {"egrVxlanVlanXlateStarted", [&] { egr->egrVxlanVlanXlateStartedIs(true); }},
-      {"egrVxlanVlanXlateComplete", [&] { egr->egrVxlanVlanXlateCompleteIs(true); }},
-      {"egrVxlanVlanXlateBookmark", [&] { egr->egrVxlanVlanXlateBookmarkIs(key); }},
-  };
-  for (const auto& [attribute, set] : setters) {
-    changes.clear();
-    set();
-    EXPECT_THAT(changes, ElementsAre(attribute));
-    set();
-    EXPECT_THAT(changes, ElementsAre(attribute)) << "an equal value was published";
-  }
-  EXPECT_TRUE(ing->vlanSvpStatusStarted());
-  EXPECT_EQ(ing->portVlanXlateStatusBookmark(), key);
-  EXPECT_EQ(egr->egrVlanXlateVfiBookmark(), VlanIpVerKey(VlanId(5), true));
-  EXPECT_TRUE(egr->egrVxlanVlanXlateComplete());
-}
-
 TEST_F(VlanXlateRequest, TheWalkPublishesWhatItChanges) {
   putDip("10.0.0.1");
   putDip("10.0.0.2");

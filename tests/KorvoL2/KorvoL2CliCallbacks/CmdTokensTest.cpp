@@ -2,10 +2,9 @@
 
 #include <gmock/gmock.h>
 
-#include <functional>
-
 #include "platform/base/Exceptions.h"
 #include "tests/KorvoL2/KorvoL2CliCallbacks/CallbackFixture.h"
+#include "tests/KorvoL2/SetterWalk.h"
 
 namespace KorvoL2::Testing {
 namespace {
@@ -171,27 +170,28 @@ TEST_F(CliCallbackAttributesTest, BothWaysOfCreationGiveACallbackOfItsOwn) {
 TEST_F(CliCallbackAttributesTest, EachSetterPublishesItsAttributeOnChangeOnly) {
   const auto attributes = Qel::makePtr<ChipAttr>();
   const auto shw = Qel::makePtr<ShadowShow>();
-  const std::vector<std::pair<std::string, std::function<void()>>> setters{
-      {"arg", [&] { plain->argIs("x"); }},
-      {"chipAttr", [&] { plain->chipAttrIs(attributes); }},
-      {"command", [&] { plain->commandIs("x"); }},
-      {"macAddrSmHelper", [&] { plain->macAddrSmHelperIs(world.macHelper.get()); }},
-      {"l2ModFifoMonitorSm", [&] { plain->l2ModFifoMonitorSmIs(world.fifoMonitor.get()); }},
-      {"mcastHelper", [&] { plain->mcastHelperIs(world.mcastHelper.get()); }},
-      {"shw", [&] { plain->shwIs(shw); }},
-      {"socket", [&] { plain->socketIs(1); }},
-      {"detail", [&] { plain->detailIs(true); }},
-      {"subArgPos", [&] { plain->subArgPosIs(1); }},
-      {"vlanXlateFeature", [&] { plain->vlanXlateFeatureIs(true); }},
-      {"egrVlanXlateFeature", [&] { plain->egrVlanXlateFeatureIs(true); }},
-  };
-  for (const auto& [attribute, set] : setters) {
-    changes.clear();
-    set();
-    EXPECT_THAT(changes, ElementsAre(attribute));
-    set();
-    EXPECT_THAT(changes, ElementsAre(attribute)) << "an equal value was published";
-  }
+  plain->l2AgentIs(nullptr);
+  expectSettersPublish(
+      *plain,
+      {setter("l2Agent", [&] { plain->l2AgentIs(world.agent.get()); }),
+       setter("arg", [&] { plain->argIs("x"); }),
+       setter("chipAttr", [&] { plain->chipAttrIs(attributes); }),
+       setter("cmdTokens", [&] { plain->cmdTokensIs(1, "x"); }),
+       {"cmdTokensDel", "cmdTokens", [&] { plain->cmdTokensDel(1); }},
+       setter("cmdTokens", [&] { plain->cmdTokensIs(2, "x"); }),
+       {"cmdTokensDelAll", "cmdTokens", [&] { plain->cmdTokensDelAll(); }},
+       setter("command", [&] { plain->commandIs("x"); }),
+       setter("macAddrSmHelper", [&] { plain->macAddrSmHelperIs(world.macHelper.get()); }),
+       setter("l2ModFifoMonitorSm", [&] { plain->l2ModFifoMonitorSmIs(world.fifoMonitor.get()); }),
+       setter("mcastHelper", [&] { plain->mcastHelperIs(world.mcastHelper.get()); }),
+       setter("shw", [&] { plain->shwIs(shw); }),
+       setter("socket", [&] { plain->socketIs(1); }),
+       setter("detail", [&] { plain->detailIs(true); }),
+       setter("subArgPos", [&] { plain->subArgPosIs(1); }),
+       setter("vlanXlateFeature", [&] { plain->vlanXlateFeatureIs(true); }),
+       setter("egrVlanXlateFeature", [&] { plain->egrVlanXlateFeatureIs(true); })},
+      settersDeclaredIn(
+          {"platform/command/CliCallbackBase.h", "KorvoL2/KorvoL2CliCallbacks/CliCallback.h"}));
   EXPECT_EQ(plain->arg(), "x");
   EXPECT_EQ(plain->chipAttr(), attributes);
   EXPECT_EQ(plain->command(), "x");

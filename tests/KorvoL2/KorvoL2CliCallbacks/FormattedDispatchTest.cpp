@@ -10,6 +10,7 @@
 #include "KorvoL2/KorvoL2CliCallbacks/MacTableHandlers.h"
 #include "platform/base/Exceptions.h"
 #include "tests/KorvoL2/KorvoL2CliCallbacks/CallbackFixture.h"
+#include "tests/KorvoL2/SetterWalk.h"
 
 namespace KorvoL2::Testing {
 namespace {
@@ -67,32 +68,25 @@ TEST_F(FormattedDispatchTest, BothWaysOfCreationGiveACallbackOfItsOwn) {
 }
 
 TEST_F(FormattedDispatchTest, EachSetterPublishesItsAttributeOnChangeOnly) {
-  std::vector<std::string> changes;
-  const auto subscription = formatted->publisher().subscribe(
-      [&](const Qel::Entity&, std::string_view attribute) { changes.emplace_back(attribute); });
   const auto anyRequest = request("X");
-  const std::vector<std::pair<std::string, std::function<void()>>> setters{
-      {"arg", [&] { formatted->argIs("x"); }},
-      {"command", [&] { formatted->commandIs("x"); }},
-      {"asyncRequest", [&] { formatted->asyncRequestIs(anyRequest); }},
-      {"macAddrSmHelper", [&] { formatted->macAddrSmHelperIs(world.macHelper.get()); }},
-      {"mcastHelper", [&] { formatted->mcastHelperIs(world.mcastHelper.get()); }},
-      {"outputFormat", [&] { formatted->outputFormatIs(2); }},
-      {"socket", [&] { formatted->socketIs(1); }},
-      {"detail", [&] { formatted->detailIs(true); }},
-      {"vlanRangeSupported", [&] { formatted->vlanRangeSupportedIs(true); }},
-      {"ingVlanDynamicRange", [&] { formatted->ingVlanDynamicRangeIs(true); }},
-      {"egrVlanXlateFeature", [&] { formatted->egrVlanXlateFeatureIs(true); }},
-      {"vlanXlateFeature", [&] { formatted->vlanXlateFeatureIs(true); }},
-  };
-  for (const auto& [attribute, set] : setters) {
-    changes.clear();
-    set();
-    EXPECT_THAT(changes, ElementsAre(attribute));
-    set();
-    EXPECT_THAT(changes, ElementsAre(attribute)) << "an equal value was published";
-  }
-  formatted->publisher().cancel(subscription);
+  formatted->l2AgentIs(nullptr);
+  expectSettersPublish(
+      *formatted,
+      {setter("l2Agent", [&] { formatted->l2AgentIs(world.agent.get()); }),
+       setter("arg", [&] { formatted->argIs("x"); }),
+       setter("command", [&] { formatted->commandIs("x"); }),
+       setter("asyncRequest", [&] { formatted->asyncRequestIs(anyRequest); }),
+       setter("macAddrSmHelper", [&] { formatted->macAddrSmHelperIs(world.macHelper.get()); }),
+       setter("mcastHelper", [&] { formatted->mcastHelperIs(world.mcastHelper.get()); }),
+       setter("outputFormat", [&] { formatted->outputFormatIs(2); }),
+       setter("socket", [&] { formatted->socketIs(1); }),
+       setter("detail", [&] { formatted->detailIs(true); }),
+       setter("vlanRangeSupported", [&] { formatted->vlanRangeSupportedIs(true); }),
+       setter("ingVlanDynamicRange", [&] { formatted->ingVlanDynamicRangeIs(true); }),
+       setter("egrVlanXlateFeature", [&] { formatted->egrVlanXlateFeatureIs(true); }),
+       setter("vlanXlateFeature", [&] { formatted->vlanXlateFeatureIs(true); })},
+      settersDeclaredIn({"platform/command/CliCallbackBase.h",
+                         "KorvoL2/KorvoL2CliCallbacks/CliCallbackWithFormat.h"}));
 }
 
 // The synchronous entry.
