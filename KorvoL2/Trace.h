@@ -12,3 +12,11 @@ inline Qel::TraceHandle& trace() {
 }
 
 }  // namespace KorvoL2
+
+/** In a member function of an entity: a line under the class of the object. */
+#define KORVO_L2_TRACE(level, ...) \
+  KORVO_L2_TRACE_AT(level, ::Qel::TraceSite(typeData().name), __VA_ARGS__)
+
+/** A line for `site`, a Qel::TraceSite. */
+#define KORVO_L2_TRACE_AT(level, site, ...) \
+  QEL_TRACE_AT(::KorvoL2::trace(), level, site, __VA_ARGS__)

@@ -24,13 +24,14 @@ L2HwTableRequestSm::L2HwTableRequestSm(std::string name,
 }
 
 void L2HwTableRequestSm::handleAsyncCommand(std::uint32_t socket, std::uint32_t format) {
-  QEL_TRACE(trace(), 8, "socket:{}, format:{}", socket, format);
+  KORVO_L2_TRACE(8, "socket:{}, format:{}", socket, format);
   getAsyncState();
   if (ready()) showMacTableHw();
 }
 
 void L2HwTableRequestSm::showMacTableHw() {
-  QEL_TRACE(trace(), 8, "");
+  const Qel::TraceSite here(typeData().name);
+  KORVO_L2_TRACE_AT(8, here, "");
   // The list is searched for the next identifier each time, never iterated: it may be changed
   // between two slices, and a search among at most a few hundred costs nothing beside a chip.
   auto chip = fapIdList().lower_bound(fapBookmark());
@@ -40,8 +41,8 @@ void L2HwTableRequestSm::showMacTableHw() {
     if (chipInProgress() && current != fapBookmark()) {
       finishChip();
     }
-    if (chipInProgress() || startChip(current)) {
-      const WalkEnd end = walkChip();
+    if (chipInProgress() || startChip(current, here)) {
+      const WalkEnd end = walkChip(here);
       if (end == WalkEnd::yielded) return;
       finishChip();
       if (end == WalkEnd::yieldedAtEnd) {
@@ -55,12 +56,12 @@ void L2HwTableRequestSm::showMacTableHw() {
     chip = fapIdList().upper_bound(current);
   }
   if (chipInProgress()) finishChip();
-  QEL_TRACE(trace(), 8, "Execution Completed");
+  KORVO_L2_TRACE_AT(8, here, "Execution Completed");
   executionComplete();
 }
 
 // Opens the section of `chip`; false if the agent does not know it.
-bool L2HwTableRequestSm::startChip(std::uint32_t chip) {
+bool L2HwTableRequestSm::startChip(std::uint32_t chip, const Qel::TraceSite& site) {
   fapBookmarkIs(chip);
   // Refuses what no chip can have.
   const auto fapId =
@@ -68,7 +69,7 @@ bool L2HwTableRequestSm::startChip(std::uint32_t chip) {
   const FapChipCollection* const chips = macAddrSmHelper_->fapChip();
   const FapChip* const record = chips == nullptr ? nullptr : chips->find(fapId);
   if (record == nullptr) {
-    QEL_TRACE(trace(), 8, "skipping fapId {}", chip);
+    KORVO_L2_TRACE_AT(8, site, "skipping fapId {}", chip);
     return false;
   }
   beginChipRender(record->fapChipName);
@@ -77,13 +78,13 @@ bool L2HwTableRequestSm::startChip(std::uint32_t chip) {
   return true;
 }
 
-WalkEnd L2HwTableRequestSm::walkChip() {
+WalkEnd L2HwTableRequestSm::walkChip(const Qel::TraceSite& site) {
   const Qel::Ptr<const MacTblShadow> shadow(macAddrSmHelper_->macTblShadow());
   const MacEntryCollection* const entries = shadow == nullptr ? nullptr : shadow->macEntry();
   if (entries == nullptr) return WalkEnd::exhausted;
   Rendering::RendererV2& out = renderer();
   const Tessar::FapId fapId(fapBookmark());
-  return walk().runSlice(*entries, *this, [&](const MacEntryCollection::Entry& entry) {
+  return walk().runSlice(*entries, *this, site, [&](const MacEntryCollection::Entry& entry) {
     out.openObject();
     shadow->printMacEntryHw(out, tableRenderer().get(), fapId, detail(), entry.key, entry.value,
                             mcastHelper_.get());

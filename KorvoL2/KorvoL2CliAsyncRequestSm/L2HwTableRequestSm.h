@@ -30,8 +30,8 @@ class L2HwTableRequestSm final : public L2HwTableRequestSmBase {
   KORVO_L2_API void showMacTableHw() override;
 
  private:
-  bool startChip(std::uint32_t chip);
-  WalkEnd walkChip();
+  bool startChip(std::uint32_t chip, const Qel::TraceSite& site);
+  WalkEnd walkChip(const Qel::TraceSite& site);
   void finishChip();
 
   Qel::Ptr<KorvoL2MacAddrSmHelper> macAddrSmHelper_;

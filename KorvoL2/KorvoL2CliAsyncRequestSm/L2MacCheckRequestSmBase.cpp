@@ -30,14 +30,14 @@ void L2MacCheckRequestSmBase::handleInitialized() {
   // time until the result table is complete.
   if (!readsIssued_) {
     readsIssued_ = true;
-    issueReads();
+    issueReads(Qel::TraceSite(typeData().name));
   }
   initializeSm();
 }
 
-void L2MacCheckRequestSmBase::issueReads() {
+void L2MacCheckRequestSmBase::issueReads(const Qel::TraceSite& site) {
   const L2TableReadReq request = resultTableIs();
-  QEL_TRACE(trace(), 8, "requesting L2 table read fapIds");
+  KORVO_L2_TRACE_AT(8, site, "requesting L2 table read fapIds");
   std::vector<std::string> pieces;
   pieces.reserve(127);
   split(fapIdList_, ',', pieces);
@@ -79,7 +79,7 @@ void L2MacCheckRequestSmBase::post(L2TableReadReq request, Tessar::FapId fapId) 
 }
 
 void L2MacCheckRequestSmBase::handleAsyncCommand(std::uint32_t socket, std::uint32_t format) {
-  QEL_TRACE(trace(), 8, "socket:{}, format:{}", socket, format);
+  KORVO_L2_TRACE(8, "socket:{}, format:{}", socket, format);
   const auto begin = [this] {
     renderer().openObject();
     initializeTableRenderer();
@@ -92,7 +92,7 @@ void L2MacCheckRequestSmBase::handleAsyncCommand(std::uint32_t socket, std::uint
   }
   if (!l2TableReadDone_) {
     if (!resultTableComplete()) {
-      QEL_TRACE(trace(), 8, "l2 table read still in progress");
+      KORVO_L2_TRACE(8, "l2 table read still in progress");
       return;
     }
     l2TableReadDoneIs(true);
@@ -102,7 +102,7 @@ void L2MacCheckRequestSmBase::handleAsyncCommand(std::uint32_t socket, std::uint
 }
 
 void L2MacCheckRequestSmBase::initializeTableRenderer() {
-  QEL_TRACE(trace(), 8, "");
+  KORVO_L2_TRACE(8, "");
   std::vector<Rendering::ColumnFormatter> formats;
   std::vector<std::string_view> heads;
   for (const ReportColumn& column : reportColumns()) {
@@ -114,13 +114,7 @@ void L2MacCheckRequestSmBase::initializeTableRenderer() {
   tableRenderer_->addHeading(heads);
 }
 
-void L2MacCheckRequestSmBase::reportExhausted() {
-  QEL_TRACE(trace(), 8, "Execution Completed");
-  executionComplete();
-}
-
-void L2MacCheckRequestSmBase::executionComplete() {
-  printTotals();
+void L2MacCheckRequestSmBase::finishReport() {
   renderer().closeList();
   renderer().closeObject();
   renderer().documentEnd();

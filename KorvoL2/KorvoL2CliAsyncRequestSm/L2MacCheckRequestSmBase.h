@@ -83,18 +83,22 @@ class L2MacCheckRequestSmBase : public AgentCommand::AgentAsyncCommandRequestSm 
   virtual std::vector<ReportColumn> reportColumns() const = 0;
   /** One slice of the report. */
   virtual void printReport() = 0;
-  virtual void printTotals() = 0;
+  /** The end of the report: the totals, then finishReport(). */
+  virtual void executionComplete() = 0;
 
   void initializeTableRenderer();
-  void executionComplete();
+  void finishReport();
 
-  /** One slice of a walk over a result table, with the end that this file's head tells of. */
+  /**
+   * One slice of a walk over a result table, traced for `site`, with the end that this file's head
+   * tells of.
+   */
   template <class Collection, class PrintEntry>
-  void runReportSlice(RestingWalk<Collection>& walk, const Collection& entries,
-                      PrintEntry&& printEntry) {
+  void runReportSlice(const Qel::TraceSite& site, RestingWalk<Collection>& walk,
+                      const Collection& entries, PrintEntry&& printEntry) {
     inProgressIs(true);
     bool printed = false;
-    const WalkEnd end = walk.runSlice(entries, *this, [&](const auto& entry) {
+    const WalkEnd end = walk.runSlice(entries, *this, site, [&](const auto& entry) {
       printEntry(entry);
       printed = true;
       return RowOutcome::printed;
@@ -102,18 +106,18 @@ class L2MacCheckRequestSmBase : public AgentCommand::AgentAsyncCommandRequestSm 
     if (end == WalkEnd::yielded) return;
     if (printed && !endRepeated_ && timeSpent()) {
       // The walk asks for the time now and then only, and not where there is another reason.
-      if (end == WalkEnd::exhausted) QEL_TRACE(trace(), 8, "Yielding Cpu");
+      if (end == WalkEnd::exhausted) KORVO_L2_TRACE_AT(8, site, "Yielding Cpu");
       endRepeated_ = true;
       return;
     }
-    reportExhausted();
+    KORVO_L2_TRACE_AT(8, site, "Execution Completed");
+    executionComplete();
   }
 
  private:
-  void issueReads();
+  void issueReads(const Qel::TraceSite& site);
   bool shallRead(Tessar::FapId fapId) const;
   void post(L2TableReadReq request, Tessar::FapId fapId);
-  void reportExhausted();
 
   Qel::Ptr<KorvoL2MacAddrSmHelper> macAddrSmHelper_;
   Qel::Ptr<KorvoL2McastHelper> mcastHelper_;

@@ -97,17 +97,18 @@ std::vector<L2MacCheckRequestSmBase::ReportColumn> L2MacDiffRequestSm::reportCol
 }
 
 void L2MacDiffRequestSm::printDiffEntries() {
-  QEL_TRACE(trace(), 8, "");
+  KORVO_L2_TRACE(8, "");
   // Held for this slice: a reactor may let go of it.
   const auto table = recordOrEmpty(Qel::Ptr<const DiffMacEntryTable>(diffEntryTable_));
-  runReportSlice(walk_, table->entries(), [this](const Entry& entry) {
-    if (renderer().isJson()) {
-      printJson(entry);
-    } else {
-      printText(entry);
-    }
-    diffCountInc(entry.value->diffCount);
-  });
+  runReportSlice(Qel::TraceSite(typeData().name), walk_, table->entries(),
+                 [this](const Entry& entry) {
+                   if (renderer().isJson()) {
+                     printJson(entry);
+                   } else {
+                     printText(entry);
+                   }
+                   diffCountInc(entry.value->diffCount);
+                 });
 }
 
 void L2MacDiffRequestSm::printJson(const Entry& entry) {
@@ -173,12 +174,13 @@ void L2MacDiffRequestSm::printText(const Entry& entry) {
   }
 }
 
-void L2MacDiffRequestSm::printTotals() {
-  QEL_TRACE(trace(), 8, "total diff count {}", diffCount_);
+void L2MacDiffRequestSm::executionComplete() {
+  KORVO_L2_TRACE(8, "total diff count {}", diffCount_);
   Rendering::RendererV2& out = renderer();
   out.addFrills("\n");
   out.addFrills("Total entries different between software and hardware:  %u\n", diffCount_);
   out.addFrills("\n");
+  finishReport();
 }
 
 Qel::Ptr<L2MacDiffRequestSm> L2MacDiffRequestSmIs(

@@ -48,7 +48,7 @@ class L2MacDiffRequestSm final : public L2MacCheckRequestSmBase {
   std::string_view listKey() const override { return "macTableDiffEntries"; }
   std::vector<ReportColumn> reportColumns() const override;
   void printReport() override { printDiffEntries(); }
-  void printTotals() override;
+  void executionComplete() override;
 
   void printDiffEntries();
   void printJson(const Entry& entry);

@@ -80,17 +80,18 @@ std::vector<L2MacCheckRequestSmBase::ReportColumn> L2MacMissingRequestSm::report
 }
 
 void L2MacMissingRequestSm::printMissingEntries() {
-  QEL_TRACE(trace(), 8, "");
+  KORVO_L2_TRACE(8, "");
   // Held for this slice: a reactor may let go of it.
   const auto table = recordOrEmpty(Qel::Ptr<const MissingMacEntryTable>(missingEntryTable_));
-  runReportSlice(walk_, table->entries(), [this](const Entry& entry) {
-    if (renderer().isJson()) {
-      printJson(entry);
-    } else {
-      printText(entry);
-    }
-    count(*entry.value);
-  });
+  runReportSlice(Qel::TraceSite(typeData().name), walk_, table->entries(),
+                 [this](const Entry& entry) {
+                   if (renderer().isJson()) {
+                     printJson(entry);
+                   } else {
+                     printText(entry);
+                   }
+                   count(*entry.value);
+                 });
 }
 
 void L2MacMissingRequestSm::count(const MissingMacEntry& entry) {
@@ -140,8 +141,8 @@ void L2MacMissingRequestSm::printText(const Entry& entry) {
   }
 }
 
-void L2MacMissingRequestSm::printTotals() {
-  QEL_TRACE(trace(), 8, "");
+void L2MacMissingRequestSm::executionComplete() {
+  KORVO_L2_TRACE(8, "");
   Rendering::RendererV2& out = renderer();
   out.addFrills("\n");
   // An empty line after the first total and none after the second: the lines by module belong to
@@ -151,6 +152,7 @@ void L2MacMissingRequestSm::printTotals() {
   for (const auto& [module, missing] : moduleCount_) {
     out.addFrills("            %s:  %u\n", module, missing);
   }
+  finishReport();
 }
 
 Qel::Ptr<L2MacMissingRequestSm> L2MacMissingRequestSmIs(

@@ -59,7 +59,7 @@ class L2MacMissingRequestSm final : public L2MacCheckRequestSmBase {
   std::string_view listKey() const override { return "macTableMissingEntries"; }
   std::vector<ReportColumn> reportColumns() const override;
   void printReport() override { printMissingEntries(); }
-  void printTotals() override;
+  void executionComplete() override;
 
   void printMissingEntries();
   void count(const MissingMacEntry& entry);

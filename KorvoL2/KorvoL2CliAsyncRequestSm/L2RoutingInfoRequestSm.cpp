@@ -49,9 +49,10 @@ L2RoutingInfoRequestSm::L2RoutingInfoRequestSm(
 }
 
 void L2RoutingInfoRequestSm::showVxlanRoutingInfo() {
+  const Qel::TraceSite here(typeData().name);
   printHeaderOnce();
-  if (walkVlans() == WalkEnd::yielded) return;
-  QEL_TRACE(trace(), 8, "Execution Completed");
+  if (walkVlans(here) == WalkEnd::yielded) return;
+  KORVO_L2_TRACE_AT(8, here, "Execution Completed");
   executionComplete();
 }
 
@@ -67,7 +68,7 @@ void L2RoutingInfoRequestSm::printHeaderOnce() {
   if (failure != nullptr) std::rethrow_exception(failure);
 }
 
-WalkEnd L2RoutingInfoRequestSm::walkVlans() {
+WalkEnd L2RoutingInfoRequestSm::walkVlans(const Qel::TraceSite& site) {
   std::exception_ptr failure;
   WalkEnd end = WalkEnd::exhausted;
   {
@@ -77,7 +78,7 @@ WalkEnd L2RoutingInfoRequestSm::walkVlans() {
     try {
       shadow.reset(macAddrSmHelper_->macTblShadow());
       const std::uint64_t refModBitmap = shadow == nullptr ? 0 : shadow->refModBitmap();
-      end = walk().runSlice(vlan2Svp(), *this, [&](const VlanToSvpCollection::Entry& entry) {
+      end = walk().runSlice(vlan2Svp(), *this, site, [&](const VlanToSvpCollection::Entry& entry) {
         vlan = entry.key;
         const RoutingInfoFlags flags = flagsOf(shadow.get(), refModBitmap, vlan);
         printRoutingInfoUtil(renderer(), vlan.value(), entry.value.number, flags);

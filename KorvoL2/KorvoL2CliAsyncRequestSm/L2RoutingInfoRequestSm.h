@@ -36,7 +36,7 @@ class L2RoutingInfoRequestSm final : public L2RoutingInfoRequestSmBase {
 
  private:
   void printHeaderOnce();
-  WalkEnd walkVlans();
+  WalkEnd walkVlans(const Qel::TraceSite& site);
   RoutingInfoFlags flagsOf(const MacTblShadow* shadow, std::uint64_t refModBitmap,
                            Bridging::VlanId vlan) const;
 

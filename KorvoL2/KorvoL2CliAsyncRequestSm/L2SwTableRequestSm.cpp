@@ -18,12 +18,13 @@ L2SwTableRequestSm::L2SwTableRequestSm(std::string name,
 }
 
 void L2SwTableRequestSm::handleAsyncCommand(std::uint32_t socket, std::uint32_t format) {
-  QEL_TRACE(trace(), 8, "socket:{}, format:{}", socket, format);
+  KORVO_L2_TRACE(8, "socket:{}, format:{}", socket, format);
   getInProgressState();
   if (inProgress()) showMacTableAll();
 }
 
 void L2SwTableRequestSm::showMacTableAll() {
+  const Qel::TraceSite here(typeData().name);
   if (printHeader()) {
     doPrintHeader();
     printHeaderIs(false);
@@ -40,9 +41,9 @@ void L2SwTableRequestSm::showMacTableAll() {
       out.closeObject();
       return RowOutcome::printed;
     };
-    if (walk().runSlice(*entries, *this, printRow) == WalkEnd::yielded) return;
+    if (walk().runSlice(*entries, *this, here, printRow) == WalkEnd::yielded) return;
   }
-  QEL_TRACE(trace(), 8, "Execution Completed");
+  KORVO_L2_TRACE_AT(8, here, "Execution Completed");
   // The table's size, not the rows printed: the line reports what the table holds at this moment,
   // unprintable entries included.
   executionComplete(entries == nullptr ? 0 : static_cast<std::uint32_t>(entries->size()));

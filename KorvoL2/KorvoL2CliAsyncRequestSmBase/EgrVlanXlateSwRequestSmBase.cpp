@@ -62,17 +62,18 @@ EgrVlanXlateSwRequestSmBase::EgrVlanXlateSwRequestSmBase(
 }
 
 void EgrVlanXlateSwRequestSmBase::handleAsyncCommand(std::uint32_t socket, std::uint32_t format) {
-  QEL_TRACE(trace(), 8, "socket:{}, format:{}", socket, format);
+  KORVO_L2_TRACE(8, "socket:{}, format:{}", socket, format);
   getAsyncState();
   showEgrVlanXlateSw();
 }
 
 void EgrVlanXlateSwRequestSmBase::showEgrVlanXlateSw() {
-  showSection(kVlanVnis, egrVlanXlateVfi_, printVlanVni);
-  showSection(kEgrPortVlans, egrPortVlanXlate_, printEgrPortVlan);
-  showSection(kVxlanVlans, egrVxlanVlanXlate_, printVxlanVlan);
+  const Qel::TraceSite here(typeData().name);
+  showSection(here, kVlanVnis, egrVlanXlateVfi_, printVlanVni);
+  showSection(here, kEgrPortVlans, egrPortVlanXlate_, printEgrPortVlan);
+  showSection(here, kVxlanVlans, egrVxlanVlanXlate_, printVxlanVlan);
   if (yielding()) return;
-  QEL_TRACE(trace(), 8, "Execution Completed");
+  KORVO_L2_TRACE_AT(8, here, "Execution Completed");
   // There is no such table; tools that read the dump to its end look for the line.
   renderer().addFrills("\nNumber of INT Opaque entries : 0\n\n");
   executionComplete();

@@ -29,7 +29,7 @@ IngVlanRangeRequestSmBase::IngVlanRangeRequestSmBase(
       ingVlanRangeSize_(ingVlanRangeSize) {}
 
 void IngVlanRangeRequestSmBase::handleAsyncCommand(std::uint32_t socket, std::uint32_t format) {
-  QEL_TRACE(trace(), 8, "socket:{}, format:{}", socket, format);
+  KORVO_L2_TRACE(8, "socket:{}, format:{}", socket, format);
   getAsyncState();
   showIngVlanRanges();
 }
@@ -48,10 +48,11 @@ void IngVlanRangeRequestSmBase::getAsyncState() {
 }
 
 void IngVlanRangeRequestSmBase::showIngVlanRanges() {
-  const WalkEnd end =
-      walk_.runSlice(fcsd_->intf, *this, [this](const auto& entry) { return showIntf(entry.key); });
+  const Qel::TraceSite here(typeData().name);
+  const WalkEnd end = walk_.runSlice(fcsd_->intf, *this, here,
+                                     [this](const auto& entry) { return showIntf(entry.key); });
   if (end == WalkEnd::yielded) return;
-  QEL_TRACE(trace(), 8, "Execution Completed");
+  KORVO_L2_TRACE_AT(8, here, "Execution Completed");
   executionComplete();
 }
 
@@ -73,7 +74,7 @@ RowOutcome IngVlanRangeRequestSmBase::showIntf(Bridging::IntfId intf) {
 }
 
 void IngVlanRangeRequestSmBase::executionComplete() {
-  QEL_TRACE(trace(), 8, "");
+  KORVO_L2_TRACE(8, "");
   renderer().closeObject();
   renderer().closeObject();
   renderer().documentEnd();

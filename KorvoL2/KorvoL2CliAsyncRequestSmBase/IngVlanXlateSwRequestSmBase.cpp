@@ -60,17 +60,18 @@ IngVlanXlateSwRequestSmBase::IngVlanXlateSwRequestSmBase(
 }
 
 void IngVlanXlateSwRequestSmBase::handleAsyncCommand(std::uint32_t socket, std::uint32_t format) {
-  QEL_TRACE(trace(), 8, "socket:{}, format:{}", socket, format);
+  KORVO_L2_TRACE(8, "socket:{}, format:{}", socket, format);
   getAsyncState();
   showIngVlanXlateSw();
 }
 
 void IngVlanXlateSwRequestSmBase::showIngVlanXlateSw() {
-  showSection(kDips, vlanXlateDip_, printDip);
-  showSection(kVlanSvps, vlanSvpStatus_, printVlanSvp);
-  showSection(kPortVlans, portVlanXlateStatus_, printPortVlan);
+  const Qel::TraceSite here(typeData().name);
+  showSection(here, kDips, vlanXlateDip_, printDip);
+  showSection(here, kVlanSvps, vlanSvpStatus_, printVlanSvp);
+  showSection(here, kPortVlans, portVlanXlateStatus_, printPortVlan);
   if (yielding()) return;
-  QEL_TRACE(trace(), 8, "Execution Completed");
+  KORVO_L2_TRACE_AT(8, here, "Execution Completed");
   executionComplete();
 }
 

@@ -49,7 +49,7 @@ void L2HwTableRequestSmBase::getAsyncState() {
 }
 
 void L2HwTableRequestSmBase::initializeTableRenderer() {
-  QEL_TRACE(trace(), 8, "");
+  KORVO_L2_TRACE(8, "");
   if (!detail_) return;
   tableRendererIs(std::make_unique<Rendering::TableRenderer>(
       renderer(),
@@ -64,7 +64,7 @@ void L2HwTableRequestSmBase::initializeTableRenderer() {
 }
 
 void L2HwTableRequestSmBase::beginChipRender(std::string_view chipName) {
-  QEL_TRACE(trace(), 8, "fapId {}", fapBookmark_);
+  KORVO_L2_TRACE(8, "fapId {}", fapBookmark_);
   Rendering::RendererV2& out = renderer();
   out.openObject(chipName);
   out.openList("macTableEntries");
@@ -99,7 +99,7 @@ void L2HwTableRequestSmBase::endChipRender() {
 }
 
 void L2HwTableRequestSmBase::executionComplete() {
-  QEL_TRACE(trace(), 8, "");
+  KORVO_L2_TRACE(8, "");
   renderer().closeObject();
   renderer().closeObject();
   renderer().documentEnd();

@@ -55,7 +55,7 @@ void L2RoutingInfoRequestSmBase::vlan2SvpDelAll() {
 }
 
 void L2RoutingInfoRequestSmBase::handleAsyncCommand(std::uint32_t socket, std::uint32_t format) {
-  QEL_TRACE(trace(), 8, "socket:{}, format:{}", socket, format);
+  KORVO_L2_TRACE(8, "socket:{}, format:{}", socket, format);
   getInProgressState();
   if (inProgress_) showVxlanRoutingInfo();
 }
@@ -123,7 +123,7 @@ void L2RoutingInfoRequestSmBase::printOrvaVtep() {
 }
 
 void L2RoutingInfoRequestSmBase::executionComplete() {
-  QEL_TRACE(trace(), 8, "");
+  KORVO_L2_TRACE(8, "");
   renderer().closeObject();
   renderer().closeObject();
   renderer().documentEnd();

@@ -45,7 +45,7 @@ void L2SwTableRequestSmBase::doPrintHeader() {
 }
 
 void L2SwTableRequestSmBase::executionComplete(std::uint32_t count) {
-  QEL_TRACE(trace(), 8, "");
+  KORVO_L2_TRACE(8, "");
   Rendering::RendererV2& out = renderer();
   out.closeList();
   out.addFrills("%s\n", rule());

@@ -37,7 +37,7 @@ void L2VxlanVlanRequestSmBase::vlanMappingDelAll() {
 }
 
 void L2VxlanVlanRequestSmBase::handleAsyncCommand(std::uint32_t socket, std::uint32_t format) {
-  QEL_TRACE(trace(), 8, "socket:{}, format:{}", socket, format);
+  KORVO_L2_TRACE(8, "socket:{}, format:{}", socket, format);
   if (!inProgress_) getInProgressState();
   if (!inProgress_) return;
   showVxlanVlans();
@@ -53,16 +53,18 @@ void L2VxlanVlanRequestSmBase::getInProgressState() {
 }
 
 void L2VxlanVlanRequestSmBase::showVxlanVlans() {
+  const Qel::TraceSite here(typeData().name);
   if (!vpListBuilt_) {
     showFirstHead();
-    if (!buildVpList()) return;
+    if (!buildVpList(here)) return;
   }
-  const WalkEnd end = vlans_.runSlice(
-      vlanMapping_, *this, [this](const VlanSet::Entry& entry) { return showVlan(entry.key); });
+  const WalkEnd end =
+      vlans_.runSlice(vlanMapping_, *this, here,
+                      [this](const VlanSet::Entry& entry) { return showVlan(entry.key); });
   if (end == WalkEnd::yielded) return;
   // Left in the middle, and gone from the set before its turn came again.
   if (openVlan_) closeVlan();
-  QEL_TRACE(trace(), 8, "Execution Completed");
+  KORVO_L2_TRACE_AT(8, here, "Execution Completed");
   executionComplete();
 }
 
@@ -75,7 +77,7 @@ void L2VxlanVlanRequestSmBase::showFirstHead() {
 }
 
 // False when the slice is spent; the next one goes on, or starts to print.
-bool L2VxlanVlanRequestSmBase::buildVpList() {
+bool L2VxlanVlanRequestSmBase::buildVpList(const Qel::TraceSite& site) {
   WalkEnd end = WalkEnd::exhausted;
   if (detail_) {
     Qel::Ptr<VpList> lists = vpList_;
@@ -84,7 +86,7 @@ bool L2VxlanVlanRequestSmBase::buildVpList() {
     // each of its VLANs.
     IntfId asked;
     bool isLag = fcsd_->lagToPort().has(asked);
-    end = building_.runSlice(vxlanL2State_->portToEdgeSvp, *this,
+    end = building_.runSlice(vxlanL2State_->portToEdgeSvp, *this, site,
                              [&](const PortToEdgeSvpCollection::Entry& entry) {
                                if (entry.key.intf() != asked) {
                                  asked = entry.key.intf();
@@ -159,7 +161,7 @@ const VlanVpList* L2VxlanVlanRequestSmBase::interfacesOf(VlanId vlan) const {
 }
 
 void L2VxlanVlanRequestSmBase::executionComplete() {
-  QEL_TRACE(trace(), 8, "");
+  KORVO_L2_TRACE(8, "");
   renderer().closeObject();
   renderer().closeObject();
   renderer().documentEnd();

@@ -91,7 +91,7 @@ class L2VxlanVlanRequestSmBase : public AgentCommand::AgentAsyncCommandRequestSm
 
  private:
   void showFirstHead();
-  bool buildVpList();
+  bool buildVpList(const Qel::TraceSite& site);
   RowOutcome showVlan(Bridging::VlanId vlan);
   void openVlan(Bridging::VlanId vlan);
   void closeVlan();

@@ -123,14 +123,14 @@ class ResumableWalk {
   }
 
   /**
-   * Walks on from where the last slice stopped, and traces a yield. `row` prints one entry,
-   * RowOutcome(const Entry&); what it throws passes on.
+   * Walks on from where the last slice stopped, and traces a yield for `site`, the machine's walk.
+   * `row` prints one entry, RowOutcome(const Entry&); what it throws passes on.
    */
   template <class PrintRow>
   WalkEnd runSlice(const Collection& collection, AgentCommand::AgentAsyncCommandRequestSm& sm,
-                   PrintRow&& row) {
+                   const Qel::TraceSite& site, PrintRow&& row) {
     const WalkEnd end = runInsideRow(collection, sm, std::forward<PrintRow>(row));
-    if (end != WalkEnd::exhausted) QEL_TRACE(trace(), 8, "Yielding Cpu");
+    if (end != WalkEnd::exhausted) KORVO_L2_TRACE_AT(8, site, "Yielding Cpu");
     return end;
   }
 

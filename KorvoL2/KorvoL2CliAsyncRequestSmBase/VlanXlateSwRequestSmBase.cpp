@@ -14,7 +14,7 @@ void VlanXlateSwRequestSmBase::getAsyncState() {
 }
 
 void VlanXlateSwRequestSmBase::executionComplete() {
-  QEL_TRACE(trace(), 8, "");
+  KORVO_L2_TRACE(8, "");
   renderer().closeObject();
   renderer().documentEnd();
   renderer().ioflush();

@@ -65,10 +65,12 @@ class VlanXlateSwRequestSmBase : public AgentCommand::AgentAsyncCommandRequestSm
 
   /**
    * Shows what this slice can show of a section; nothing once the section is complete or the slice
-   * has yielded. `printRow` prints one entry, void(FixedLine, const Entry&).
+   * has yielded. `site` is the machine's walk; `printRow` prints one entry, void(FixedLine, const
+   * Entry&).
    */
   template <class Dir, class PrintRow>
-  void showSection(const SectionLayout& layout, Section<Dir>& section, PrintRow&& printRow) {
+  void showSection(const Qel::TraceSite& site, const SectionLayout& layout, Section<Dir>& section,
+                   PrintRow&& printRow) {
     if (section.complete || yielding()) return;
     const auto& entries = section.directory->entries;
     Rendering::RendererV2& out = renderer();
@@ -82,12 +84,12 @@ class VlanXlateSwRequestSmBase : public AgentCommand::AgentAsyncCommandRequestSm
       }
       Rendering::PrintBuffer& buffer = out.buffer();
       const bool text = !out.isJson();
-      const WalkEnd end = section.walk.runSlice(entries, *this, [&](const auto& entry) {
+      const WalkEnd end = section.walk.runSlice(entries, *this, site, [&](const auto& entry) {
         if (text) printRow(Rendering::FixedLine(buffer), entry);
         return RowOutcome::printed;
       });
       if (end == WalkEnd::yielded) return yieldingIs(true);
-      QEL_TRACE(trace(), 8, "Done iterating through {}", layout.directory);
+      KORVO_L2_TRACE_AT(8, site, "Done iterating through {}", layout.directory);
       out.addFrills(layout.rule);
     }
     attributeIs(section.complete, true, section.completeName);

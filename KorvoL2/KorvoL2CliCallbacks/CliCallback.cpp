@@ -22,31 +22,32 @@ Qel::Ptr<CliCallback> cliCallbackFactory(const std::string& name) {
 
 void CliCallback::handleCommand(std::uint32_t socket, std::string command) {
   const Command underWay(*this);
+  const Qel::TraceSite here(typeData().name);
   outcomeIs({});
   commandIs(std::move(command));
   socketIs(socket);
   enlargeSendBuffer(socket);
-  outcomeIs(refreshContext());
+  outcomeIs(refreshContext(here));
   if (isNotReady(outcome())) return;
   detailIs(asksForDetail(command_));
   tokenise();
-  dispatch(plainHandlerChain(), Qel::Ptr<CliCallback>(this), [this](const Handler& tested) {
+  dispatch(plainHandlerChain(), Qel::Ptr<CliCallback>(this), here, [this](const Handler& tested) {
     argIs(argumentText(command_, tested.cmdName().size()));
   });
 }
 
-AgentCommand::CommandOutcome CliCallback::refreshContext() {
-  if (auto readiness = agentReadiness(kept()); isNotReady(readiness)) return readiness;
+AgentCommand::CommandOutcome CliCallback::refreshContext(const Qel::TraceSite& site) {
+  if (auto readiness = agentReadiness(kept(), site); isNotReady(readiness)) return readiness;
   KorvoL2MacAddrSmHelper* const helper = keep(agent().macAddrSmHelper());
   macAddrSmHelperIs(helper);
   chipAttrIs(chipAttrOf(*this));
   vlanXlateFeaturesIs(*this, chipAttr_.get());
   l2ModFifoMonitorSmIs(keep(agent().l2ModFifoMonitorSm()));
   if (!agent().l2TableMode()) {
-    if (helper == nullptr) return notReady("no macAddrSmHelper");
-    if (helper->macTblShadow() == nullptr) return notReady("no macTblShadow");
+    if (helper == nullptr) return notReady("no macAddrSmHelper", site);
+    if (helper->macTblShadow() == nullptr) return notReady("no macTblShadow", site);
   }
-  if (agent().mcast() == nullptr) return notReady("no mcastHelper");
+  if (agent().mcast() == nullptr) return notReady("no mcastHelper", site);
   mcastHelperIs(keep(mcastHelperOf(agent())));
   return {};
 }

@@ -17,6 +17,7 @@
 
 #include "KorvoL2/Export.h"
 #include "platform/base/Attribute.h"
+#include "platform/base/Trace.h"
 #include "platform/command/CliCallbackBase.h"
 #include "platform/l2/L2Agent.h"
 
@@ -141,7 +142,7 @@ class CliCallback final : public AgentCommand::CliCallbackBase {
 
  private:
   /** Refreshes the context from the agent; the outcome says what is missing, if anything is. */
-  AgentCommand::CommandOutcome refreshContext();
+  AgentCommand::CommandOutcome refreshContext(const Qel::TraceSite& site);
   void tokenise();
 };
 

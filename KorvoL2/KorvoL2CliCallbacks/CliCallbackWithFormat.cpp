@@ -26,7 +26,7 @@ Qel::Ptr<CliCallbackWithFormat> cliCallbackWithFormatFactory(const std::string& 
 
 void CliCallbackWithFormat::handleCommand(std::uint32_t socket, std::string command,
                                           std::uint32_t outputFormat) {
-  QEL_TRACE(trace(), 8, "socket: {} command: {} outputFormat: {}", socket, command, outputFormat);
+  KORVO_L2_TRACE(8, "socket: {} command: {} outputFormat: {}", socket, command, outputFormat);
   const Command underWay(*this);
   commandIs(std::move(command));
   socketIs(socket);
@@ -35,13 +35,14 @@ void CliCallbackWithFormat::handleCommand(std::uint32_t socket, std::string comm
   enlargeSendBuffer(socket);
   if (!handleCommandCommon()) return;
   dispatch(formattedHandlerChain(), Qel::Ptr<CliCallbackWithFormat>(this),
+           Qel::TraceSite(typeData().name),
            [this](const Handler& tested) { prepare(tested.cmdName()); });
 }
 
 Qel::Ptr<AgentAsyncCommandRequestSm> CliCallbackWithFormat::createAgentAsyncCommandRequestSm(
     Qel::Ptr<const AgentCommandRequest> request) {
   QEL_ASSERT(request != nullptr);
-  QEL_TRACE(trace(), 8, "command: {}", request->commandString());
+  KORVO_L2_TRACE(8, "command: {}", request->commandString());
   const Command underWay(*this);
   commandIs(request->commandString());
   Qel::Ptr<AgentAsyncCommandRequestSm> machine;
@@ -50,6 +51,7 @@ Qel::Ptr<AgentAsyncCommandRequestSm> CliCallbackWithFormat::createAgentAsyncComm
     if (handleCommandCommon()) {
       refreshChipFlags();
       machine = dispatch(asyncHandlerChain(), Qel::Ptr<CliCallbackWithFormat>(this),
+                         Qel::TraceSite(typeData().name),
                          [this](const AsyncHandler& tested) { prepare(tested.cmdName()); });
     }
     // From here on the request is its machine's. Kept until the next command, it would hold a
@@ -67,7 +69,7 @@ Qel::Ptr<AgentAsyncCommandRequestSm> CliCallbackWithFormat::createAgentAsyncComm
 
 bool CliCallbackWithFormat::handleCommandCommon() {
   const Command underWay(*this);
-  outcomeIs(agentReadiness(kept()));
+  outcomeIs(agentReadiness(kept(), Qel::TraceSite(typeData().name)));
   if (isNotReady(outcome())) return false;
   macAddrSmHelperIs(keep(agent().macAddrSmHelper()));
   mcastHelperIs(keep(mcastHelperOf(agent())));

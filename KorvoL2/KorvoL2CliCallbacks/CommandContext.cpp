@@ -13,20 +13,20 @@ namespace KorvoL2 {
 using AgentCommand::CliCallbackCommon;
 using AgentCommand::CommandOutcome;
 
-CommandOutcome notReady(std::string_view reason) {
-  QEL_TRACE(trace(), 8, "{}", reason);
+CommandOutcome notReady(std::string_view reason, const Qel::TraceSite& site) {
+  KORVO_L2_TRACE_AT(8, site, "{}", reason);
   return {.kind = CommandOutcome::Kind::notReady, .reason = std::string(reason)};
 }
 
-CommandOutcome agentReadiness(CliCallbackCommon::Kept& kept) {
+CommandOutcome agentReadiness(CliCallbackCommon::Kept& kept, const Qel::TraceSite& site) {
   const Qel::Ptr<const L2Agent>& agent = kept.agent;
-  if (agent == nullptr) return notReady("no l2 agent");
+  if (agent == nullptr) return notReady("no l2 agent", site);
   const Qel::Ptr<const UnicastAgent> unicast(agent->unicastAgent());
-  if (unicast == nullptr) return notReady("no unicast agent");
-  if (!unicast->initialized()) return notReady("unicast agent not initialized");
+  if (unicast == nullptr) return notReady("no unicast agent", site);
+  if (!unicast->initialized()) return notReady("unicast agent not initialized", site);
   const L2AgentStatus status = agent->status();
   if (!status.configReady || !status.hardwareReady || !unicast->ready()) {
-    return notReady("l2 agent not ready");
+    return notReady("l2 agent not ready", site);
   }
   kept.unicastAgent = unicast;
   return {};

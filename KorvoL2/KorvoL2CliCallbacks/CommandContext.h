@@ -6,19 +6,22 @@
 #include <string>
 #include <string_view>
 
+#include "platform/base/Trace.h"
 #include "platform/command/CliCallbackBase.h"
 #include "platform/l2/L2Agent.h"
 
 namespace KorvoL2 {
 
 /** Traces why a command is dropped, at level 8, and gives that back as the command's outcome. */
-AgentCommand::CommandOutcome notReady(std::string_view reason);
+AgentCommand::CommandOutcome notReady(std::string_view reason, const Qel::TraceSite& site);
 
 /**
- * Whether the agent that the command began with answers commands at all; traces what is missing.
+ * Whether the agent that the command began with answers commands at all; traces what is missing,
+ * for `site`.
  * The unicast agent of one that does is kept from then on.
  */
-AgentCommand::CommandOutcome agentReadiness(AgentCommand::CliCallbackCommon::Kept& kept);
+AgentCommand::CommandOutcome agentReadiness(AgentCommand::CliCallbackCommon::Kept& kept,
+                                            const Qel::TraceSite& site);
 
 inline bool isNotReady(const AgentCommand::CommandOutcome& outcome) noexcept {
   return outcome.kind == AgentCommand::CommandOutcome::Kind::notReady;

@@ -44,7 +44,7 @@ bool CliCallback::EcmpOutputIntfTunnelIdH::condition(const Qel::Ptr<CliCallback>
 
 void CliCallback::EcmpOutputIntfTunnelIdH::action(const Qel::Ptr<CliCallback>& callback) {
   const std::string& args = callback->arg();
-  QEL_TRACE(trace(), 8, "Running EcmpOutputIntfTunnelIdH with args: \"{}\"", args);
+  KORVO_L2_TRACE(8, "Running EcmpOutputIntfTunnelIdH with args: \"{}\"", args);
   const std::string_view macText = valueOf(args, "dst-mac");
   const auto dstMac =
       AgentCommand::readArgument("dst-mac", macText, [&] { return Bridging::EthAddr(macText); });
@@ -54,28 +54,28 @@ void CliCallback::EcmpOutputIntfTunnelIdH::action(const Qel::Ptr<CliCallback>& c
   // any number of them. A name that nobody has entered is that of no interface.
   const std::optional<Bridging::IntfId> ingressIntf = AgentCommand::readArgument(
       "ingress-intf-id", ingressName, [&] { return Bridging::IntfId::find(ingressName); });
-  QEL_TRACE(trace(), 8, "Parsed dstMac={}, vlanId={}, and ingressIntf={}", dstMac.stringValue(),
-            vlanId, ingressName);
+  KORVO_L2_TRACE(8, "Parsed dstMac={}, vlanId={}, and ingressIntf={}", dstMac.stringValue(), vlanId,
+                 ingressName);
 
   const Qel::Ptr<const UnicastAgent> agent(&callback->unicastAgent());
   if (vlanId == 0) {
-    QEL_TRACE(trace(), 8, "Did not receive VLAN ID, checking switchport config for VLAN");
+    KORVO_L2_TRACE(8, "Did not receive VLAN ID, checking switchport config for VLAN");
     if (ingressIntf) {
       vlanId = switchAccessVlanForIntf(agent, *ingressIntf);
     } else {
-      QEL_TRACE(trace(), 8, "Config not found for interface {}", ingressName);
+      KORVO_L2_TRACE(8, "Config not found for interface {}", ingressName);
     }
     if (vlanId == 0) {
-      QEL_TRACE(trace(), 8, "Unable to resolve VLAN ID from ingress interface");
+      KORVO_L2_TRACE(8, "Unable to resolve VLAN ID from ingress interface");
       return;
     }
   }
   const RemoteMacEntry* const entry = findRemoteMac(agent->remoteMac(), vlanId, dstMac);
   if (entry == nullptr) {
-    QEL_TRACE(trace(), 8, "Failed to find entry for MAC/VLAN pair");
+    KORVO_L2_TRACE(8, "Failed to find entry for MAC/VLAN pair");
     return;
   }
-  QEL_TRACE(trace(), 8, "Found tunnel ID: {}", entry->tunnelId);
+  KORVO_L2_TRACE(8, "Found tunnel ID: {}", entry->tunnelId);
   Rendering::printToSocket(callback->socket(), std::to_string(entry->tunnelId));
 }
 

@@ -30,11 +30,11 @@ bool CliCallbackWithFormat::AsyncHandler::macHelperCondition(
     const Qel::Ptr<CliCallbackWithFormat>& callback) {
   const Qel::Ptr<const KorvoL2MacAddrSmHelper> helper(callback->macAddrSmHelper());
   if (helper == nullptr) {
-    callback->outcomeIs(notReady("no macAddrSmHelp"));
+    callback->outcomeIs(notReady("no macAddrSmHelp", Qel::TraceSite(fmTypeName)));
     return false;
   }
   if (helper->macTblShadow() == nullptr) {
-    callback->outcomeIs(notReady("no macTblShadow"));
+    callback->outcomeIs(notReady("no macTblShadow", Qel::TraceSite(fmTypeName)));
     return false;
   }
   return true;

@@ -16,8 +16,9 @@ void CliCallback::Handler::action(const Qel::Ptr<CliCallback>& /*callback*/) {
   Qel::mustBeImplementedInDerivedClass(__PRETTY_FUNCTION__);
 }
 
-void CliCallback::Handler::lacks(const Qel::Ptr<CliCallback>& callback, const char* reason) {
-  callback->outcomeIs(notReady(reason));
+void CliCallback::Handler::lacks(const Qel::Ptr<CliCallback>& callback, const Lack& lack) const {
+  const Qel::TraceSite site(typeData().name, lack.file, lack.function, lack.line);
+  callback->outcomeIs(notReady(lack.reason, site));
 }
 
 void CliCallback::Handler::notHandled(const Qel::Ptr<CliCallback>& callback, std::string reason) {

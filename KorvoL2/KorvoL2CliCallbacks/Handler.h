@@ -27,15 +27,27 @@ class CliCallback::Handler : public Qel::Entity {
   virtual void action(const Qel::Ptr<CliCallback>& callback);
 
  protected:
+  /** What a command lacks; knows where it is written. */
+  struct Lack {
+    // Not explicit: handlers write a text.
+    Lack(const char* text,
+         const char* inFile = __builtin_FILE(),  // NOLINT(google-explicit-constructor)
+         const char* inFunction = __builtin_FUNCTION(), int inLine = __builtin_LINE()) noexcept
+        : reason(text), file(inFile), function(inFunction), line(inLine) {}
+    const char* reason;
+    const char* file;
+    const char* function;
+    int line;
+  };
   /** Traces what the command lacks and makes it the command's outcome. */
-  static void lacks(const Qel::Ptr<CliCallback>& callback, const char* reason);
+  void lacks(const Qel::Ptr<CliCallback>& callback, const Lack& lack) const;
   /** No handler knows what the command asks for; `reason` is what there is to say about it. */
   static void notHandled(const Qel::Ptr<CliCallback>& callback, std::string reason = {});
 
   /** Calls `method` on an object of the agent; when the agent has none, says `absent`. */
   template <class Object, class Method, class... Args>
-  static void forward(const Qel::Ptr<CliCallback>& callback, Object* object, const char* absent,
-                      Method method, Args&&... args) {
+  void forward(const Qel::Ptr<CliCallback>& callback, Object* object, const Lack& absent,
+               Method method, Args&&... args) const {
     const Qel::Ptr<Object> held(object);
     if (held == nullptr) return lacks(callback, absent);
     (held.get()->*method)(std::forward<Args>(args)...);

@@ -90,15 +90,15 @@ class HandlerList {
 
 /**
  * Offers the callback's command to a chain whose last row takes everything; gives back what the
- * action gives. `prepare` is that of HandlerList::firstWilling.
+ * action gives. `site` is who got the command; `prepare` is that of HandlerList::firstWilling.
  */
 template <class Base, class Callback, class Prepare>
 auto dispatch(std::span<const ChainRow<Base>> chain, const Qel::Ptr<Callback>& callback,
-              Prepare&& prepare) {
+              const Qel::TraceSite& site, Prepare&& prepare) {
   const HandlerList<Base> handlers(chain);
   Base* const handler = handlers.firstWilling(callback, std::forward<Prepare>(prepare));
   QEL_ASSERT(handler != nullptr);
-  QEL_TRACE(trace(), 5, "Executing handler {}", handler->cmdName());
+  KORVO_L2_TRACE_AT(5, site, "Executing handler {}", handler->cmdName());
   return handler->action(callback);
 }
 

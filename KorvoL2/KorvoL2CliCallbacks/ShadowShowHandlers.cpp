@@ -71,28 +71,28 @@ void CliCallback::ShadowShowH::action(const Qel::Ptr<CliCallback>& callback) {
     callback->outcomeIs({});
     return handler->action(callback);
   }
-  QEL_TRACE(trace(), 8, "Unknown command!");
+  KORVO_L2_TRACE(8, "Unknown command!");
   // A table that is named but cannot be shown has said why.
   if (callback->outcome().kind == Kind::handled) notHandled(callback, namesNoTable());
 }
 
-void CliCallback::ShadowShowH::readOptions(CliCallback& callback, ShadowShow& options) {
+void CliCallback::ShadowShowH::readOptions(CliCallback& callback, ShadowShow& options) const {
   options.raw = callback.findSubArg("RAW") != 0;
-  QEL_TRACE(trace(), 8, "Raw: {}", options.raw);
+  KORVO_L2_TRACE(8, "Raw: {}", options.raw);
   options.allEntries = callback.findSubArg("ALLENTRIES") != 0;
-  QEL_TRACE(trace(), 8, "All: {}", options.allEntries);
+  KORVO_L2_TRACE(8, "All: {}", options.allEntries);
 
   callback.subArgPosIs(callback.findSubArg("VAL"));
   options.entryIdSet = callback.subArgPos() != 0;
   // Without "VAL" back to 0: the record outlives the command, the number must not.
   options.entryId = options.entryIdSet ? numberAfter(callback, callback.subArgPos()) : 0;
   options.entryValue = options.entryId;
-  QEL_TRACE(trace(), 8, "EntryId set: {}, value: {}", options.entryIdSet, options.entryId);
+  KORVO_L2_TRACE(8, "EntryId set: {}, value: {}", options.entryIdSet, options.entryId);
 
   callback.subArgPosIs(callback.findSubArg("CHIP"));
   options.chip = callback.subArgPos() != 0 ? numberAfter(callback, callback.subArgPos())
                                            : std::uint32_t{Tessar::FapId::null};
-  QEL_TRACE(trace(), 8, "Fap: {}", options.chip);
+  KORVO_L2_TRACE(8, "Fap: {}", options.chip);
 }
 
 bool CliCallback::ShadowShowH::ShadowShowHandler::condition(
@@ -105,14 +105,14 @@ bool CliCallback::ShadowShowH::ShadowShowHandler::condition(
 }
 
 void CliCallback::ShadowShowH::ShadowShowHandler::print(const Qel::Ptr<CliCallback>& callback,
-                                                        Printer printer) {
+                                                        Printer printer) const {
   const Qel::Ptr<ShadowShow> parameters = callback->shw();
   forward(callback, callback->agent().l2CmdRingManager(), "no l2CmdRingManager", printer,
           callback->socket(), parameters);
 }
 
 void CliCallback::ShadowShowH::ShadowShowHandler::print(const Qel::Ptr<CliCallback>& callback,
-                                                        Table table, const char* absent) {
+                                                        Table table, const Lack& absent) const {
   const Qel::Ptr<L2CmdRingManager> manager(callback->agent().l2CmdRingManager());
   if (manager == nullptr) return lacks(callback, "no l2CmdRingManager");
   const Qel::Ptr<ShadowShow> parameters = callback->shw();
@@ -146,7 +146,7 @@ bool CliCallback::ShadowShowH::EgrXlateH::condition(const Qel::Ptr<CliCallback>&
 }
 
 void CliCallback::ShadowShowH::EgrXlateH::action(const Qel::Ptr<CliCallback>& callback) {
-  QEL_TRACE(trace(), 8, "fapId : {}", callback->shw()->chip);
+  KORVO_L2_TRACE(8, "fapId : {}", callback->shw()->chip);
   print(callback, &L2CmdRingManager::showEgrVlanXlateEntries);
 }
 

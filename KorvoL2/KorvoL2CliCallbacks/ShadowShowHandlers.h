@@ -34,7 +34,7 @@ class CliCallback::ShadowShowH final : public Handler {
   static std::span<const ChainRow<ShadowShowHandler>> tables();
 
  private:
-  static void readOptions(CliCallback& callback, ShadowShow& options);
+  void readOptions(CliCallback& callback, ShadowShow& options) const;
 };
 
 /**
@@ -56,9 +56,9 @@ class CliCallback::ShadowShowH::ShadowShowHandler : public Handler {
                                              const Qel::Ptr<ShadowShow>& parameters);
   using Table = Qel::Ptr<ShadowTable> (L2CmdRingManager::*)();
 
-  static void print(const Qel::Ptr<CliCallback>& callback, Printer printer);
+  void print(const Qel::Ptr<CliCallback>& callback, Printer printer) const;
   /** Has a table print itself; says `absent` when the manager has no such table. */
-  static void print(const Qel::Ptr<CliCallback>& callback, Table table, const char* absent);
+  void print(const Qel::Ptr<CliCallback>& callback, Table table, const Lack& absent) const;
 };
 
 /** The egress table of virtual forwarding instances. */

@@ -15,7 +15,7 @@ bool CliCallbackWithFormat::VlanDumpHandler::condition(
   if (!AsyncHandler::condition(callback) || !chipSupport(*callback)) return false;
   const std::string_view missing = missingObject(*callback);
   if (missing.empty()) return true;
-  callback->outcomeIs(notReady(missing));
+  callback->outcomeIs(notReady(missing, Qel::TraceSite(typeData().name)));
   return false;
 }
 

@@ -48,7 +48,7 @@ bool CliCallbackWithFormat::VxlanVlanH::condition(
     const Qel::Ptr<CliCallbackWithFormat>& callback) const {
   if (!AsyncHandler::condition(callback)) return false;
   if (vxlanOf(*callback) != nullptr) return true;
-  callback->outcomeIs(notReady("no vxlanL2 Sm"));
+  callback->outcomeIs(notReady("no vxlanL2 Sm", Qel::TraceSite(typeData().name)));
   return false;
 }
 
@@ -63,7 +63,7 @@ bool CliCallbackWithFormat::VxlanVlanSummaryH::condition(
     const Qel::Ptr<CliCallbackWithFormat>& callback) const {
   if (!Handler::condition(callback)) return false;
   if (vxlanOf(*callback) != nullptr) return true;
-  callback->outcomeIs(notReady("no vxlanL2 Sm"));
+  callback->outcomeIs(notReady("no vxlanL2 Sm", Qel::TraceSite(typeData().name)));
   return false;
 }
 
@@ -84,7 +84,7 @@ void CliCallbackWithFormat::VxlanVlanSummaryH::action(
   } catch (...) {
     problem = "unknown exception";
   }
-  QEL_TRACE(trace(), 8, "Exception caught");
+  KORVO_L2_TRACE(8, "Exception caught");
   // What has been printed ends anywhere, and nothing in it says so.
   callback->outcomeIs(
       {.kind = AgentCommand::CommandOutcome::Kind::failed, .reason = std::move(problem)});

@@ -87,7 +87,8 @@ void traceSettingIs(std::string_view setting) {
 }
 
 std::string TraceRecord::text() const {
-  return fmt::format("{} {} {} {}:{} {}", handle, level, unit, function, line, message);
+  return fmt::format("{} {} {} {}{}{}:{} {}", handle, level, site.unit(), site.className(),
+                     site.className().empty() ? "" : "::", site.function(), site.line(), message);
 }
 
 void StderrTraceSink::write(const TraceRecord& record) noexcept {
@@ -134,8 +135,9 @@ bool FileTraceSink::writeLine(std::string line) {
 
 void CapturingTraceSink::write(const TraceRecord& record) noexcept {
   try {
-    lines_.push_back({std::string(record.handle), record.level, std::string(record.unit),
-                      std::string(record.function), record.line, std::string(record.message)});
+    lines_.push_back({std::string(record.handle), record.level, std::string(record.site.unit()),
+                      std::string(record.site.className()), std::string(record.site.function()),
+                      record.site.line(), std::string(record.message)});
   } catch (...) {
   }
 }
@@ -163,14 +165,13 @@ std::shared_ptr<TraceSink> traceSinkIs(std::shared_ptr<TraceSink> sink) {
 
 namespace Detail {
 
-void traceWrite(const TraceHandle& handle, int level, std::string_view unit,
-                std::string_view function, int line, fmt::string_view format,
-                fmt::format_args args) noexcept {
+void traceWrite(const TraceHandle& handle, int level, const TraceSite& site,
+                fmt::string_view format, fmt::format_args args) noexcept {
   try {
     const std::string message = fmt::vformat(format, args);
     Tracing& all = tracing();
     const std::lock_guard lock(all.mutex);
-    all.sink->write({handle.name(), level, unit, function, line, message});
+    all.sink->write({handle.name(), level, site, message});
   } catch (...) {  // a trace line never changes what the traced code does
   }
 }

@@ -3,6 +3,9 @@
 // A trace handle has a name and a numeric level (0 = off; a line of level n is written when the
 // handle's level is n or more). A trace call costs one load and compare while its level is off.
 //   QEL_TRACE(handle, 8, "socket:{}, format:{}", socket, format);
+// A line names its source unit, function, line and class. Code that many share is given the
+// TraceSite of who calls it, and traces with QEL_TRACE_AT:
+//   walk.runSlice(table, Qel::TraceSite(typeData().name));
 //
 // Threading: handles may be read from any thread; sinks are changed before threads start.
 #pragma once
@@ -44,15 +47,40 @@ TraceHandle& traceHandle(std::string_view name);
  */
 void traceSettingIs(std::string_view setting);
 
+/** Where a trace line comes from, as its reader looks for it: by default, who makes the site. */
+class TraceSite {
+ public:
+  /** All texts are kept by pointer. `className` is empty for what stands outside of a class. */
+  explicit constexpr TraceSite(std::string_view className, const char* file = __builtin_FILE(),
+                               const char* function = __builtin_FUNCTION(),
+                               int line = __builtin_LINE()) noexcept
+      : className_(className), file_(file), function_(function), line_(line) {}
+
+  /** Source file without its folder. */
+  constexpr std::string_view unit() const noexcept {
+    const std::string_view path(file_);
+    return path.substr(path.find_last_of('/') + 1);
+  }
+  /** Without its class. */
+  constexpr std::string_view function() const noexcept { return function_; }
+  constexpr int line() const noexcept { return line_; }
+  /** The class of the object, which may be derived from the one that the function is written in. */
+  constexpr std::string_view className() const noexcept { return className_; }
+
+ private:
+  std::string_view className_;
+  const char* file_;
+  const char* function_;
+  int line_;
+};
+
 struct TraceRecord {
   std::string_view handle;
   int level;
-  std::string_view unit;      // source file without its folder
-  std::string_view function;  // qualified by its class: "KorvoL2::CliCallback::handleCommand"
-  int line;
+  TraceSite site;
   std::string_view message;
 
-  /** "handle level unit function:line message", as the text sinks write it. */
+  /** "handle level unit class::function:line message", as the text sinks write it. */
   std::string text() const;
 };
 
@@ -97,6 +125,7 @@ class CapturingTraceSink final : public TraceSink {
     std::string handle;
     int level;
     std::string unit;
+    std::string className;
     std::string function;
     int line;
     std::string message;
@@ -117,42 +146,43 @@ std::shared_ptr<TraceSink> traceSinkIs(std::shared_ptr<TraceSink> sink);
 
 namespace Detail {
 
-constexpr std::string_view baseName(std::string_view path) {
-  return path.substr(path.find_last_of('/') + 1);
-}
-
 /**
- * "A::b" out of what the compilers make of a function's signature, "void A::b(int) const"; `plain`,
- * the function's bare name, for one in an unnamed namespace or a lambda, whose signatures differ.
+ * "A" out of what the compilers make of a function's signature, "void A::b(int) const"; nothing for
+ * a function in an unnamed namespace or a lambda, whose signatures differ. `function` is its bare
+ * name.
  */
-constexpr std::string_view qualifiedName(std::string_view signature, std::string_view plain) {
+constexpr std::string_view className(std::string_view signature, std::string_view function) {
   const std::string_view head = signature.substr(0, signature.find('('));
   const std::string_view name = head.substr(head.find_last_of(" *&") + 1);
-  const bool usable = name.ends_with(plain) && name.find_first_of("<{") == std::string_view::npos;
-  return usable ? name : plain;
+  const bool usable = name.ends_with(function) && name.size() > function.size() + 2 &&
+                      name.find_first_of("<{") == std::string_view::npos;
+  return usable ? name.substr(0, name.size() - function.size() - 2) : std::string_view{};
 }
 
-void traceWrite(const TraceHandle& handle, int level, std::string_view unit,
-                std::string_view function, int line, fmt::string_view format,
-                fmt::format_args args) noexcept;
+void traceWrite(const TraceHandle& handle, int level, const TraceSite& site,
+                fmt::string_view format, fmt::format_args args) noexcept;
 
 template <class... Args>
 [[gnu::cold]] [[gnu::noinline]] void trace(const TraceHandle& handle, int level,
-                                           std::string_view unit, std::string_view function,
-                                           int line, fmt::format_string<const Args&...> format,
+                                           const TraceSite& site,
+                                           fmt::format_string<const Args&...> format,
                                            const Args&... args) noexcept {
-  traceWrite(handle, level, unit, function, line, format, fmt::make_format_args(args...));
+  traceWrite(handle, level, site, format, fmt::make_format_args(args...));
 }
 
 }  // namespace Detail
 
 }  // namespace Qel
 
-#define QEL_TRACE(handle, level, ...)                                                             \
-  do {                                                                                            \
-    if ((handle).enabled(level)) [[unlikely]] {                                                   \
-      ::Qel::Detail::trace((handle), (level), ::Qel::Detail::baseName(__FILE__),                  \
-                           ::Qel::Detail::qualifiedName(__PRETTY_FUNCTION__, __func__), __LINE__, \
-                           __VA_ARGS__);                                                          \
-    }                                                                                             \
+/** Traces for `site`, which is made only if the line is written. */
+#define QEL_TRACE_AT(handle, level, site, ...)                      \
+  do {                                                              \
+    if ((handle).enabled(level)) [[unlikely]] {                     \
+      ::Qel::Detail::trace((handle), (level), (site), __VA_ARGS__); \
+    }                                                               \
   } while (false)
+
+#define QEL_TRACE(handle, level, ...)                                                     \
+  QEL_TRACE_AT(handle, level,                                                             \
+               ::Qel::TraceSite(::Qel::Detail::className(__PRETTY_FUNCTION__, __func__)), \
+               __VA_ARGS__)

@@ -30,11 +30,15 @@ inline Setter setter(const std::string& attribute, std::function<void()> change)
   return {attribute + "Is", attribute, std::move(change)};
 }
 
-/** A header without what its classes keep from others. */
+/** A header without what its classes keep from others and without its macros. */
 inline std::string publicParts(std::istream&& header) {
   std::string parts;
   bool hidden = false;
+  bool inMacro = false;
   for (std::string line; std::getline(header, line);) {
+    const bool isMacro = inMacro || line.starts_with("#define");
+    inMacro = isMacro && line.ends_with("\\");
+    if (isMacro) continue;
     if (line == " protected:" || line == " private:") hidden = true;
     if (line == " public:" || line == "};") hidden = false;
     if (!hidden) parts.append("\n").append(line);

@@ -27,10 +27,11 @@ class NumbersSm final : public AgentCommand::AgentAsyncCommandRequestSm {
     slicePolicyIs({.rowBudget = 1, .silentBudget = 1});
   }
   void handleAsyncCommand(std::uint32_t, std::uint32_t) override {
-    const WalkEnd end = walk_.runSlice(numbers_, *this, [this](const Numbers::Entry& entry) {
-      visited.push_back(entry.key);
-      return outcome_;
-    });
+    const WalkEnd end = walk_.runSlice(numbers_, *this, Qel::TraceSite("Walker"),
+                                       [this](const Numbers::Entry& entry) {
+                                         visited.push_back(entry.key);
+                                         return outcome_;
+                                       });
     if (end != WalkEnd::yielded) executionCompleteFlagIs(true);
   }
 

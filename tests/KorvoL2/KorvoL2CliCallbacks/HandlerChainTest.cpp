@@ -159,11 +159,11 @@ class DispatchTest : public CallbackFixture {
   DispatchTest() { calls().clear(); }
   void offer(const std::string& command) {
     plain->commandIs(command);
-    dispatch<CliCallback::Handler>(
-        kRecordingChain, plain, [this](const CliCallback::Handler& tested) {
-          plain->argIs(
-              plain->command().substr(std::min(tested.cmdName().size(), plain->command().size())));
-        });
+    dispatch<CliCallback::Handler>(kRecordingChain, plain, Qel::TraceSite("DispatchTest"),
+                                   [this](const CliCallback::Handler& tested) {
+                                     plain->argIs(plain->command().substr(std::min(
+                                         tested.cmdName().size(), plain->command().size())));
+                                   });
   }
 };
 
@@ -196,7 +196,8 @@ TEST_F(DispatchTest, WhatAnActionThrowsPassesOn) {
 TEST_F(DispatchTest, AChainInWhichNobodyIsWillingBreaksAnAssumption) {
   plain->commandIs("X");
   constexpr std::array kNobody{chainRow<CliCallback::Handler, RecordingPlainH>("ONE")};
-  EXPECT_THROW(dispatch<CliCallback::Handler>(kNobody, plain, [](const CliCallback::Handler&) {}),
+  EXPECT_THROW(dispatch<CliCallback::Handler>(kNobody, plain, Qel::TraceSite("DispatchTest"),
+                                              [](const CliCallback::Handler&) {}),
                Qel::AssertionException);
 }
 
@@ -207,7 +208,8 @@ TEST_F(DispatchTest, AsynchronousHandlersGiveTheirMachineBack) {
   };
   formatted->commandIs("AB");
   const auto machine = dispatch<CliCallbackWithFormat::AsyncHandler>(
-      kChain, formatted, [](const CliCallbackWithFormat::AsyncHandler&) {});
+      kChain, formatted, Qel::TraceSite("DispatchTest"),
+      [](const CliCallbackWithFormat::AsyncHandler&) {});
   EXPECT_EQ(machine, nullptr);
   EXPECT_THAT(calls(), ElementsAre("condition A \"\"", "action A \"\""));
 }
