@@ -8,6 +8,7 @@
 #include <ostream>
 
 #include "agent/server/ConnectionSlots.h"
+#include "text/Printable.h"
 
 namespace KorvoAgent {
 
@@ -195,7 +196,7 @@ std::optional<int> readAgentOptions(int argc, const char* const* argv, AgentOpti
       ->group(kDiagnostics);
 
   app.failure_message([](const CLI::App*, const CLI::Error& error) {
-    return std::string("korvo-l2-agent: ") + error.what() + "\nSee korvo-l2-agent --help.\n";
+    return "korvo-l2-agent: " + Text::printable(error.what()) + "\nSee korvo-l2-agent --help.\n";
   });
   try {
     app.parse(argc, argv);

@@ -31,6 +31,7 @@
 #include "platform/base/Exceptions.h"
 #include "platform/base/Trace.h"
 #include "platform/types/IntfCalled.h"
+#include "text/Printable.h"
 
 namespace {
 
@@ -188,6 +189,12 @@ void serve(const AgentOptions& options, const AgentCommand::PluginEntry& plugin)
   server.shutDown("the agent ends");
 }
 
+/** Says why the agent ends. */
+void complain(const std::exception& reason) {
+  // Documents and plug-ins come from outside, and a reason may quote them.
+  std::fprintf(stderr, "korvo-l2-agent: %s\n", Text::printable(reason.what()).c_str());
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -213,13 +220,13 @@ int main(int argc, char** argv) {
     serve(options, plugin);
     return kExitOk;
   } catch (const OptionError& e) {
-    std::fprintf(stderr, "korvo-l2-agent: %s\n", e.what());
+    complain(e);
     return kExitUsage;
   } catch (const DocumentError& e) {
-    std::fprintf(stderr, "korvo-l2-agent: %s\n", e.what());
+    complain(e);
     return kExitUsage;
   } catch (const std::exception& e) {
-    std::fprintf(stderr, "korvo-l2-agent: %s\n", e.what());
+    complain(e);
     return kExitFailed;
   }
 }

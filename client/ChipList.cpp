@@ -33,7 +33,7 @@ std::optional<std::uint32_t> findChip(std::string_view wanted, const std::vector
 std::string knownChips(const std::vector<Chip>& chips) {
   std::string list;
   for (const Chip& chip : chips) {
-    list += fmt::format("{}{} ({})", list.empty() ? "" : ", ", chip.id, shown(chip.name));
+    list += fmt::format("{}{} ({})", list.empty() ? "" : ", ", chip.id, chip.name);
   }
   return list.empty() ? "the agent has none" : "the agent has " + list;
 }
@@ -81,7 +81,7 @@ Result<std::string> resolveChip(std::string_view wanted, const std::vector<Chip>
   const std::optional<std::uint32_t> id = findChip(wanted, chips);
   return id ? Result<std::string>(fmt::format("{}", *id))
             : Problem{ExitStatus::kUsage,
-                      fmt::format("there is no chip '{}'; {}", shown(wanted), knownChips(chips))};
+                      fmt::format("there is no chip '{}'; {}", wanted, knownChips(chips))};
 }
 
 Result<std::string> resolveChips(std::string_view wanted, const std::vector<Chip>& chips) {

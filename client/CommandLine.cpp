@@ -20,8 +20,8 @@ namespace {
 
 Problem wrongUsage(std::string_view path, std::string_view text) {
   const CommandRow* row = findCommand(path);
-  return {ExitStatus::kUsage,
-          fmt::format("{}\n{}Try 'korvoctl {}{}--help'.\n", text,
+  return {ExitStatus::kUsage, std::string(text),
+          fmt::format("{}Try 'korvoctl {}{}--help'.\n",
                       row == nullptr ? "" : fmt::format("Usage: korvoctl {}\n", usage(*row)), path,
                       path.empty() ? "" : " ")};
 }
@@ -43,17 +43,17 @@ Problem unknownOption(const ParsedWords& words, std::string_view word) {
   const std::string where = path.empty() ? "" : fmt::format(" for '{}'", path);
   for (const std::string& known : words.optionNames) {
     if (isNear(name, known)) {
-      return wrongUsage(
-          path, fmt::format("unknown option {}{}; did you mean {}?", shown(name), where, known));
+      return wrongUsage(path,
+                        fmt::format("unknown option {}{}; did you mean {}?", name, where, known));
     }
   }
-  return wrongUsage(path, fmt::format("unknown option {}{}", shown(name), where));
+  return wrongUsage(path, fmt::format("unknown option {}{}", name, where));
 }
 
 Problem unexpectedWord(const ParsedWords& words, const std::string& word) {
   const std::string& path = words.path;
   if (findCommand(path) != nullptr && listCommandsBelow(path).empty()) {
-    return wrongUsage(path, fmt::format("unexpected argument '{}' for '{}'", shown(word), path));
+    return wrongUsage(path, fmt::format("unexpected argument '{}' for '{}'", word, path));
   }
   std::vector<std::string_view> typed;
   if (!path.empty()) {
@@ -62,12 +62,13 @@ Problem unexpectedWord(const ParsedWords& words, const std::string& word) {
   std::copy_if(words.extras.begin(), words.extras.end(), std::back_inserter(typed),
                [](const std::string& extra) { return !extra.starts_with("-"); });
   const std::vector<std::string_view> suggestions = suggestCommands(typed, word);
+  const bool isNearNone = suggestions.empty();
   return {ExitStatus::kUsage,
-          fmt::format("unknown command '{}'{}; {}", shown(word),
+          fmt::format("unknown command '{}'{}; {}:", word,
                       path.empty() ? "" : fmt::format(" after '{}'", path),
-                      suggestions.empty() ? "there are:\n" + listCommandsBelow(path)
-                                          : fmt::format("did you mean:\n  korvoctl {}\n",
-                                                        fmt::join(suggestions, "\n  korvoctl ")))};
+                      isNearNone ? "there are" : "did you mean"),
+          isNearNone ? listCommandsBelow(path)
+                     : fmt::format("  korvoctl {}\n", fmt::join(suggestions, "\n  korvoctl "))};
 }
 
 // The options of a row that are one choice, or the one option alone where it is none.
@@ -130,9 +131,9 @@ CommandLine invocationOf(ParsedWords words) {
   if (row == nullptr) {
     return Problem{ExitStatus::kUsage,
                    words.path.empty()
-                       ? fmt::format("give a command; there are:\n{}", listCommandsBelow(""))
-                       : fmt::format("'{}' is not a whole command; there are:\n{}", words.path,
-                                     listCommandsBelow(words.path))};
+                       ? "give a command; there are:"
+                       : fmt::format("'{}' is not a whole command; there are:", words.path),
+                   listCommandsBelow(words.path)};
   }
   if (std::optional<Problem> problem = problemWithOptions(*row, words.arguments)) {
     return *std::move(problem);

@@ -10,7 +10,6 @@
 #include <utility>
 
 #include "client/Completion.h"
-#include "client/Text.h"
 
 namespace KorvoCtl {
 
@@ -82,7 +81,7 @@ std::string problemWithWait(const std::string& text) {
   // Not "less than 0": a NaN is that neither.
   return isNumber && seconds >= 0 && seconds <= kMaxWaitSeconds
              ? std::string()
-             : fmt::format("'{}' is not a number from 0 to {}", shown(text), kMaxWaitSeconds);
+             : fmt::format("'{}' is not a number from 0 to {}", text, kMaxWaitSeconds);
 }
 
 // Rounded up: the shortest wait must not become 0, which stands for ever.

@@ -12,8 +12,6 @@
 #include <cstring>
 #include <utility>
 
-#include "client/Text.h"
-
 namespace KorvoCtl {
 
 namespace {
@@ -32,7 +30,7 @@ Problem noAgent(const std::string& path, int error) {
     reason = "Connection timed out";
   }
   return Problem{ExitStatus::kUnavailable,
-                 fmt::format("no agent answers at {}: {}; {}", shown(path), reason, hint)};
+                 fmt::format("no agent answers at {}: {}; {}", path, reason, hint)};
 }
 
 }  // namespace
@@ -43,7 +41,7 @@ Result<Descriptor> connectToAgent(const std::string& path, std::chrono::millisec
   if (path.empty() || path.size() >= sizeof(address.sun_path)) {
     return Problem{ExitStatus::kUsage,
                    fmt::format("the socket's path must have 1 to {} bytes: '{}'",
-                               sizeof(address.sun_path) - 1, shown(path))};
+                               sizeof(address.sun_path) - 1, path)};
   }
   std::memcpy(address.sun_path, path.data(), path.size());
 

@@ -13,11 +13,14 @@
 #include <variant>
 
 #include "client/Connection.h"
-#include "client/Text.h"
+#include "text/Printable.h"
 
 namespace KorvoCtl {
 
 namespace {
+
+// An agent says what is wrong in a line; what another peer sends may be of any length.
+constexpr std::size_t kLongestReason = 1000;
 
 Outcome outcomeOf(const Problem& problem) {
   return {.status = problem.status, .message = problem.message, .outputClosed = false};
@@ -29,7 +32,8 @@ double secondsOf(std::chrono::milliseconds duration) {
 
 // A message with what the agent said about it, where it said something.
 std::string withReason(std::string text, const std::string& reason) {
-  return reason.empty() ? text : fmt::format("{}: {}", text, shown(reason));
+  return reason.empty() ? text
+                        : fmt::format("{}: {}", text, Text::shortened(reason, kLongestReason));
 }
 
 }  // namespace
@@ -209,28 +213,28 @@ Outcome Exchange::verdict(const Request& request) const {
 Problem Exchange::verdictWithoutDone() const {
   if (foreign_) {
     return {ExitStatus::kFailed,
-            fmt::format("what answers at {} is no agent", shown(options_.socketPath))};
+            fmt::format("what answers at {} is no agent", options_.socketPath)};
   }
   if (complaint_ && !eventSeen_) {
-    return {ExitStatus::kRefused,
-            fmt::format("the agent does not take the request: {}", shown(*complaint_))};
+    return {ExitStatus::kRefused, fmt::format("the agent does not take the request: {}",
+                                              Text::shortened(*complaint_, kLongestReason))};
   }
   if (gaveUp_ && !heard_) {
     return {ExitStatus::kUnavailable,
             fmt::format("the agent at {} has taken the connection but says nothing; gave up after "
                         "{} s (see --timeout)",
-                        shown(options_.socketPath), secondsOf(options_.patience))};
+                        options_.socketPath, secondsOf(options_.patience))};
   }
   if (gaveUp_) {
     return {ExitStatus::kFailed,
             fmt::format("the agent at {} has said nothing for {} s (see --silence); gave up after "
                         "{} bytes, the answer is cut off",
-                        shown(options_.socketPath), secondsOf(options_.silence), received_)};
+                        options_.socketPath, secondsOf(options_.silence), received_)};
   }
   if (!heard_) {
-    return {ExitStatus::kUnavailable,
-            fmt::format("the agent at {} closed the connection without a word",
-                        shown(options_.socketPath))};
+    return {
+        ExitStatus::kUnavailable,
+        fmt::format("the agent at {} closed the connection without a word", options_.socketPath)};
   }
   return {ExitStatus::kFailed,
           withReason(fmt::format("the answer may be cut off after {} bytes: the agent closed the "
@@ -248,14 +252,15 @@ std::optional<Problem> Exchange::verdictOf(const Event& done, const Request& req
     return Problem{ExitStatus::kRefused, withReason("the agent refused the request", done.message)};
   }
   if (status == "no-handler") {
-    return Problem{ExitStatus::kRefused, withReason(fmt::format("the agent has no handler for '{}'",
-                                                                shown(request.command, 60)),
-                                                    done.message)};
+    return Problem{ExitStatus::kRefused,
+                   withReason(fmt::format("the agent has no handler for '{}'",
+                                          Text::shortened(request.command, 60)),
+                              done.message)};
   }
   if (status == "not-ready") {
     return Problem{ExitStatus::kUnavailable, withReason("the agent is not ready", done.message)};
   }
-  std::string text = fmt::format("the request ended with the status '{}'", shown(status));
+  std::string text = fmt::format("the request ended with the status '{}'", status);
   if (status == "error") {
     text = "the command failed";
   } else if (status == "cancelled") {

@@ -23,7 +23,10 @@ enum class ExitStatus : int {
 // program's name and without a newline.
 struct Problem {
   ExitStatus status = ExitStatus::kFailed;
+  // One line, as it came: who writes it to standard error makes it printable.
   std::string message;
+  // The client's own lines below it, each with its line end.
+  std::string help{};
 };
 
 template <class T>

@@ -3,8 +3,6 @@
 #include <fmt/format.h>
 #include <rapidjson/document.h>
 
-#include "client/Text.h"
-
 namespace KorvoCtl {
 
 Result<std::string> resolveInterface(std::string_view wanted, std::string_view json) {
@@ -20,8 +18,7 @@ Result<std::string> resolveInterface(std::string_view wanted, std::string_view j
     return notUnderstood;
   }
   if (list->value.Empty()) {
-    return Problem{ExitStatus::kUsage,
-                   fmt::format("the agent knows no interface '{}'", shown(wanted))};
+    return Problem{ExitStatus::kUsage, fmt::format("the agent knows no interface '{}'", wanted)};
   }
   const auto& first = list->value[0];
   if (!first.IsObject() || !first.HasMember("name") || !first["name"].IsString()) {

@@ -16,6 +16,7 @@
 #include "client/Exchange.h"
 #include "client/Findings.h"
 #include "client/InterfaceName.h"
+#include "text/Printable.h"
 
 namespace KorvoCtl {
 
@@ -24,14 +25,15 @@ namespace {
 // The answer to a question of the client's own: 128 chips with names make a few kilobytes.
 constexpr std::size_t kMaxOwnAnswer = 1024UL * 1024;
 
-void complain(const Surroundings& surroundings, std::string_view message) {
+void complain(const Surroundings& surroundings, std::string_view message,
+              std::string_view help = {}) {
   // Where standard error takes nothing there is nowhere left to say so.
   (void)writeAll(surroundings.errors,
-                 fmt::format("korvoctl: {}{}", message, message.ends_with('\n') ? "" : "\n"));
+                 fmt::format("korvoctl: {}\n{}", Text::printable(message), help));
 }
 
 RunResult fail(const Surroundings& surroundings, const Problem& problem) {
-  complain(surroundings, problem.message);
+  complain(surroundings, problem.message, problem.help);
   return {.status = problem.status, .outputClosed = false};
 }
 

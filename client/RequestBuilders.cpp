@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "client/CommandTable.h"
-#include "client/Text.h"
+#include "text/Printable.h"
 
 namespace KorvoCtl {
 
@@ -51,7 +51,7 @@ std::string warningAbout(const Request& request) {
   return fmt::format(
       "'{}' names no chip, so none was looked at; write the chips' numbers behind it ({}0,1), or "
       "ask with 'korvoctl {}'",
-      shown(request.command, 60), shown(request.command, 60), row->path);
+      Text::shortened(request.command, 60), Text::shortened(request.command, 60), row->path);
 }
 
 Result<Request> keywordRequest(const CommandRow& row, const Arguments& arguments) {
@@ -77,14 +77,14 @@ Result<Request> rawRequest(const CommandRow& /*row*/, const Arguments& arguments
   const std::string& formatText = arguments.words.at(1);
   const std::optional<Entry> entry = entryFromText(entryText);
   if (!entry) {
-    return Problem{ExitStatus::kUsage,
-                   fmt::format("'{}' is no entry of the agent: give plain, sync, async or agent",
-                               shown(entryText))};
+    return Problem{
+        ExitStatus::kUsage,
+        fmt::format("'{}' is no entry of the agent: give plain, sync, async or agent", entryText)};
   }
   const std::optional<Format> format = formatFromText(formatText);
   if (!format) {
     return Problem{ExitStatus::kUsage,
-                   fmt::format("'{}' is no format: give text or json", shown(formatText))};
+                   fmt::format("'{}' is no format: give text or json", formatText)};
   }
   return Request{.entry = *entry,
                  .format = *format,

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "client/CommandTable.h"
+#include "text/NearName.h"
 
 namespace KorvoCtl {
 
@@ -62,24 +63,6 @@ const CommandRow* rowOfKeyword(std::string_view word) {
 
 }  // namespace
 
-std::size_t editDistance(std::string_view a, std::string_view b) {
-  std::vector<std::vector<std::size_t>> cost(a.size() + 1, std::vector<std::size_t>(b.size() + 1));
-  for (std::size_t i = 0; i <= a.size(); ++i) {
-    for (std::size_t j = 0; j <= b.size(); ++j) {
-      if (i == 0 || j == 0) {
-        cost[i][j] = i + j;
-        continue;
-      }
-      const std::size_t replace = cost[i - 1][j - 1] + (a[i - 1] == b[j - 1] ? 0 : 1);
-      cost[i][j] = std::min({cost[i - 1][j] + 1, cost[i][j - 1] + 1, replace});
-      if (i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1]) {
-        cost[i][j] = std::min(cost[i][j], cost[i - 2][j - 2] + 1);
-      }
-    }
-  }
-  return cost[a.size()][b.size()];
-}
-
 bool isNear(std::string_view typed, std::string_view meant) {
   if (typed.size() >= kMinBeginning && meant.starts_with(typed)) {
     return true;
@@ -87,7 +70,7 @@ bool isNear(std::string_view typed, std::string_view meant) {
   // A word much longer than the one that was meant is never near, and needs no table to tell.
   const std::size_t allowed = std::max<std::size_t>(1, meant.size() / 3);
   return typed == meant || (typed.size() > 1 && typed.size() <= meant.size() + allowed &&
-                            editDistance(typed, meant) <= allowed);
+                            Text::editDistance(typed, meant) <= allowed);
 }
 
 std::vector<std::string_view> suggestCommands(std::span<const std::string_view> typed,

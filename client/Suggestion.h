@@ -1,17 +1,12 @@
 // "Did you mean": the commands and options nearest to what was typed.
 #pragma once
 
-#include <cstddef>
 #include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace KorvoCtl {
-
-// The number of single-character changes (insert, remove, replace, swap of neighbours) between two
-// words.
-[[nodiscard]] std::size_t editDistance(std::string_view a, std::string_view b);
 
 // Whether one word may have been meant for the other: a beginning of it of two characters or more,
 // or not more than about a third of its characters off.

@@ -1,6 +1,5 @@
 #include "client/Text.h"
 
-#include <algorithm>
 #include <cstddef>
 
 namespace KorvoCtl {
@@ -15,16 +14,6 @@ std::vector<std::string_view> split(std::string_view text, char separator) {
   }
   pieces.push_back(text);
   return pieces;
-}
-
-std::string shown(std::string_view text, std::size_t limit) {
-  std::string result(text.substr(0, limit));
-  std::replace_if(
-      result.begin(), result.end(), [](char c) { return (c >= 0 && c < ' ') || c == '\x7f'; }, '?');
-  if (text.size() > limit) {
-    result += "...";
-  }
-  return result;
 }
 
 }  // namespace KorvoCtl

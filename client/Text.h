@@ -14,10 +14,6 @@ namespace KorvoCtl {
 // The pieces between the separators, empty ones included: one more than there are separators.
 [[nodiscard]] std::vector<std::string_view> split(std::string_view text, char separator);
 
-// What another process sent, fit to be shown: control characters, which could move the cursor or
-// worse, become '?', and what is longer than `limit` bytes is cut and ends in "...".
-[[nodiscard]] std::string shown(std::string_view text, std::size_t limit = 1000);
-
 // The number that the whole text stands for; absent when it is not one or does not fit.
 template <class Number>
 [[nodiscard]] std::optional<Number> numberFrom(std::string_view text) {

@@ -35,7 +35,7 @@ std::string problemWithNumber(std::string_view text, Number lowest, Number highe
   const std::optional<Number> number = numberFrom<Number>(text);
   return number && *number >= lowest && *number <= highest
              ? std::string()
-             : fmt::format("'{}' is not {} from {} to {}", shown(text), what, lowest, highest);
+             : fmt::format("'{}' is not {} from {} to {}", text, what, lowest, highest);
 }
 
 // The comma ends a value in the commands that carry a name, and a blank or a control character in
@@ -48,7 +48,7 @@ std::string problemWithInterface(std::string_view text) {
   return fits ? std::string()
               : fmt::format(
                     "'{}' is not an interface's name: 1 to {} characters without blanks and commas",
-                    shown(text), kLongestInterface);
+                    text, kLongestInterface);
 }
 
 }  // namespace
@@ -93,7 +93,7 @@ std::string problemWith(ValueKind kind, std::string_view text) {
                  ? std::string()
                  : fmt::format(
                        "'{}' is not a MAC address: write hhhh.hhhh.hhhh or hh:hh:hh:hh:hh:hh",
-                       shown(text));
+                       text);
     case ValueKind::kInterface:
       return problemWithInterface(text);
   }

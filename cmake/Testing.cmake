@@ -13,13 +13,20 @@ include(GoogleTest)
 add_library(korvo_test_headers OBJECT "${CMAKE_CURRENT_LIST_DIR}/TestHeaders.cpp")
 target_link_libraries(korvo_test_headers PRIVATE
   korvo_fmt absl::btree GTest::gmock rapidcheck rapidcheck_gtest)
-target_compile_options(korvo_test_headers PRIVATE -O0 -fPIE -fpch-preprocess)
+target_compile_options(korvo_test_headers PRIVATE -O0 -U_FORTIFY_SOURCE -fPIE)
 set_target_properties(korvo_test_headers PROPERTIES POSITION_INDEPENDENT_CODE OFF)
 target_precompile_headers(korvo_test_headers PRIVATE
   <algorithm> <array> <charconv> <chrono> <fstream> <functional> <map> <memory> <optional> <set> <span>
   <sstream> <stdexcept> <string> <variant> <vector>
   <absl/container/btree_map.h> <fmt/format.h>
   <gmock/gmock.h> <gtest/gtest.h> <rapidcheck.h> <rapidcheck/gtest.h>)
+
+# ccache asks for this option of g++ before it looks at a source with precompiled headers.
+set(precompiledOptions "")
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND NOT CMAKE_DISABLE_PRECOMPILE_HEADERS)
+  set(precompiledOptions -fpch-preprocess)
+endif()
+target_compile_options(korvo_test_headers PRIVATE ${precompiledOptions})
 
 function(korvo_add_test)
   cmake_parse_arguments(PARSE_ARGV 0 arg "SEPARATELY" "NAME;LABEL" "SOURCES;LIBS")
@@ -29,7 +36,7 @@ function(korvo_add_test)
   add_executable(${arg_NAME} ${arg_SOURCES})
   target_link_libraries(${arg_NAME} PRIVATE ${arg_LIBS} GTest::gmock GTest::gmock_main)
   # Most of a test's code runs once; compiling it is what takes time.
-  target_compile_options(${arg_NAME} PRIVATE -O0 -fpch-preprocess)
+  target_compile_options(${arg_NAME} PRIVATE -O0 -U_FORTIFY_SOURCE ${precompiledOptions})
   target_precompile_headers(${arg_NAME} REUSE_FROM korvo_test_headers)
   if(arg_SEPARATELY)
     set_target_properties(${arg_NAME} PROPERTIES UNITY_BUILD OFF)

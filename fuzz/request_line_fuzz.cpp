@@ -5,9 +5,11 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <string_view>
 #include <variant>
 
+#include "agent/server/Events.h"
 #include "agent/server/LineAssembler.h"
 #include "agent/server/RequestLine.h"
 #include "fuzz/Check.h"
@@ -31,11 +33,8 @@ void parse(std::string_view line) {
   const auto parsed = parseRequestLine(line);
   if (const auto* const problem = std::get_if<LineProblem>(&parsed)) {
     check(!problem->text.empty(), "a refused line without a word why");
-    const bool oneLine = std::ranges::none_of(problem->text, [](char c) {
-      const auto byte = static_cast<std::uint8_t>(c);
-      return byte < 0x20 || byte == 0x7f;
-    });
-    check(oneLine, "a complaint that is not one printable line", problem->text);
+    const std::string line = refusalLine(problem->text);
+    check(std::ranges::count(line, '\n') == 1, "a complaint that is not one line", line);
     return;
   }
   // What was understood says the same again.

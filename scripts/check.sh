@@ -83,7 +83,7 @@ headersAlone() {
 # Every class names itself (fmTypeName) over its parent: duplInheritedMember.
 cppcheckSources() {
   local roots=() root
-  for root in platform KorvoL2 agent client; do
+  for root in text platform KorvoL2 agent client; do
     [[ -d $root ]] && roots+=("$root")
   done
   [[ ${#roots[@]} -eq 0 ]] && return
@@ -92,6 +92,12 @@ cppcheckSources() {
     --enable=warning,performance,portability --suppress=missingIncludeSystem \
     --suppress=normalCheckLevelMaxBranches --suppress=duplInheritedMember \
     --cppcheck-build-dir="$buildDir/cppcheck" -j "${KORVO_JOBS:-$(nproc)}" "${roots[@]}"
+}
+
+# Linters look at each source by itself, with the headers that it includes and no others.
+tidied() {
+  cmake --preset lint >"$buildDir/lint.log" 2>&1 || { cat "$buildDir/lint.log" && return 1; }
+  /usr/bin/python3 scripts/tidy.py build/lint
 }
 
 # The command that the README opens with, as it is typed: tests call only what is behind it.
@@ -104,7 +110,7 @@ step 'scripts (bash -n, shellcheck)' scripts
 step 'headers compile alone' headersAlone
 step 'the demo runs (./dev demo)' demonstrated
 "$judge" 'cppcheck' cppcheckSources
-"$judge" 'clang-tidy' /usr/bin/python3 scripts/tidy.py "$buildDir"
+"$judge" 'clang-tidy' tidied
 
 if [[ ${#failed[@]} -gt 0 ]]; then
   printf '\ncheck: failed: %s\n' "$(IFS=';' && printf '%s' "${failed[*]}")"

@@ -22,8 +22,6 @@ def withRoot(_preset):
 
 # Which tests, where, and why they cannot run there.
 ALLOWED = [
-    ("end_to_end.test_security.Hardening.test_copies_of_known_size_are_checked", lambda preset: preset != "release",
-     "only the release build has checked copies"),
     ("agent_server_test.SocketGroupTest.AGroupThatTheFileCannotBeGivenToIsSaidAndNothingIsLeft", withRoot,
      "root may give a file to every group"),
     ("agent_server_test.ServerListenTest.WithoutDescriptorsClientsAreTurnedAwayAndTheLoopRests", sanitized,

@@ -12,6 +12,7 @@ Exit status: 0 all that was looked at passed, 1 findings.
 
 import argparse
 import concurrent.futures
+import functools
 import hashlib
 import json
 import os
@@ -28,24 +29,23 @@ def run(*command):
     return subprocess.run(command, cwd=ROOT, capture_output=True, text=True, check=False)
 
 
-def headersOfTheTree(build):
-    """Object file -> files of the tree that it was compiled from, as ninja remembers them."""
-    depends, target = {}, None
-    for line in run("ninja", "-C", str(build), "-t", "deps").stdout.splitlines():
-        if line.startswith("    "):
-            path = pathlib.Path(os.path.normpath(build / line.strip()))
-            if path.is_relative_to(ROOT) and not path.is_relative_to(ROOT / "build"):
-                depends[target].append(path)
-        elif ": #deps" in line:
-            target = line.split(": #deps")[0]
-            depends[target] = []
-    return depends
+@functools.cache
+def included(path):
+    """The files of the tree that a file includes itself; they are named from the root."""
+    names = re.findall(r'^#include "([^"]+)"', path.read_text(), re.MULTILINE)
+    return [ROOT / name for name in names if (ROOT / name).exists()]
 
 
-def fingerprint(entry, dependencies, settings):
+def fingerprint(entry, settings):
+    seen, open_ = set(), [pathlib.Path(entry["file"])]
+    while open_:
+        path = open_.pop()
+        if path not in seen:
+            seen.add(path)
+            open_ += included(path)
     digest = hashlib.sha256(settings + entry["command"].encode())
-    for path in sorted({pathlib.Path(entry["file"]), *dependencies}):
-        digest.update(path.read_bytes() if path.exists() else b"gone")
+    for path in sorted(seen):
+        digest.update(path.read_bytes())
     return digest.hexdigest()
 
 
@@ -62,7 +62,6 @@ def main():
     settings = run("clang-tidy", "--version").stdout.encode()
     for file in run("git", "ls-files", "*.clang-tidy").stdout.split():
         settings += (ROOT / file).read_bytes()
-    depends = headersOfTheTree(build)
     wanted = {path.resolve() for path in arguments.files}
     changed = {ROOT / line[3:] for line in run("git", "status", "--porcelain", "-uall").stdout.splitlines()}
     remembered = build / "tidy"
@@ -75,10 +74,8 @@ def main():
             continue
         if wanted and source not in wanted:
             continue
-        output = re.search(r" -o (\S+)", entry["command"])
-        files = depends.get(output.group(1) if output else "", [])
         stamp = remembered / (str(source.relative_to(ROOT)).replace("/", "+") + ".ok")
-        key = fingerprint(entry, files, settings)
+        key = fingerprint(entry, settings)
         if stamp.exists() and stamp.read_text() == key:
             continue
         todo.append((source not in changed, str(source), stamp, key))

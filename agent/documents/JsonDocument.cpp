@@ -69,7 +69,7 @@ struct Free {
 };
 
 // The text, followed by the bytes that simdjson may read beyond its end.
-struct Text {
+struct DocumentText {
   std::unique_ptr<char, Free> bytes;
   std::size_t capacity = 0;
   std::size_t size = 0;
@@ -113,12 +113,12 @@ constexpr std::size_t kMostOfAStream = std::size_t{1} << 30;
                   name, kMostOfAStream));
 }
 
-Text readAll(const std::string& path, const std::string& name) {
+DocumentText readAll(const std::string& path, const std::string& name) {
   const InputFile file(path, name);
   const std::optional<std::size_t> fileSize = file.size();
   const std::size_t most = fileSize ? kMostOfAFile : kMostOfAStream;
   if (fileSize.value_or(0) > most) refuseLarge(name, true);
-  Text text;
+  DocumentText text;
   // One byte more than a file's size, so that its end is seen without growing.
   text.capacityIs(std::max<std::size_t>(fileSize.value_or(0) + 1, 1U << 16));
   preferLargePages(text.bytes.get(), text.capacity);
@@ -145,7 +145,7 @@ void refuseForMemory(const std::string& path) {
 }
 
 JsonDocument::JsonDocument(const std::string& path) : name_(documentName(path)) {
-  const Text text = readAll(path, name_);
+  const DocumentText text = readAll(path, name_);
   if (isBlank(text.view())) {
     throw DocumentError(fmt::format(
         "{}: is empty; write a JSON document, or see why the program that should have did not",

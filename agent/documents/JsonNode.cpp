@@ -7,9 +7,8 @@
 #include <limits>
 
 #include "agent/documents/DocumentError.h"
-#include "agent/documents/NearName.h"
-#include "platform/rendering/JsonText.h"
-#include "platform/rendering/PrintableText.h"
+#include "text/NearName.h"
+#include "text/Printable.h"
 
 namespace KorvoAgent {
 
@@ -43,19 +42,10 @@ std::string_view typeName(element_type type) {
 
 }  // namespace
 
-std::string quotedText(std::string_view text) {
-  constexpr std::size_t kShown = 80;
-  std::string shown;
-  Rendering::appendJsonString(shown, text.substr(0, kShown));
-  if (text.size() > kShown) shown += "...";
-  return shown;
-}
-
 void JsonNode::refuse(std::string_view what) const {
   const std::string place = pointer();
-  // What a message quotes comes from the document.
-  throw DocumentError(Rendering::withoutControlBytes(
-      fmt::format("{}: {}: {}", document_->name(), place.empty() ? "at the top" : place, what)));
+  throw DocumentError(
+      fmt::format("{}: {}: {}", document_->name(), place.empty() ? "at the top" : place, what));
 }
 
 std::string JsonNode::pointer() const {
@@ -152,22 +142,24 @@ std::uint32_t JsonNode::number() const {
 
 void JsonNode::refuseWord(std::string_view kind, std::string_view word,
                           std::span<const std::string_view> known) const {
-  refuse(fmt::format("{} is no {}; {}", quotedText(word), kind, nearNameHint(word, known)));
+  refuse(
+      fmt::format("{} is no {}; {}", Text::inQuotes(word), kind, Text::nearNameHint(word, known)));
 }
 
 namespace Detail {
 
 void refuseMember(const JsonNode& object, std::string_view name,
                   std::span<const std::string_view> known) {
-  object.refuse(fmt::format("unknown member {}; {}", quotedText(name), nearNameHint(name, known)));
+  object.refuse(
+      fmt::format("unknown member {}; {}", Text::inQuotes(name), Text::nearNameHint(name, known)));
 }
 
 void refuseSecond(const JsonNode& object, std::string_view name) {
-  object.refuse(fmt::format("member {} is given twice; keep one of them", quotedText(name)));
+  object.refuse(fmt::format("member {} is given twice; keep one of them", Text::inQuotes(name)));
 }
 
 void refuseMissing(const JsonNode& object, std::string_view name) {
-  object.refuse(fmt::format("member {} is missing; add it", quotedText(name)));
+  object.refuse(fmt::format("member {} is missing; add it", Text::inQuotes(name)));
 }
 
 void checkDistinct(const JsonNode& object, std::vector<std::string_view> names) {

@@ -18,9 +18,6 @@
 
 namespace KorvoAgent {
 
-/** A text of the document as messages show it: quoted, escaped, and cut when it is long. */
-std::string quotedText(std::string_view text);
-
 class JsonNode {
  public:
   explicit JsonNode(const JsonDocument& document) : document_(&document), value_(document.root()) {}

@@ -10,6 +10,7 @@
 #include "agent/documents/Sections.h"
 #include "agent/documents/ValueReaders.h"
 #include "agent/model/MacWords.h"
+#include "text/Printable.h"
 
 namespace KorvoAgent {
 
@@ -43,7 +44,7 @@ void readBitmap(const JsonNode& node, MacRow& entry) {
       return;
     }
   }
-  node.refuse(quotedText(text) + " is no bitmap of modules 0 to 63; write it as \"0x3\"");
+  node.refuse(Text::inQuotes(text) + " is no bitmap of modules 0 to 63; write it as \"0x3\"");
 }
 
 void readFlags(const JsonNode& node, MacRow& entry) {

@@ -1,5 +1,7 @@
 #include "agent/documents/ValueReaders.h"
 
+#include "text/Printable.h"
+
 namespace KorvoAgent {
 
 using Bridging::EthAddr;
@@ -36,7 +38,8 @@ EthAddr readMac(const JsonNode& node) {
   const std::string_view text = node.string();
   const auto mac = EthAddr::parse(text);
   if (!mac) {
-    node.refuse(quotedText(text) + " is no MAC address; write hhhh.hhhh.hhhh or hh:hh:hh:hh:hh:hh");
+    node.refuse(Text::inQuotes(text) +
+                " is no MAC address; write hhhh.hhhh.hhhh or hh:hh:hh:hh:hh:hh");
   }
   return *mac;
 }
@@ -45,7 +48,7 @@ IpAddr readIp(const JsonNode& node) {
   const std::string_view text = node.string();
   const auto ip = IpAddr::parse(text);
   if (!ip) {
-    node.refuse(quotedText(text) + " is no IP address; write it as 192.0.2.1 or 2001:db8::1");
+    node.refuse(Text::inQuotes(text) + " is no IP address; write it as 192.0.2.1 or 2001:db8::1");
   }
   return *ip;
 }
@@ -68,7 +71,7 @@ IntfId IntfReader::named(const JsonNode& node, std::string_view name) {
   if (isNew) {
     at->second = node.checked([name] { return IntfId(name); }, "use a shorter name");
     if (known_ != nullptr && !known_->empty() && !name.empty() && !known_->has(at->second)) {
-      node.refuse("interface " + quotedText(name) +
+      node.refuse("interface " + Text::inQuotes(name) +
                   " is not in the section \"interfaces\"; add it there or correct the name");
     }
   }

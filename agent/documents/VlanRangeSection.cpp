@@ -14,6 +14,7 @@
 #include "agent/documents/Sections.h"
 #include "agent/documents/ValueReaders.h"
 #include "agent/model/LogicalPorts.h"
+#include "text/Printable.h"
 
 namespace KorvoAgent {
 
@@ -40,7 +41,7 @@ VlanIdRange readRange(const JsonNode& node) {
   } else {
     whole = false;
   }
-  if (!whole) node.refuse(quotedText(text) + " is no range of VLANs; write it as \"10-20\"");
+  if (!whole) node.refuse(Text::inQuotes(text) + " is no range of VLANs; write it as \"10-20\"");
   return node.checked([first, last] { return VlanIdRange(VlanId(first), VlanId(last)); },
                       "write a range of VLANs as \"10-20\"");
 }

@@ -1,14 +1,12 @@
 #include "agent/model/CellText.h"
 
-#include "platform/rendering/PrintableText.h"
+#include "text/Printable.h"
 
 namespace KorvoAgent {
 
-using Rendering::withoutControlBytes;
-
 std::string intfCellText(Bridging::IntfId id, std::size_t room) {
   if (id.isDefault()) return "-";
-  std::string whole = withoutControlBytes(id.stringValue());
+  std::string whole = Text::printable(id.stringValue());
   if (whole.size() <= room) return whole;
   return id.shortName().size() <= room ? id.shortName() : whole;
 }

@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "platform/base/Exceptions.h"
-#include "platform/rendering/PrintableText.h"
+#include "text/Printable.h"
 
 namespace KorvoAgent {
 
@@ -105,7 +105,7 @@ void SwitchModel::chipIs(Tessar::FapId id, std::string name) {
   const auto namesake = std::ranges::find(chips_, name, &Chip::name);
   if (namesake != chips_.end() && namesake->id != id) {
     throw Qel::RangeException("chip " + namesake->id.stringValue() + " has the name " +
-                              Rendering::quotedText(name) + " already");
+                              Text::inQuotes(name) + " already");
   }
   const auto at = std::ranges::lower_bound(chips_, id, {}, &Chip::id);
   if (at != chips_.end() && at->id == id) {

@@ -7,8 +7,8 @@
 #include <fstream>
 #include <utility>
 
-#include "agent/server/PrintableText.h"
 #include "platform/base/Tracked.h"
+#include "text/Printable.h"
 
 namespace KorvoAgent {
 
@@ -99,7 +99,7 @@ RequestEnd AgentQuestions::answer(std::string_view question, const Peer& peer, R
   constexpr std::string_view kCancel = "cancel ";
   if (question.starts_with(kCancel)) return cancel(question.substr(kCancel.size()), peer, out);
   return refused(
-      fmt::format("unknown question \"{}\"; the agent knows {}", printable(question), kQuestions));
+      fmt::format("unknown question {}; the agent knows {}", Text::inQuotes(question), kQuestions));
 }
 
 void AgentQuestions::status(RendererV2& out) {
@@ -177,7 +177,7 @@ void AgentQuestions::requests(RendererV2& out) {
     out.addAttribute(" %12d", "rows", figures.rows);
     out.addAttribute(" %14d", "bytes", figures.bytes);
     out.addAttribute(" %10d", "elapsedMs", milliseconds(figures.elapsed));
-    out.addAttribute(" %s\n", "command", std::string_view(printable(job.request().command)));
+    out.addAttribute(" %s\n", "command", Text::shortened(job.request().command, kShownOfCommand));
     out.closeObject();
   }
   out.closeList();
@@ -195,9 +195,8 @@ RequestEnd AgentQuestions::cancel(std::string_view argument, const Peer& peer, R
   const auto [end, error] = std::from_chars(argument.data(), argument.data() + argument.size(), id);
   if (error != std::errc{} || end != argument.data() + argument.size()) {
     return refused(
-        fmt::format("\"{}\" is no request number; write \"cancel N\" with a number "
-                    "that \"requests\" shows",
-                    printable(argument)));
+        Text::inQuotes(argument) +
+        " is no request number; write \"cancel N\" with a number that \"requests\" shows");
   }
   const auto job = scheduler_.jobs().find(id);
   if (job == scheduler_.jobs().end()) return refused(fmt::format("there is no request {}", id));

@@ -7,9 +7,9 @@
 #include <utility>
 
 #include "agent/server/HardwareCommands.h"
-#include "agent/server/PrintableText.h"
 #include "agent/server/SyncCall.h"
 #include "platform/command/CommandArgument.h"
+#include "text/Printable.h"
 
 namespace KorvoAgent {
 
@@ -23,8 +23,8 @@ RequestEnd endOf(const CommandOutcome& outcome, const RequestLine& request) {
       return {RequestStatus::ok, {}};
     case CommandOutcome::Kind::noHandler:
       return {RequestStatus::noHandler,
-              fmt::format("no {} handler takes \"{}\"{}{}", entryName(request.entry),
-                          printable(request.command), outcome.reason.empty() ? "" : ": ",
+              fmt::format("no {} handler takes {}{}{}", entryName(request.entry),
+                          Text::inQuotes(request.command), outcome.reason.empty() ? "" : ": ",
                           outcome.reason)};
     case CommandOutcome::Kind::notReady:
       return {RequestStatus::notReady, outcome.reason};

@@ -1,12 +1,11 @@
 #include "agent/server/CommandServer.h"
 
-#include <fmt/format.h>
-
 #include <algorithm>
 #include <string_view>
 #include <utility>
 #include <variant>
 
+#include "agent/server/Events.h"
 #include "agent/server/SocketEnd.h"
 
 namespace KorvoAgent {
@@ -67,7 +66,7 @@ bool CommandServer::connectionIs(FileDescriptor connection, Peer peer) {
   const std::string* const refusal = std::get_if<std::string>(&place);
   // Connections without a place are those of clients that are being told so.
   if (refusal != nullptr && connections_.size() - slots_.numTaken() >= kTurnedAwayPolitely) {
-    sayToClient(connection.get(), fmt::format("refused: {}\n", *refusal));
+    sayToClient(connection.get(), refusalLine(*refusal));
     endInput(connection.get());
     return false;
   }

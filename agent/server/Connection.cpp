@@ -10,7 +10,6 @@
 #include "agent/server/AgentTrace.h"
 #include "agent/server/ChangingCommands.h"
 #include "agent/server/Events.h"
-#include "agent/server/PrintableText.h"
 #include "agent/server/SocketEnd.h"
 
 namespace KorvoAgent {
@@ -65,7 +64,7 @@ void Connection::serve() noexcept {
 void Connection::turnAway(std::string_view reason) noexcept {
   guard([this, reason] {
     lingers_ = true;
-    say(fmt::format("refused: {}\n", reason));
+    say(refusalLine(reason));
     finish();
   });
 }
@@ -176,7 +175,7 @@ void Connection::refuse(std::string message) {
   if (reader_.numDescriptors() != 0 || reader_.descriptorLost()) {
     say(doneEvent({RequestStatus::refused, std::move(message)}, {}));
   } else {
-    say(fmt::format("refused: {}\n", message));
+    say(refusalLine(message));
   }
   finish();
 }
@@ -187,7 +186,8 @@ void Connection::work(const RequestLine& request) {
   watchHangups();
   job_ = host_.scheduler().begin(request, peer_.user, *this);
   QEL_TRACE(agentTrace(), 5, "request {} of user {}: {} {} {}", job_, peer_.user,
-            entryName(request.entry), formatName(request.format), printable(request.command));
+            entryName(request.entry), formatName(request.format),
+            Text::shortened(request.command, kShownOfCommand));
   if (hasEvents()) say(acceptedEvent(job_));
   switch (request.entry) {
     case Entry::plain:
@@ -288,7 +288,7 @@ void Connection::jobEnded(const RequestEnd& end, const RequestFigures& figures) 
       answer_->close();
       say(doneEvent(end, figures));
     } else if (end.status == RequestStatus::refused) {
-      say(fmt::format("refused: {}\n", end.message));
+      say(refusalLine(end.message));
     }
     finish();
   } catch (const std::exception& e) {

@@ -2,7 +2,8 @@
 
 #include <fmt/format.h>
 
-#include "platform/rendering/JsonText.h"
+#include "text/JsonString.h"
+#include "text/Printable.h"
 
 namespace KorvoAgent {
 
@@ -28,12 +29,16 @@ std::string progressEvent(const RequestFigures& figures) {
 
 std::string doneEvent(const RequestEnd& end, const RequestFigures& figures) {
   std::string message;
-  Rendering::appendJsonString(message, std::string_view(end.message).substr(0, kMaxMessage));
+  Text::appendJsonString(message, Text::shortened(end.message, kMaxMessage));
   return fmt::format(
       "{{\"event\":\"done\",\"status\":\"{}\",\"message\":{},\"rows\":{},\"bytes\":{},"
       "\"slices\":{},\"worstSliceMs\":{:.3f},\"elapsedMs\":{:.3f}}}\n",
       statusName(end.status), message, figures.rows, figures.bytes, figures.slices,
       milliseconds(figures.worstSlice), milliseconds(figures.elapsed));
+}
+
+std::string refusalLine(std::string_view message) {
+  return fmt::format("refused: {}\n", Text::printable(message));
 }
 
 }  // namespace KorvoAgent

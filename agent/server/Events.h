@@ -28,5 +28,7 @@ std::string progressEvent(const RequestFigures& figures);
  * is cut when it is very long.
  */
 std::string doneEvent(const RequestEnd& end, const RequestFigures& figures);
+/** "refused: MESSAGE" on a line, for a client that asked for no events. */
+std::string refusalLine(std::string_view message);
 
 }  // namespace KorvoAgent

@@ -6,11 +6,15 @@
 #include <array>
 #include <optional>
 
-#include "agent/server/PrintableText.h"
+#include "text/Printable.h"
 
 namespace KorvoAgent {
 
 namespace {
+
+// At its first use the library finds out what the processor can do, for which it takes memory and
+// ends the process if it gets none. So it is used once while the program starts.
+[[maybe_unused]] const bool kLibraryUsed = simdjson::validate_utf8("", 0);
 
 constexpr std::string_view kAccepted =
     "a request is one line \"ENTRY FORMAT COMMAND\" with ENTRY plain, sync, async or agent and "
@@ -60,13 +64,13 @@ std::variant<RequestLine, LineProblem> parseRequestLine(std::string_view line) {
   const std::optional<std::string_view> entryWord = cutWord(rest);
   const std::optional<Entry> entry = entryOf(entryWord.value_or(rest));
   if (!entry) {
-    return problem(fmt::format("unknown entry \"{}\"", printable(entryWord.value_or(rest))));
+    return problem("unknown entry " + Text::inQuotes(entryWord.value_or(rest)));
   }
   if (!entryWord) return problem("the format and the command are missing");
   const std::optional<std::string_view> formatWord = cutWord(rest);
   const std::optional<Rendering::OutputFormat> format = formatOf(formatWord.value_or(rest));
   if (!format) {
-    return problem(fmt::format("unknown format \"{}\"", printable(formatWord.value_or(rest))));
+    return problem("unknown format " + Text::inQuotes(formatWord.value_or(rest)));
   }
   if (!formatWord) return problem("the command is missing");
   return RequestLine{*entry, *format, std::string(rest)};

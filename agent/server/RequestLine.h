@@ -16,6 +16,8 @@ namespace KorvoAgent {
 
 /** The longest line that is read, its newline included, in bytes. */
 inline constexpr std::size_t kMaxRequestLine = std::size_t{64} * 1024;
+/** How much of a command traces and lists of requests show, in bytes. */
+inline constexpr std::size_t kShownOfCommand = 64;
 
 enum class Entry : std::uint8_t {
   plain,  ///< the plain-text callback

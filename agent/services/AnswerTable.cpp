@@ -4,6 +4,7 @@
 
 #include "platform/base/Exceptions.h"
 #include "platform/rendering/TableRenderer.h"
+#include "text/Printable.h"
 
 namespace KorvoAgent {
 
@@ -33,7 +34,8 @@ Answer::Answer(std::uint32_t socket)
 
 void Answer::line(std::string_view text) {
   Rendering::PrintBuffer& buffer = renderer_->buffer();
-  buffer.append(text);
+  std::string room;
+  buffer.append(Text::printable(text, room));
   buffer.append('\n');
 }
 
@@ -48,7 +50,9 @@ void Answer::fact(std::string_view name, std::uint64_t value) {
 }
 
 void AnswerTable::add(std::string_view text) {
-  text_.append(text.empty() ? kNothing : text);
+  // Before the widths are told: what is shown by its number is longer.
+  std::string room;
+  text_.append(text.empty() ? kNothing : Text::printable(text, room));
   ends_.push_back(text_.size());
 }
 

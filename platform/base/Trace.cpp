@@ -10,6 +10,7 @@
 #include <map>
 
 #include "platform/base/Exceptions.h"
+#include "text/Printable.h"
 
 namespace Qel {
 
@@ -88,7 +89,8 @@ void traceSettingIs(std::string_view setting) {
 
 std::string TraceRecord::text() const {
   return fmt::format("{} {} {} {}{}{}:{} {}", handle, level, site.unit(), site.className(),
-                     site.className().empty() ? "" : "::", site.function(), site.line(), message);
+                     site.className().empty() ? "" : "::", site.function(), site.line(),
+                     Text::printable(message));
 }
 
 void StderrTraceSink::write(const TraceRecord& record) noexcept {

@@ -80,7 +80,10 @@ struct TraceRecord {
   TraceSite site;
   std::string_view message;
 
-  /** "handle level unit class::function:line message", as the text sinks write it. */
+  /**
+   * "handle level unit class::function:line message", as the text sinks write it: one line, and
+   * printable whatever the message quotes.
+   */
   std::string text() const;
 };
 

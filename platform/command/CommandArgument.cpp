@@ -1,11 +1,11 @@
 #include "platform/command/CommandArgument.h"
 
-#include "platform/rendering/PrintableText.h"
+#include "text/Printable.h"
 
 namespace AgentCommand {
 
 ArgumentNote::ArgumentNote(std::string_view name, std::string_view text)
-    : argument_(std::string(name) + " " + Rendering::quotedText(text)) {}
+    : argument_(std::string(name) + " " + Text::inQuotes(text)) {}
 
 ArgumentNote::~ArgumentNote() = default;
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/rendering/PrintableText.h"
+#include "text/Printable.h"
 
 namespace KorvoL2 {
 
@@ -77,11 +77,11 @@ void printText(RendererV2& renderer, IntfId intf, const IntfId* lag, std::uint16
       FoldedText::kFold.size() + std::string_view("4094-4094,").size();
 
   FoldedText text(renderer.buffer(), kHeadRoom + ranges.size() * kRangeRoom);
-  text << Rendering::printableText(intf.stringValue(), room) << ":";
+  text << Text::printable(intf.stringValue(), room) << ":";
   text.begin(kPort.size() + numDigits(logicalPort) + 1);
   text << kPort << std::size_t{logicalPort} << ",";
   if (lag != nullptr) {
-    const std::string_view name = Rendering::printableText(lag->stringValue(), room);
+    const std::string_view name = Text::printable(lag->stringValue(), room);
     text.begin(kMember.size() + name.size() + 1);
     text << kMember << name << ",";
   }

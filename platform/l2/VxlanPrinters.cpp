@@ -6,8 +6,8 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/rendering/PrintableText.h"
 #include "platform/types/VlanId.h"
+#include "text/Printable.h"
 
 namespace KorvoL2 {
 
@@ -106,7 +106,7 @@ void printVirtualPortUtil(RendererV2& renderer, Bridging::IntfId intf, VirtualPo
   const bool json = renderer.isJson();
   std::string room;
   const std::string_view name =
-      json ? intf.jsonString() : Rendering::printableText(intf.stringValue(), room);
+      json ? intf.jsonString() : Text::printable(intf.stringValue(), room);
   const std::string_view before = !json ? "      " : renderer.separatorDue() ? "," : "";
   const std::string_view between = json ? ":" : ": SVP ";
   Rendering::PrintBuffer& buffer = renderer.buffer();

@@ -3,7 +3,7 @@
 #include <fmt/args.h>
 #include <fmt/printf.h>
 
-#include "platform/rendering/PrintableText.h"
+#include "text/Printable.h"
 
 namespace Rendering {
 
@@ -22,10 +22,10 @@ std::string formatPrintf(std::string_view format, std::initializer_list<PrintfAr
         store.push_back(static_cast<char>(argument.number()));
         break;
       case PrintfArg::Kind::text:
-        if (hasControlBytes(argument.text())) {
-          store.push_back(withoutControlBytes(argument.text()));
-        } else {
+        if (Text::isPrintable(argument.text())) {
           store.push_back(argument.text());
+        } else {
+          store.push_back(Text::printable(argument.text()));
         }
         break;
     }

@@ -45,7 +45,7 @@ class PrintfArg {
 
 /**
  * Formats as printf does: %s %d %u %x %c %% with flags, width and precision. Numbers of any width
- * go with %d, %u and %x; no length modifiers. Control characters of texts show as \xNN. Throws
+ * go with %d, %u and %x; no length modifiers. Texts are shown as Text::printable() does. Throws
  * fmt::format_error on a format that does not fit.
  */
 std::string formatPrintf(std::string_view format, std::initializer_list<PrintfArg> arguments);

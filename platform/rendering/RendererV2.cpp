@@ -3,7 +3,7 @@
 #include <charconv>
 #include <string>
 
-#include "platform/rendering/JsonText.h"
+#include "text/JsonString.h"
 
 namespace Rendering {
 
@@ -14,7 +14,7 @@ void RendererV2::appendText(std::string_view format, std::initializer_list<Print
 void RendererV2::key(std::string_view text) {
   separator();
   std::string quoted;
-  appendJsonString(quoted, text);
+  Text::appendJsonString(quoted, text);
   quoted += ':';
   buffer().append(quoted);
 }
@@ -36,7 +36,7 @@ void RendererV2::member(std::string_view keyText, std::string_view value) {
   if (!isJson()) return;
   key(keyText);
   std::string quoted;
-  appendJsonString(quoted, value);
+  Text::appendJsonString(quoted, value);
   buffer().append(quoted);
 }
 
@@ -50,7 +50,7 @@ void RendererV2::element(std::string_view value) {
   if (!isJson()) return;
   separator();
   std::string quoted;
-  appendJsonString(quoted, value);
+  Text::appendJsonString(quoted, value);
   buffer().append(quoted);
 }
 

@@ -6,14 +6,14 @@
 #include <utility>
 
 #include "platform/base/Exceptions.h"
-#include "platform/rendering/Utf8.h"
+#include "text/Printable.h"
+#include "text/Utf8.h"
 
 namespace Rendering {
 
 namespace {
 
 constexpr char kCutMark = '~';
-constexpr char kUnprintable = '?';
 
 char* fill(char* out, char c, std::size_t count) noexcept {
   std::memset(out, c, count);
@@ -44,17 +44,6 @@ bool copyPlain(char* out, std::string_view text) noexcept {
   return plain;
 }
 
-// The character at the start of `text`, not empty, as it is shown; it is `used` bytes of `text`.
-std::string_view shown(std::string_view text, std::size_t& used) noexcept {
-  constexpr std::string_view kUnprintableText(&kUnprintable, 1);
-  const std::size_t length = utf8SequenceLength(text);
-  used = std::max<std::size_t>(length, 1);
-  const auto lead = static_cast<std::uint8_t>(text[0]);
-  const bool control = lead < 0x20 || lead == 0x7f ||
-                       (length == 2 && lead == 0xC2 && static_cast<std::uint8_t>(text[1]) < 0xA0);
-  return length == 0 || control ? kUnprintableText : text.substr(0, length);
-}
-
 // What of a cell stands on one line.
 struct Piece {
   std::size_t bytes = 0;       // of the cell's text
@@ -73,9 +62,7 @@ Piece nextPiece(std::string_view text, std::size_t width, bool wrap) noexcept {
     if (c == ' ' && sawContent) beforeBlank = piece;
     sawContent |= c != ' ';
     beforeLast = piece;
-    std::size_t used = 0;
-    shown(text.substr(piece.bytes), used);
-    piece.bytes += used;
+    piece.bytes += Text::utf8SequenceLength(text.substr(piece.bytes));
     ++piece.codePoints;
   }
   if (piece.bytes == text.size()) {
@@ -96,17 +83,6 @@ Piece nextPiece(std::string_view text, std::size_t width, bool wrap) noexcept {
     --piece.codePoints;
   }
   return piece;
-}
-
-char* writeShown(char* out, std::string_view text) noexcept {
-  while (!text.empty()) {
-    std::size_t used = 0;
-    const std::string_view character = shown(text, used);
-    std::memcpy(out, character.data(), character.size());
-    out += character.size();
-    text.remove_prefix(used);
-  }
-  return out;
 }
 
 }  // namespace
@@ -132,6 +108,7 @@ TableRenderer::TableRenderer(RendererV2& renderer, const std::vector<ColumnForma
   lineEnd_ += '\n';
   maxLineBytes_ = bytes + lineEnd_.size();
   remaining_.resize(columns_.size());
+  rooms_.resize(columns_.size());
 }
 
 void TableRenderer::addHeading(Cells heads) {
@@ -169,8 +146,9 @@ bool TableRenderer::addPlainLine(Cells cells) {
 
 void TableRenderer::addWrappedLines(Cells cells) {
   PrintBuffer& buffer = renderer_->buffer();
+  // What is not printable is replaced first, so that what replaces it counts in the widths.
   for (std::size_t i = 0; i < columns_.size(); ++i) {
-    remaining_[i] = i < cells.size() ? cells[i] : std::string_view();
+    remaining_[i] = i < cells.size() ? Text::printable(cells[i], rooms_[i]) : std::string_view();
   }
   bool firstLine = true;
   bool more = true;
@@ -188,7 +166,7 @@ void TableRenderer::addWrappedLines(Cells cells) {
       const std::size_t inFront = blanksInFront(format.alignment(), width, used);
       out = writeLead(out, columns_[i]);
       out = fill(out, ' ', indent + inFront);
-      out = writeShown(out, text.substr(0, piece.bytes));
+      out += text.copy(out, piece.bytes);
       if (piece.cut) *out++ = kCutMark;
       out = fill(out, ' ', width - inFront - used);
       text.remove_prefix(piece.consumed);

@@ -71,6 +71,7 @@ class TableRenderer {
   std::string lineEnd_;
   std::size_t maxLineBytes_;                 // of a line of which every code point takes four bytes
   std::vector<std::string_view> remaining_;  // of each cell, while a row is wrapped
+  std::vector<std::string> rooms_;           // for what is shown instead of a cell
   bool headingRule_;
   bool borders_;
 };

@@ -1,7 +1,7 @@
 #include "platform/types/EthAddr.h"
 
 #include "platform/base/Exceptions.h"
-#include "platform/rendering/PrintableText.h"
+#include "text/Printable.h"
 
 namespace Bridging {
 
@@ -19,7 +19,7 @@ int nibble(char c) noexcept {
 EthAddr::EthAddr(std::string_view text) {
   const auto parsed = parse(text);
   if (!parsed) {
-    throw Qel::ParseException(Rendering::quotedText(text) +
+    throw Qel::ParseException(Text::inQuotes(text) +
                               " is no MAC address: write hhhh.hhhh.hhhh or hh:hh:hh:hh:hh:hh");
   }
   *this = *parsed;

@@ -7,9 +7,9 @@
 #include <utility>
 
 #include "platform/base/Exceptions.h"
-#include "platform/rendering/JsonText.h"
-#include "platform/rendering/PrintableText.h"
 #include "platform/types/IntfCalled.h"
+#include "text/JsonString.h"
+#include "text/Printable.h"
 
 namespace Bridging {
 
@@ -87,9 +87,8 @@ class IntfId::Names {
     if (name.empty()) return &kNone;
     if (const auto it = names_.find(name); it != names_.end()) return it->second.get();
     if (name.size() <= kMaxNameLength) return nullptr;
-    throw Qel::RangeException("interface name \"" +
-                              Rendering::withoutControlBytes(name.substr(0, kMaxNameLength)) +
-                              "...\" is longer than " + std::to_string(kMaxNameLength) + " bytes");
+    throw Qel::RangeException("interface name " + Text::inQuotes(name, kMaxNameLength) +
+                              " is longer than " + std::to_string(kMaxNameLength) + " bytes");
   }
 
   const Name* enter(std::string_view name) {
@@ -100,9 +99,9 @@ class IntfId::Names {
     auto entry = std::make_unique<Name>();
     entry->order = orderOf(name);
     entry->full = name;
-    entry->brief = Rendering::withoutControlBytes(briefOf(name));
+    entry->brief = Text::printable(briefOf(name));
     entry->json.clear();
-    Rendering::appendJsonString(entry->json, name);
+    Text::appendJsonString(entry->json, name);
     const std::string_view key = entry->full;
     return names_.emplace(key, std::move(entry)).first->second.get();
   }

@@ -3,14 +3,14 @@
 #include <arpa/inet.h>
 
 #include "platform/base/Exceptions.h"
-#include "platform/rendering/PrintableText.h"
+#include "text/Printable.h"
 
 namespace Bridging {
 
 IpAddr::IpAddr(std::string_view text) {
   const auto parsed = parse(text);
   if (!parsed) {
-    throw Qel::ParseException(Rendering::quotedText(text) +
+    throw Qel::ParseException(Text::inQuotes(text) +
                               " is no IP address: write d.d.d.d or h:h:h:h:h:h:h:h, with :: for "
                               "a run of zeros");
   }

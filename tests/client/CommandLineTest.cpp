@@ -51,7 +51,7 @@ std::string problemIn(const std::string& line) {
     return "no problem";
   }
   EXPECT_EQ(problem->status, ExitStatus::kUsage);
-  return problem->message;
+  return problem->message + "\n" + problem->help;
 }
 
 std::string answerTo(const std::string& line) {

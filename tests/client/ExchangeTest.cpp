@@ -168,7 +168,7 @@ TEST_F(ExchangeTest, LineThatIsNoEventIsTheRefusalOfTheRequest) {
     peer.waitUntilClientIsGone();
   }));
   EXPECT_EQ(outcome.status, ExitStatus::kRefused);
-  EXPECT_EQ(outcome.message, "the agent does not take the request: no entry 'async' here?[2J");
+  EXPECT_EQ(outcome.message, "the agent does not take the request: no entry 'async' here\x1b[2J");
 }
 
 TEST_F(ExchangeTest, RefusalNeedsNoNewlineWhenTheConnectionEnds) {

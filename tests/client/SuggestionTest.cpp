@@ -15,16 +15,6 @@ std::vector<std::string_view> suggest(const std::vector<std::string_view>& typed
   return suggestCommands(typed, unknown);
 }
 
-TEST(SuggestionTest, DistanceCountsChangesOfSingleCharacters) {
-  EXPECT_EQ(editDistance("show", "show"), 0U);
-  EXPECT_EQ(editDistance("shwo", "show"), 1U);  // swapped
-  EXPECT_EQ(editDistance("sow", "show"), 1U);
-  EXPECT_EQ(editDistance("shhow", "show"), 1U);
-  EXPECT_EQ(editDistance("slow", "show"), 1U);
-  EXPECT_EQ(editDistance("", "show"), 4U);
-  EXPECT_EQ(editDistance("agent", "check"), 4U);
-}
-
 TEST(SuggestionTest, WordIsNearWhenAbbreviatedOrMisspeltButNotWhenItIsAnother) {
   EXPECT_TRUE(isNear("sh", "show"));
   EXPECT_TRUE(isNear("adress-table", "address-table"));

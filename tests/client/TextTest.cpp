@@ -14,16 +14,6 @@ TEST(TextTest, SplitKeepsEmptyPieces) {
   EXPECT_THAT(split("", ','), ElementsAre(""));
 }
 
-TEST(TextTest, ShownTextCannotMoveTheCursor) {
-  EXPECT_EQ(shown("a\x1b[2Jb\r\n\tc\x7f"), "a?[2Jb???c?");
-  EXPECT_EQ(shown("gr\xc3\xbc\xc3\x9f"), "gr\xc3\xbc\xc3\x9f");
-}
-
-TEST(TextTest, LongTextIsCutWhenShown) {
-  EXPECT_EQ(shown("abcdef", 6), "abcdef");
-  EXPECT_EQ(shown("abcdef", 5), "abcde...");
-}
-
 TEST(TextTest, NumberIsReadOnlyFromAWholeTextThatFits) {
   EXPECT_EQ(numberFrom<std::uint32_t>("127"), 127U);
   EXPECT_EQ(numberFrom<std::uint32_t>("1x"), std::nullopt);

@@ -52,9 +52,5 @@ TEST(ValueTest, InterfaceNamesHoldNothingThatEndsThem) {
   }
 }
 
-TEST(ValueTest, ComplaintsShowNoControlCharacters) {
-  EXPECT_THAT(problemWith(ValueKind::kMac, "\x1b[2J"), HasSubstr("'?[2J'"));
-}
-
 }  // namespace
 }  // namespace KorvoCtl

@@ -6,11 +6,8 @@ import json
 import large_state
 from korvo import *
 
-# What nothing cuts takes seconds. Some room is for a machine that does other things meanwhile, and a
-# sanitizer's build takes many times as long, for each row and for those that are shown.
-kSliceMs = 1000 if kSanitized else 200
+# A sanitizer's build takes many times as long, for each row and for those that are shown.
 kShare = 5 if kSanitized else 1
-kAttempts = 5
 kRows = 100_000 // kShare
 kMaxRows = 10_000
 kChips = 128
@@ -49,79 +46,72 @@ class PlainScale(TestCase):
     def agentOf(self, document, *options):
         return Agent("--state", self.write("state.json", document), *options)
 
-    def assertQuick(self, agent, command):
-        """Runs a command and gives back the lines of its answer. One that the machine interrupts is
-        long by chance: it is not in every attempt, and one that takes the agent too long is."""
-        took = []
-        for _ in range(kAttempts):
-            answer, told = agent.askWithDescriptor(f"plain text {command}\n")
-            done = told[-1]
-            self.assertEqual(done["status"], "ok", done["message"])
-            took.append(done["worstSliceMs"])
-            if took[-1] < kSliceMs:
-                return answer.decode().splitlines()
-        self.fail(f"{command!r} took {took} ms")
+    def ask(self, agent, command):
+        """Runs a command and gives back the lines of its answer."""
+        answer, told = agent.askWithDescriptor(f"plain text {command}\n")
+        self.assertEqual(told[-1]["status"], "ok", told[-1]["message"])
+        return answer.decode().splitlines()
 
     def assertCut(self, lines, rows, hint):
         self.assertEqual(lines[-2], f"... {rows - min(rows, kMaxRows)} more; {hint}")
         self.assertEqual(int(lines[-1].split()[0]), rows)
-        self.assertGreater(len(lines), min(rows, kMaxRows))
+        self.assertIn(len(lines) - min(rows, kMaxRows), range(1, 20))  # heads and totals
 
     def test_multicast_groups_that_every_chip_holds_otherwise(self):
         with self.agentOf(multicast()) as agent:
-            lines = self.assertQuick(agent, "HW_MCAST_ALL")
+            lines = self.ask(agent, "HW_MCAST_ALL")
             self.assertIn("; select one with HW_MCAST_MCIDX+INDEX", lines[-2])
             self.assertIn("; select one with HW_MCAST_MCIDX+INDEX",
-                          self.assertQuick(agent, "HW_MCAST_DIFF")[-2])
-            self.assertEqual(self.assertQuick(agent, "MCAST_ALL")[-1], f"{kGroups} groups")
-            one = self.assertQuick(agent, f"HW_MCAST_MCIDX+{kGroups - 1}")
+                          self.ask(agent, "HW_MCAST_DIFF")[-2])
+            self.assertEqual(self.ask(agent, "MCAST_ALL")[-1], f"{kGroups} groups")
+            one = self.ask(agent, f"HW_MCAST_MCIDX+{kGroups - 1}")
             # One row for each chip that is alone with what it holds, and one for the others.
             self.assertEqual(one[-1], "17 entries")
 
     def test_shadows_of_large_tables(self):
         with self.agentOf(shadows()) as agent:
             hint = "select one with VAL+INDEX, a chip with CHIP+NUMBER"
-            self.assertCut(self.assertQuick(agent, "ShadowShow+VLAN_XLATE"), kRows, hint)
-            self.assertCut(self.assertQuick(agent, "ShadowShow+VLAN_XLATE+RAW"), kRows, hint)
-            one = self.assertQuick(agent, f"ShadowShow+VLAN_XLATE+VAL+{kRows - 1}")
+            self.assertCut(self.ask(agent, "ShadowShow+VLAN_XLATE"), kRows, hint)
+            self.assertCut(self.ask(agent, "ShadowShow+VLAN_XLATE+RAW"), kRows, hint)
+            one = self.ask(agent, f"ShadowShow+VLAN_XLATE+VAL+{kRows - 1}")
             self.assertEqual(one[-1], "1 entry")
 
     def test_translations(self):
         with self.agentOf(large_state.translations(kRows)) as agent:
-            self.assertCut(self.assertQuick(agent, "VLAN_XLATE_STATUS_2"), kRows,
+            self.assertCut(self.ask(agent, "VLAN_XLATE_STATUS_2"), kRows,
                            "the async command VLAN_XLATE_STATUS lists all")
-            lines = self.assertQuick(agent, "EGR_VLAN_XLATE_STATUS_2")
+            lines = self.ask(agent, "EGR_VLAN_XLATE_STATUS_2")
             self.assertCut(lines, 2 * kRows, "the async command EGR_VLAN_XLATE_STATUS lists all")
 
     def test_virtual_ports_of_every_vlan_on_two_hundred_interfaces(self):
         vlans = 4094 // kShare
         with self.agentOf(large_state.vxlan(vlans, 200)) as agent:
-            state = self.assertQuick(agent, "VXLAN_DEBUG_STATE")
+            state = self.ask(agent, "VXLAN_DEBUG_STATE")
             self.assertEqual(state[-1], f"{vlans} VLANs")
             self.assertTrue(state[-2].endswith(" 200"))
-            self.assertCut(self.assertQuick(agent, "VXLAN_SVP_USAGE"), vlans * 201,
+            self.assertCut(self.ask(agent, "VXLAN_SVP_USAGE"), vlans * 201,
                            "ShadowShow+SOURCE_VP+VAL+SVP shows one as the chips have it")
-            self.assertEqual(self.assertQuick(agent, "VlanVfiMap")[-1],
+            self.assertEqual(self.ask(agent, "VlanVfiMap")[-1],
                              f"{vlans} VLANs; {vlans} of 16384 VFIs in use")
 
     def test_counters_of_many_tunnel_ends(self):
         with self.agentOf(counters()) as agent:
-            self.assertIn(f"... {max(kRows - kMaxRows, 0)} more", self.assertQuick(agent, "FCVDV"))
-            self.assertIn(f" {kRows} of 4096", self.assertQuick(agent, "FCVDS")[1])
+            self.assertIn(f"... {max(kRows - kMaxRows, 0)} more", self.ask(agent, "FCVDV"))
+            self.assertIn(f" {kRows} of 4096", self.ask(agent, "FCVDS")[1])
             for direction in ("Ingress", "Egress"):
-                self.assertTrue(self.assertQuick(agent, f"Vni{direction}FlexCountersValues")[-1]
+                self.assertTrue(self.ask(agent, f"Vni{direction}FlexCountersValues")[-1]
                                 .startswith("4094 VNIs; "))
                 self.assertIn(" 4094 of 4096",
-                              self.assertQuick(agent, f"Vni{direction}FlexCountersSummary")[1])
+                              self.ask(agent, f"Vni{direction}FlexCountersSummary")[1])
 
     def test_router_macs_among_a_million_others(self):
         macs = ["0200.0f00.%04x" % n for n in range(16)]
         document = {"version": 1, "ownRouterMacs": macs, "macTable": {"entries": [
             {"vlan": vlan, "mac": mac, "type": "router"} for vlan in range(1, 4095) for mac in macs[:3]]}}
         with self.agentOf(json.dumps(document), "--macs", 1_000_000 // kShare) as agent:
-            self.assertCut(self.assertQuick(agent, "PER_VLAN_ENTRY"), 3 * 4094,
+            self.assertCut(self.ask(agent, "PER_VLAN_ENTRY"), 3 * 4094,
                            "select some with PER_VLAN_ENTRY_VLAN-VLAN")
-            self.assertEqual(self.assertQuick(agent, "PER_VLAN_ENTRY_VLAN-4094")[-1], "3 entries")
+            self.assertEqual(self.ask(agent, "PER_VLAN_ENTRY_VLAN-4094")[-1], "3 entries")
 
     def test_an_answer_that_nobody_reads_leaves_the_agent_free(self):
         with self.agentOf(shadows()) as agent:

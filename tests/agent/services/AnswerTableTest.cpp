@@ -65,9 +65,9 @@ TEST(AnswerTableTest, LongCellsGoOnBelow) {
 
 TEST(AnswerTableTest, NamesCannotBreakTheTable) {
   AnswerTable table = makeTable();
-  table.row(1U, "a\nb\x1b[2J");
+  table.row(1U, "a\nb\x1b");
   EXPECT_EQ(printed(table, {.one = "chip", .many = "chips"}),
-            "Chip  Name\n----  -------\n   1  a?b?[2J\n1 chip\n");
+            "Chip  Name\n----  ----------\n   1  a\\x0ab\\x1b\n1 chip\n");
 }
 
 TEST(AnswerTableTest, RowsBeyondTheBoundAreCountedOnly) {

@@ -45,9 +45,9 @@ TEST(CommandArgumentTest, AnExceptionKeepsTypeAndTextAndTellsTheArgument) {
       "a", [] { throw Qel::ParseException("no"); }, "chip \"a\": no", "no");
 }
 
-TEST(CommandArgumentTest, TheArgumentIsShownOnOneLineAndInPart) {
+TEST(CommandArgumentTest, TheArgumentIsQuotedAsItCameAndInPart) {
   expectNoted<std::invalid_argument>(
-      "a\n\x1b[2J", [] { throw std::invalid_argument("no"); }, "chip \"a\\x0a\\x1b[2J\": no", "no");
+      "a\n\x1b[2J", [] { throw std::invalid_argument("no"); }, "chip \"a\n\x1b[2J\": no", "no");
   expectNoted<std::invalid_argument>(
       std::string(1000, 'x'), [] { throw std::invalid_argument("no"); },
       "chip \"" + std::string(80, 'x') + "...\": no", "no");

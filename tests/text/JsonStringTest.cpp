@@ -6,10 +6,10 @@
 #include <string>
 #include <string_view>
 
-#include "platform/rendering/JsonText.h"
-#include "platform/rendering/Utf8.h"
+#include "text/JsonString.h"
+#include "text/Utf8.h"
 
-namespace Rendering {
+namespace Text {
 namespace {
 
 using namespace std::string_view_literals;
@@ -20,31 +20,39 @@ std::string json(std::string_view text) {
   return out;
 }
 
-TEST(JsonTextTest, PlainTextIsQuoted) {
+TEST(JsonStringTest, PlainTextIsQuoted) {
   EXPECT_EQ(json(""), R"("")");
   EXPECT_EQ(json("Ethernet3/1"), R"("Ethernet3/1")");
 }
 
-TEST(JsonTextTest, AppendsToWhatIsThere) {
+TEST(JsonStringTest, AppendsToWhatIsThere) {
   std::string out = "{";
   appendJsonString(out, "a");
   EXPECT_EQ(out, "{\"a\"");
 }
 
-TEST(JsonTextTest, ControlCharactersAndQuotesAreEscaped) {
+TEST(JsonStringTest, ControlCharactersAndQuotesAreEscaped) {
   EXPECT_EQ(json("\"\\/\b\f\n\r\t"), R"("\"\\/\b\f\n\r\t")");
-  EXPECT_EQ(json("\0\x01\x1f\x7f"sv), "\"\\u0000\\u0001\\u001f\x7f\"");
+  EXPECT_EQ(json("\0\x01\x1f\x7f"sv), "\"\\u0000\\u0001\\u001f\\u007f\"");
 }
 
-TEST(JsonTextTest, WellFormedUtf8PassesAtEveryLength) {
-  for (const std::string_view text : {"\x7f"sv, "\u0080"sv, "\u07ff"sv, "\u0800"sv, "\ud7ff"sv,
+TEST(JsonStringTest, WellFormedUtf8PassesAtEveryLength) {
+  for (const std::string_view text : {"~"sv, "\u00a0"sv, "\u07ff"sv, "\u0800"sv, "\ud7ff"sv,
                                       "\ue000"sv, "\uffff"sv, "\U00010000"sv, "\U0010ffff"sv}) {
     EXPECT_EQ(json(text), "\"" + std::string(text) + "\"");
     EXPECT_EQ(utf8SequenceLength(text), text.size());
   }
 }
 
-TEST(JsonTextTest, EachByteThatIsNoUtf8IsReplaced) {
+TEST(JsonStringTest, WhatIsUnsafeInATerminalIsEscapedAndKeepsItsValue) {
+  EXPECT_EQ(json("\u0080\u009b\u009f"), R"("\u0080\u009b\u009f")");
+  EXPECT_EQ(json("\u061c\u200e\u200f\u202a\u202e\u2066\u2069"),
+            R"("\u061c\u200e\u200f\u202a\u202e\u2066\u2069")");
+  EXPECT_EQ(json("\u200d\u2010\u2029\u202f\u2065\u206a"),
+            "\"\u200d\u2010\u2029\u202f\u2065\u206a\"");
+}
+
+TEST(JsonStringTest, EachByteThatIsNoUtf8IsReplaced) {
   const auto replacements = [](int count) {
     std::string text = "\"";
     for (int i = 0; i < count; ++i) text += "\uFFFD";
@@ -67,7 +75,7 @@ rapidjson::Document parsed(const std::string& text) {
   return document;
 }
 
-RC_GTEST_PROP(JsonTextProperty, AnyBytesGiveAValidString, (const std::string& text)) {
+RC_GTEST_PROP(JsonStringProperty, AnyBytesGiveAValidString, (const std::string& text)) {
   const rapidjson::Document document = parsed(json(text));
   RC_ASSERT(!document.HasParseError());
   RC_ASSERT(document.IsString());
@@ -100,7 +108,7 @@ rc::Gen<std::string> anyUtf8() {
       });
 }
 
-RC_GTEST_PROP(JsonTextProperty, Utf8ReadsBackUnchanged, ()) {
+RC_GTEST_PROP(JsonStringProperty, Utf8ReadsBackUnchanged, ()) {
   const std::string text = *anyUtf8();
   const rapidjson::Document document = parsed(json(text));
   RC_ASSERT(!document.HasParseError());
@@ -108,4 +116,4 @@ RC_GTEST_PROP(JsonTextProperty, Utf8ReadsBackUnchanged, ()) {
 }
 
 }  // namespace
-}  // namespace Rendering
+}  // namespace Text

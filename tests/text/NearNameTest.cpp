@@ -4,12 +4,23 @@
 
 #include <array>
 
-#include "agent/documents/NearName.h"
+#include "text/NearName.h"
 
-namespace KorvoAgent {
+namespace Text {
 namespace {
 
 constexpr std::array<std::string_view, 4> kNames{"vlan", "mac", "interface", "mcastId"};
+
+TEST(NearNameTest, DistanceCountsChangesOfSingleCharacters) {
+  EXPECT_EQ(editDistance("show", "show"), 0U);
+  EXPECT_EQ(editDistance("shwo", "show"), 1U);  // swapped
+  EXPECT_EQ(editDistance("sow", "show"), 1U);
+  EXPECT_EQ(editDistance("shhow", "show"), 1U);
+  EXPECT_EQ(editDistance("slow", "show"), 1U);
+  EXPECT_EQ(editDistance("SHOW", "show"), 0U);
+  EXPECT_EQ(editDistance("", "show"), 4U);
+  EXPECT_EQ(editDistance("agent", "check"), 4U);
+}
 
 TEST(NearNameTest, SlipsOfTheFingerAreForgiven) {
   EXPECT_EQ(nearName("vlna", kNames), "vlan");
@@ -32,4 +43,4 @@ TEST(NearNameTest, TheHintNamesTheNearestOrAll) {
 }
 
 }  // namespace
-}  // namespace KorvoAgent
+}  // namespace Text

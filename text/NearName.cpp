@@ -1,18 +1,17 @@
-#include "agent/documents/NearName.h"
+#include "text/NearName.h"
 
 #include <algorithm>
-#include <cstddef>
 #include <vector>
 
-namespace KorvoAgent {
+namespace Text {
 
 namespace {
 
 char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 
-// Insertions, deletions, replacements and swaps of neighbours that lead from one to the other,
-// whatever their case.
-std::size_t distance(std::string_view a, std::string_view b) {
+}  // namespace
+
+std::size_t editDistance(std::string_view a, std::string_view b) {
   const std::size_t width = b.size() + 1;
   std::vector<std::size_t> cells((a.size() + 1) * width);
   const auto cell = [&](std::size_t i, std::size_t j) -> std::size_t& {
@@ -34,15 +33,13 @@ std::size_t distance(std::string_view a, std::string_view b) {
   return cell(a.size(), b.size());
 }
 
-}  // namespace
-
 std::string_view nearName(std::string_view given, std::span<const std::string_view> names) {
   constexpr std::size_t kLongest = 64;  // no name is as long; comparing costs the product
   if (given.size() > kLongest) return {};
   std::string_view nearest;
   std::size_t least = 3;  // more than two slips is another word
   for (const std::string_view name : names) {
-    const std::size_t apart = distance(given, name);
+    const std::size_t apart = editDistance(given, name);
     if (apart < least && apart < name.size()) {
       least = apart;
       nearest = name;
@@ -63,4 +60,4 @@ std::string nearNameHint(std::string_view given, std::span<const std::string_vie
   return hint;
 }
 
-}  // namespace KorvoAgent
+}  // namespace Text

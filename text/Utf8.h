@@ -1,11 +1,11 @@
-// What every writer of text has to know about UTF-8.
+// UTF-8, as far as writers of text need it.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
 
-namespace Rendering {
+namespace Text {
 
 /**
  * Length in bytes of the well-formed UTF-8 sequence at the start of `text` (Unicode 15, table 3-7);
@@ -32,4 +32,16 @@ constexpr std::size_t utf8SequenceLength(std::string_view text) noexcept {
   return 0;
 }
 
-}  // namespace Rendering
+/** The code point of one well-formed sequence. */
+constexpr char32_t utf8CodePoint(std::string_view sequence) noexcept {
+  const auto lead = static_cast<std::uint8_t>(sequence[0]);
+  if (sequence.size() == 1) return lead;
+  // The lead byte of a sequence of n bytes begins with n ones and a zero.
+  char32_t codePoint = lead & (0x7FU >> sequence.size());
+  for (const char c : sequence.substr(1)) {
+    codePoint = codePoint << 6 | (static_cast<std::uint8_t>(c) & 0x3FU);
+  }
+  return codePoint;
+}
+
+}  // namespace Text
