@@ -33,8 +33,8 @@ void parse(std::string_view line) {
   const auto parsed = parseRequestLine(line);
   if (const auto* const problem = std::get_if<LineProblem>(&parsed)) {
     check(!problem->text.empty(), "a refused line without a word why");
-    const std::string line = refusalLine(problem->text);
-    check(std::ranges::count(line, '\n') == 1, "a complaint that is not one line", line);
+    const std::string told = refusalLine(problem->text);
+    check(std::ranges::count(told, '\n') == 1, "a complaint that is not one line", told);
     return;
   }
   // What was understood says the same again.

@@ -22,6 +22,8 @@ class Scene final : public MachineFamilies {
     helper->publisher().subscribe(
         [this](const Qel::Entity&, std::string_view) { helperGone = true; });
   }
+  // What is let go of here is still heard here.
+  ~Scene() override { letGoOfEverything(); }
   void TestBody() override {}
 
   static std::size_t numFamilies() { return Scene(0).families().size(); }
