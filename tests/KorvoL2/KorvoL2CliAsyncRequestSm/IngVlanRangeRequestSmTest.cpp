@@ -182,6 +182,24 @@ TEST_F(IngVlanRangeRequest, InterfacesThatPrintNothingAreNoRows) {
   EXPECT_FALSE(traces->contains("Yielding Cpu"));
 }
 
+TEST_F(IngVlanRangeRequest, InterfacesThatPrintNothingFillASliceWhateverTheReason) {
+  const auto silentSlicesOf10 = [&] {
+    auto sm = start(kText);
+    sm->slicePolicyIs({.silentBudget = 10});
+    const std::uint64_t slices = runToCompletion(*sm);
+    EXPECT_EQ(reader->received, "");
+    EXPECT_EQ(sm->rows(), 0U);
+    EXPECT_EQ(sm->entriesDone(), 30U);
+    return slices;
+  };
+  for (std::uint16_t i = 0; i < 30; ++i) putIntf("Ethernet" + std::to_string(i), i);
+  EXPECT_EQ(silentSlicesOf10(), 3U) << "no scale entry";
+  for (std::uint16_t i = 0; i < 30; ++i) putRanges("Ethernet" + std::to_string(i), i, {});
+  EXPECT_EQ(silentSlicesOf10(), 3U) << "no ranges";
+  ring = nullptr;
+  EXPECT_EQ(silentSlicesOf10(), 3U) << "nobody to read them";
+}
+
 TEST_F(IngVlanRangeRequest, InterfacesThatPrintNothingNeverBreakTheTimeBudget) {
   // Each takes the clock on by a millisecond when its scale entry is found and its ranges are read.
   for (std::uint16_t i = 0; i < 1000; ++i) {
