@@ -187,6 +187,23 @@ TEST_F(L2HwTableRequest, ChipRemovedFromTheListWhileItIsDumpedHasItsSectionClose
   EXPECT_EQ(document["chips"]["Chip1"]["macTableEntries"].Size(), 4u);
 }
 
+TEST_F(L2HwTableRequest, LastChipRemovedFromTheListWhileItIsDumpedHasItsSectionClosed) {
+  for (const bool detail : {false, true}) {
+    for (const auto format : {kText, kJson}) {
+      helper->shadow->entries.clear();
+      putEntry(10, 1);
+      const std::string wholeChip = dump(format, "0", detail);
+      putEntry(10, 2);
+      auto sm = start(format, "0", detail, 1);
+      sm->runCommand();
+      sm->fapDel(0);
+      EXPECT_EQ(runToCompletion(*sm), 2U);
+      EXPECT_EQ(reader->received, wholeChip) << "as if the chip had ended there";
+      EXPECT_FALSE(sm->chipInProgress());
+    }
+  }
+}
+
 TEST_F(L2HwTableRequest, PieceThatIsNoNumberThrowsWhatTheConversionThrows) {
   for (const char* list : {"x", "0,,1", "0, ,1", ",", "0,x"}) {
     auto sm = start(kText, list);
