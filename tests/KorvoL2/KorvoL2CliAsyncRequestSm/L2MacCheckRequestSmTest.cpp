@@ -301,6 +301,41 @@ TEST_F(MacCheck, MissingReportNamesModulesOneToARowAndCountsThem) {
   EXPECT_EQ(sm->swMissingCount(), 1u);
 }
 
+TEST_F(MacCheck, MissingReportCountsEveryModuleOfEveryEntry) {
+  auto sm = missing(kText);
+  addMissing(*sm, 10, 1, 0, true, {"A", "B"});
+  addMissing(*sm, 10, 2, 0, true, {"A"});
+  addMissing(*sm, 10, 3, 0, true, {"A", "C"});
+  addMissing(*sm, 10, 4, 0, false, {"A", "B"});
+  addMissing(*sm, 10, 5, 0, false, {"B"});
+  EXPECT_THAT(finish(*sm), ::testing::EndsWith("\nTotal entries missing in software:  3\n\n"
+                                               "Total entries missing in hardware:  5\n"
+                                               "            A:  3\n"
+                                               "            B:  1\n"
+                                               "            C:  1\n"));
+}
+
+TEST_F(MacCheck, DetailedMissingReportHasAColumnForKeyTypeAndIndex) {
+  auto sm = missing(kText, "0,1", true);
+  addMissing(*sm, 10, 1, 0, true, {"A", "B"}, 41);
+  addMissing(*sm, 4094, 2, 3, false, {"B"}, 131071);
+  EXPECT_EQ(finish(*sm),
+            "    Vlan           Mac Address                  Key Type                   "
+            "Present in SW?      Present in HW?           Missing in HW            HW Index\n"
+            "    -----------    -------------------------    -------------------------  "
+            "----------------    ---------------------    ---------------------    ----------\n"
+            "    10             0000.0000.0001               bridge(0)                  "
+            "Y                                            A                        41\n"
+            "                                                                           "
+            "                                             B\n"
+            "    4094           0000.0000.0002               VFI(3)                     "
+            "N                   B                                                 131071\n"
+            "\nTotal entries missing in software:  1\n\n"
+            "Total entries missing in hardware:  2\n"
+            "            A:  1\n"
+            "            B:  1\n");
+}
+
 TEST_F(MacCheck, KeyTypeAndIndexShowInDetailOnlyAndInJsonAlways) {
   auto text = missing(kText, "0,1", true);
   addMissing(*text, 10, 1, 3, true, {"A"}, 41);
