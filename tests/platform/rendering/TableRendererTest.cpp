@@ -171,6 +171,17 @@ TEST(TableRendererTest, ContentWithoutBlanksWrapsWhereItsColumnEnds) {
             "ij\n");
 }
 
+TEST(TableRendererTest, ContentThatFillsItsColumnExactlyIsNotBrokenAtItsBlank) {
+  const std::vector<ColumnFormatter> columns{{5, kLeft, 0, 1, true, 0}, {4, kLeft, 0, 0, true, 0}};
+  EXPECT_EQ(row(columns, {"ab cd", "x y"}), "ab cd x y\n");
+  EXPECT_EQ(row(columns, {"ab cd", "wx yz"}), "ab cd wx\n      yz\n") << "beside a wrapped cell";
+  EXPECT_EQ(row(columns, {"ab c\u00e4", "wx y"}), "ab c\u00e4 wx y\n");
+  EXPECT_EQ(row(columns, {"ab cd ef", "x"}), "ab cd x\nef\n") << "the rest starts at a blank";
+  EXPECT_EQ(row({{5, kLeft, 0, 1, false, 0}, {4, kLeft, 0, 0, true, 0}}, {"ab cd", "wx yz"}),
+            "ab cd wx\n      yz\n")
+      << "nor cut";
+}
+
 TEST(TableRendererTest, BlanksAtABreakBelongToNeitherLine) {
   EXPECT_EQ(row({{4, kLeft, 0, 0, true, 0}}, {"abcd   efgh"}), "abcd\nefgh\n");
   EXPECT_EQ(row({{4, kLeft, 0, 0, true, 0}}, {"a   bcd"}), "a\nbcd\n");
