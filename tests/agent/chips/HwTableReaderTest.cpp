@@ -6,6 +6,7 @@
 
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/base/Exceptions.h"
@@ -145,6 +146,43 @@ TEST_F(HwTableReaderTest, ADifferenceShowsBothSidesAndTheChipsThatDisagree) {
   EXPECT_EQ(propertyOf(two->hwEntries.at("Linecard3/2"), "port"), "34");
   EXPECT_EQ(two->hwTblIndex, static_cast<std::int32_t>(chip(0).find({macKey(10, 7), 0})));
   EXPECT_EQ(diff(result, 10, 8)->diffCount, 1U);
+}
+
+TEST_F(HwTableReaderTest, TheIndexIsThatOfTheChipThatWasReadFirst) {
+  policy_.tableSize = 8;
+  fill(1);
+  startHardware();
+  addExtra(0, 20, 9);
+  addExtra(2, 20, 9);
+  const std::vector<HwMacKey> keys{{macKey(10, 1), 0}, {macKey(20, 9), 0}};
+  // Has the entry of `key` stand elsewhere on chip 2: another one takes its slot.
+  const auto displace = [this](const HwMacKey& key) {
+    const auto slot = chip(2).find(key);
+    const HwMacEntry entry = chip(2).at(slot);
+    chip(2).erase(key);
+    for (std::uint64_t mac = 1000; chip(2).at(slot).isEmpty(); ++mac) addExtra(2, 30, mac);
+    chip(2).put(entry);
+  };
+  for (const HwMacKey& key : keys) {
+    displace(key);
+    ASSERT_NE(chip(2).find(key), HwMacTable::kNowhere);
+    ASSERT_NE(chip(2).find(key), chip(0).find(key));
+  }
+  tamper(0, 10, 1, 33);
+  tamper(2, 10, 1, 34);
+  for (const auto& [first, second] : {std::pair(0U, 2U), std::pair(2U, 0U)}) {
+    const auto differing = askForDiff({first, second});
+    const auto lacking = askForMissing({first, second});
+    readAll();
+    ASSERT_NE(diff(differing, 10, 1), nullptr);
+    ASSERT_NE(missing(lacking, 20, 9), nullptr);
+    EXPECT_EQ(diff(differing, 10, 1)->diffCount, 2U);
+    EXPECT_EQ(missing(lacking, 20, 9)->modules.size(), 2U);
+    EXPECT_EQ(diff(differing, 10, 1)->hwTblIndex,
+              static_cast<std::int32_t>(chip(first).find(keys[0])));
+    EXPECT_EQ(missing(lacking, 20, 9)->hwTblIndex,
+              static_cast<std::int32_t>(chip(first).find(keys[1])));
+  }
 }
 
 TEST_F(HwTableReaderTest, EveryPropertyMakesADifference) {
@@ -295,6 +333,37 @@ TEST_F(HwTableReaderTest, ATableIsCompleteOnlyAfterItsClosingRequest) {
   readAll();
   EXPECT_TRUE(result->readComplete());
   EXPECT_EQ(diff(result, 10, 1)->diffCount, 2U);
+}
+
+TEST_F(HwTableReaderTest, ACompleteTableThatIsNamedAgainIsOpenUntilItIsClosedAgain) {
+  fill(10);
+  startHardware();
+  for (unsigned id = 0; id < 2; ++id) {
+    tamper(id, 10, 1, 9);
+    lose(id, 10, 2);
+  }
+  auto differing = askForDiff({0});
+  auto lacking = askForMissing({0});
+  readAll();
+  ASSERT_TRUE(differing->readComplete() && lacking->readComplete());
+  post(differing, 1);
+  post(lacking, 1);
+  EXPECT_FALSE(differing->readComplete() || lacking->readComplete()) << "at once";
+  readAll();
+  EXPECT_FALSE(differing->readComplete() || lacking->readComplete()) << "not closed";
+  post(differing, FapId::null);
+  post(lacking, FapId::null);
+  readAll();
+  EXPECT_TRUE(differing->readComplete() && lacking->readComplete());
+  EXPECT_EQ(diff(differing, 10, 1)->diffCount, 2U);
+  EXPECT_THAT(missing(lacking, 10, 2)->modules, ElementsAre("Linecard3/0", "Linecard3/1"));
+  // However often it was named, it is freed when its client lets go of it.
+  differing.reset();
+  lacking.reset();
+  letReaderLook();
+  readAll();
+  EXPECT_EQ(Qel::liveInstances("DiffMacEntryTable"), 0);
+  EXPECT_EQ(Qel::liveInstances("MissingMacEntryTable"), 0);
 }
 
 TEST_F(HwTableReaderTest, AClosingRequestAloneCompletesATable) {
