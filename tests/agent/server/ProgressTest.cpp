@@ -177,6 +177,20 @@ TEST_F(ProgressTest, ProgressIsToldNoMoreOftenThanItsInterval) {
   EXPECT_EQ(client.owner.progress[1].rows, 8U);
 }
 
+TEST_F(ProgressTest, AClockThatIsSetBackStartsANewInterval) {
+  policy.slice.rowBudget = 1;
+  policy.progressInterval = milliseconds(100);
+  clock->nowIs(seconds(1000));
+  start(client, 100,
+        [&](std::uint64_t row) { clock->advance(row == 10 ? -seconds(500) : milliseconds(30)); });
+  runAll();
+  // After four and eight rows, and from the eleventh on after every fourth again.
+  ASSERT_EQ(client.owner.progress.size(), 24U);
+  EXPECT_EQ(client.owner.progress[1].rows, 8U);
+  EXPECT_EQ(client.owner.progress[2].rows, 15U);
+  EXPECT_EQ(client.owner.progress[3].rows, 19U);
+}
+
 TEST_F(ProgressTest, AShortRequestTellsNoProgress) {
   start(client, 10);
   runAll();

@@ -6,6 +6,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -22,12 +23,20 @@ struct FakeOwner final : JobOwner {
   int awaits = 0;  // calls of awaitWritable that writable() has not answered yet
   std::size_t unreadBytes = 0;
   bool hearsOfProgress = false;
+  bool failsToAwait = false;       // awaitWritable() throws
+  bool failsToTellUnread = false;  // unread() throws
   std::vector<RequestFigures> progress;
   std::vector<std::pair<RequestEnd, RequestFigures>> ends;
   std::function<void()> onEnd;
 
-  void awaitWritable() override { ++awaits; }
-  std::size_t unread() const override { return unreadBytes; }
+  void awaitWritable() override {
+    if (failsToAwait) throw std::runtime_error("the socket cannot be watched");
+    ++awaits;
+  }
+  std::size_t unread() const override {
+    if (failsToTellUnread) throw std::runtime_error("the socket does not say");
+    return unreadBytes;
+  }
   bool hearsProgress() const noexcept override { return hearsOfProgress; }
   void jobProgress(const RequestFigures& figures) noexcept override { progress.push_back(figures); }
   void jobEnded(const RequestEnd& end, const RequestFigures& figures) noexcept override {

@@ -255,6 +255,48 @@ TEST_F(SliceSchedulerTest, WhatIsThrownNeedNotBeAnException) {
   EXPECT_EQ(client.owner.message(), "unknown exception");
 }
 
+TEST_F(SliceSchedulerTest, AnOwnerThatCannotWaitForItsSocketLosesItsRequestAndNobodyElseDoes) {
+  policy.slice.rowBudget = 1;
+  Client failing;
+  failing.owner.failsToAwait = true;
+  failing.port->answers = {0};
+  Client other;
+  start(failing, 10);
+  start(other, 10);
+  runAll();
+  ASSERT_TRUE(failing.owner.ended());
+  EXPECT_EQ(failing.owner.status(), RequestStatus::error);
+  EXPECT_EQ(failing.owner.message(), "the socket cannot be watched");
+  EXPECT_EQ(other.owner.status(), RequestStatus::ok);
+  EXPECT_TRUE(scheduler().jobs().empty());
+  EXPECT_EQ(scheduler().nextDeadline(), std::nullopt);
+}
+
+TEST_F(SliceSchedulerTest, AnOwnerThatFailsAtItsDeadlineDoesNotKeepOthersFromTheirs) {
+  policy.clientTimeout = seconds(7);
+  Client failing;
+  Client stuck;
+  for (Client* const client : {&failing, &stuck}) {
+    client->owner.unreadBytes = 4096;
+    client->port->answers = {0};
+    start(*client, 10);
+  }
+  Client silent;
+  silent.owner.hearsOfProgress = true;
+  begin(silent);
+  runAll();
+  failing.owner.failsToTellUnread = true;
+  pass(seconds(7));
+  ASSERT_TRUE(failing.owner.ended());
+  EXPECT_EQ(failing.owner.status(), RequestStatus::error);
+  EXPECT_EQ(failing.owner.message(), "the socket does not say");
+  ASSERT_TRUE(stuck.owner.ended());
+  EXPECT_EQ(stuck.owner.status(), RequestStatus::clientGone);
+  EXPECT_EQ(silent.owner.progress.size(), 1U);
+  EXPECT_EQ(scheduler().jobs().size(), 1U);
+  scheduler().endAll({});
+}
+
 TEST_F(SliceSchedulerTest, RowsBeforeAnExceptionAreDrainedBeforeItIsTold) {
   Client client;
   client.port->answers = {0};
