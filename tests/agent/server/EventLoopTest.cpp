@@ -123,6 +123,20 @@ TEST_F(EventLoopTest, AnExceptionOfAClientOrAHandlerDoesNotEndTheLoop) {
   EXPECT_EQ(log, "aa");
 }
 
+TEST_F(EventLoopTest, AClientThatFailsAtItsDeadlineDoesNotKeepOthersFromTheirs) {
+  std::string log;
+  Worker failing(log, 'a', 0);
+  failing.onDeadline = [] { throw std::runtime_error("no"); };
+  Worker other(log, 'b', 1);
+  for (Worker* const worker : {&failing, &other}) {
+    worker->deadline = seconds(5);
+    loop.add(*worker);
+  }
+  clock->advance(seconds(5));
+  loop.turn();
+  EXPECT_EQ(log, "!!b");
+}
+
 TEST_F(EventLoopTest, RunEndsWithASignal) {
   loop.onSignals({SIGUSR1}, [this] { loop.stop(); });
   std::raise(SIGUSR1);

@@ -2,11 +2,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/file.h>
+#include <sys/inotify.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <array>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -68,6 +70,34 @@ class ListeningSocketTest : public testing::Test {
   std::string path;
 };
 
+/** What happens to the files of a folder from now on. */
+class FolderEvents {
+ public:
+  explicit FolderEvents(const std::string& folder) : inotify_(::inotify_init1(IN_CLOEXEC)) {
+    ::inotify_add_watch(inotify_.get(), folder.c_str(), IN_CREATE | IN_DELETE | IN_CLOSE_WRITE);
+  }
+  /** All of it so far, of which there is something, in its order. */
+  std::vector<std::string> seen() const {
+    alignas(inotify_event) std::array<char, 4096> buffer{};
+    const ssize_t size = ::read(inotify_.get(), buffer.data(), buffer.size());
+    std::vector<std::string> events;
+    for (ssize_t at = 0; at < size;) {
+      inotify_event event{};
+      std::memcpy(&event, buffer.data() + at, sizeof(event));
+      const char* const name = buffer.data() + at + sizeof(event);
+      const char* const what = (event.mask & IN_CREATE) != 0   ? "create "
+                               : (event.mask & IN_DELETE) != 0 ? "delete "
+                                                               : "close ";
+      events.push_back(std::string(what) + name);
+      at += static_cast<ssize_t>(sizeof(event) + event.len);
+    }
+    return events;
+  }
+
+ private:
+  FileDescriptor inotify_;
+};
+
 TEST_F(ListeningSocketTest, TheFileIsForUserAndGroupOnlyWhateverTheUmask) {
   for (const mode_t mask : {0U, 0077U, 0777U}) {
     const mode_t before = ::umask(mask);
@@ -109,6 +139,17 @@ TEST_F(ListeningSocketTest, NothingButTheSocketIsInTheFolder) {
     EXPECT_THAT(names(), testing::ElementsAre("agent.sock"));
   }
   EXPECT_THAT(names(), testing::ElementsAre());
+}
+
+TEST_F(ListeningSocketTest, TheLockIsKeptFromTheFirstLookAtThePathToTheFinishedSocket) {
+  leaveDeadSocket();
+  const FolderEvents events(folder);
+  const ListeningSocket socket(path);
+  // Closing the lock file releases it. It must be gone from its path by then: whoever gets the lock
+  // next could otherwise have it removed under him.
+  EXPECT_THAT(events.seen(), testing::ElementsAre("create agent.sock.lock", "delete agent.sock",
+                                                  "create agent.sock", "delete agent.sock.lock",
+                                                  "close agent.sock.lock"));
 }
 
 TEST_F(ListeningSocketTest, AnAgentThatStartsKeepsAnotherFromStarting) {

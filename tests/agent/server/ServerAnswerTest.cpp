@@ -118,19 +118,20 @@ TEST_F(ServerAnswerTest, WhichArgumentIsWrongIsSaidWhereverItIsRead) {
 }
 
 TEST_F(ServerAnswerTest, WithoutHardwareItsCommandsAreNotReadyAndDoNotReachThePlugIn) {
-  noHardware = "no chip holds the table";
+  const std::string reason = "no chip holds the table";
+  noHardware = [&reason] { return reason; };
   for (const std::string command : {"MACT_DIFF0", "MACT_MISSING", "MACT_HW_ALLdetail+0,1"}) {
     formatted->commandSeen.clear();
     std::string answer;
     EXPECT_THAT(eventsOf("async json " + command + "\n", &answer),
-                EndsWith(done("not-ready", noHardware, 0, 0, 0)));
+                EndsWith(done("not-ready", reason, 0, 0, 0)));
     EXPECT_EQ(answer, "");
     EXPECT_EQ(formatted->commandSeen, "");
   }
   ask("async json MACT_ALL\n");
   EXPECT_EQ(formatted->commandSeen, "MACT_ALL");
   EXPECT_EQ(ask("async json ROWS 3\n"), rowsText(3));
-  noHardware.clear();
+  noHardware = [] { return std::string(); };
   ask("async json MACT_DIFF0\n");
   EXPECT_EQ(formatted->commandSeen, "MACT_DIFF0");
 }
@@ -143,6 +144,26 @@ TEST_F(ServerAnswerTest, ASliceThatFailsSaysSoAndTheAgentGoesOn) {
   EXPECT_THAT(eventsOf("async json ROWS 9\n", &answer),
               EndsWith(done("error", "the table is broken", 2, 32, 1)));
   EXPECT_EQ(answer, rowText(0) + rowText(1));
+  EXPECT_EQ(ask("plain text PRINT still here\n"), "still here");
+}
+
+TEST_F(ServerAnswerTest, WhatACallbackThrowsNeedNotBeAnException) {
+  for (const std::string entry : {"plain", "async"}) {
+    EXPECT_THAT(eventsOf(entry + " text THROW_NUMBER\n"),
+                HasSubstr("\"status\":\"error\",\"message\":\"unknown exception\""));
+    EXPECT_TRUE(server().scheduler().jobs().empty());
+  }
+}
+
+TEST_F(ServerAnswerTest, ARequestThatCannotBeStartedLeavesNothingBehind) {
+  noHardware = []() -> std::string { throw std::runtime_error("nobody knows"); };
+  const Request made = request("async text MACT_DIFF0\n");
+  settle();
+  received(made.control.get());
+  EXPECT_TRUE(atEnd(made.control.get()));
+  EXPECT_TRUE(atEnd(made.answer.get()));
+  EXPECT_TRUE(server().scheduler().jobs().empty());
+  EXPECT_EQ(server().numConnections(), 0U);
   EXPECT_EQ(ask("plain text PRINT still here\n"), "still here");
 }
 

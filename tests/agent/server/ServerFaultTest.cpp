@@ -8,6 +8,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <string>
 
 #include "tests/agent/server/ServerHarness.h"
@@ -175,6 +176,48 @@ TEST_F(ServerFaultTest, ALongDumpEndsAtOnceWhenItsReaderVanishes) {
   EXPECT_EQ(Qel::liveInstances("RowsMachine"), 0);
 }
 
+class ServerWaitTest : public ServerFaultTest {
+ protected:
+  /** Whether the only request waits for the agent, prints nothing and is not asked either. */
+  bool waits() {
+    settle();
+    const auto& jobs = server().scheduler().jobs();
+    return jobs.size() == 1 && jobs.begin()->second.state() == Job::State::waiting;
+  }
+};
+
+// Nothing is written and no time passes here: only that somebody hangs up can end the request.
+
+TEST_F(ServerWaitTest, ARequestThatWaitsEndsAtOnceWhenItsReaderVanishes) {
+  settle();
+  const std::size_t before = numOpenDescriptors();
+  {
+    Request made = request("async text WAIT\n");
+    ASSERT_TRUE(waits());
+    made.answer.reset();
+    settle();
+    EXPECT_THAT(received(made.control.get()),
+                HasSubstr("\"status\":\"client-gone\",\"message\":\"the answer's reader has "
+                          "gone\""));
+    EXPECT_TRUE(atEnd(made.control.get()));
+  }
+  EXPECT_TRUE(server().scheduler().jobs().empty());
+  EXPECT_EQ(server().scheduler().nextDeadline(), std::nullopt);
+  EXPECT_EQ(Qel::liveInstances("AgentCommandRequest"), 0);
+  EXPECT_EQ(numOpenDescriptors(), before);
+}
+
+TEST_F(ServerWaitTest, SoDoesOneWhoseAnswerGoesToTheConnection) {
+  FileDescriptor client = connect();
+  ASSERT_TRUE(sendWith(client.get(), "async text WAIT\n"));
+  ASSERT_TRUE(waits());
+  client.reset();
+  settle();
+  EXPECT_TRUE(server().scheduler().jobs().empty());
+  EXPECT_EQ(Qel::liveInstances("AgentCommandRequest"), 0);
+  EXPECT_EQ(server().numConnections(), 0U);
+}
+
 TEST_F(ServerFaultTest, AReaderThatVanishesWhileACallbackPrintsIsNoticed) {
   Request made = request("plain text BIG 10\n");
   plain->betweenPrints = [&] { made.answer.reset(); };
@@ -287,6 +330,29 @@ TEST_F(ServerFaultTest, AnAnswerSentBackToTheAgentItselfStopsByTheTimeout) {
   settle();
   pass(seconds(30));
   EXPECT_TRUE(server().scheduler().jobs().empty());
+}
+
+TEST_F(ServerFaultTest, AnAnswerThatFindsTheKernelShortOfBuffersGoesOnWhenItHasSome) {
+  for (const bool withDescriptor : {false, true}) {
+    Request made;
+    if (withDescriptor) {
+      made = request("async text ROWS 3\n");
+    } else {
+      made.answer = connect();
+      ASSERT_TRUE(sendWith(made.answer.get(), "async text ROWS 3\n"));
+    }
+    {
+      const FailingCall send(SystemCall::send, ENOBUFS);
+      for (int i = 0; i < 5; ++i) turn();
+    }
+    EXPECT_EQ(server().scheduler().jobs().size(), 1U);
+    settle();
+    EXPECT_EQ(received(made.answer.get()), rowsText(3));
+    EXPECT_TRUE(atEnd(made.answer.get()));
+    if (withDescriptor) {
+      EXPECT_THAT(received(made.control.get()), HasSubstr("\"status\":\"ok\""));
+    }
+  }
 }
 
 // UBSan asks the kernel about memory through descriptors of its own, the first time that it sees a

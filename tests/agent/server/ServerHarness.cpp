@@ -3,6 +3,7 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/socket.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -10,6 +11,7 @@
 #include <stdexcept>
 
 #include "platform/command/CommandArgument.h"
+#include "tests/agent/server/IdleMachines.h"
 
 namespace KorvoAgent {
 
@@ -84,6 +86,37 @@ FewDescriptors::~FewDescriptors() { ::setrlimit(RLIMIT_NOFILE, &before_); }
 
 namespace {
 
+// What a call fails with; 0 where it does not.
+std::array<int, 2> errorsOfCalls{};
+
+int& errorOf(SystemCall call) { return errorsOfCalls.at(static_cast<std::size_t>(call)); }
+
+bool fails(SystemCall call) {
+  if (errorOf(call) == 0) return false;
+  errno = errorOf(call);
+  return true;
+}
+
+}  // namespace
+
+FailingCall::FailingCall(SystemCall call, int error) : call_(call) { errorOf(call_) = error; }
+
+FailingCall::~FailingCall() { errorOf(call_) = 0; }
+
+// In this program these stand before those of the C library.
+
+extern "C" ssize_t send(int descriptor, const void* data, std::size_t size, int flags) {
+  if (fails(SystemCall::send)) return -1;
+  return ::syscall(SYS_sendto, descriptor, data, size, flags, nullptr, 0);
+}
+
+extern "C" int accept4(int descriptor, sockaddr* address, socklen_t* size, int flags) {
+  if (fails(SystemCall::accept)) return -1;
+  return static_cast<int>(::syscall(SYS_accept4, descriptor, address, size, flags));
+}
+
+namespace {
+
 void refuseArgument() {
   AgentCommand::readArgument("chip list", "0,x", [] { return std::stoi("x"); });
 }
@@ -105,6 +138,8 @@ void TestPlainCallback::handleCommand(std::uint32_t socket, std::string command)
   } else if (command == "THROW") {
     Rendering::printToSocket(socket, "so far");
     throw std::runtime_error("the handler failed");
+  } else if (command == "THROW_NUMBER") {
+    throw 42;
   } else if (command == "THROW_ARGUMENT") {
     refuseArgument();
   } else if (command == "NO_TABLE") {
@@ -146,7 +181,9 @@ TestFormattedCallback::createAgentAsyncCommandRequestSm(
     return Qel::makePtr<RowsMachine>(request, std::chrono::milliseconds(50), clock_,
                                      std::stoull(command.substr(5)), beforeRow);
   }
+  if (command == "WAIT") return Qel::makePtr<WaitingMachine>(request, clock_, mayGoOn);
   if (command == "THROW") throw std::runtime_error("no machine could be made");
+  if (command == "THROW_NUMBER") throw 42;
   if (command == "THROW_ARGUMENT") refuseArgument();
   if (command == "NOT_READY") {
     outcomeIs({CommandOutcome::Kind::notReady, "no unicast agent"});
@@ -167,7 +204,7 @@ CommandServer& ServerHarness::server() {
   if (!server_) {
     loop.emplace(clock);
     server_.emplace(*loop, clock, policy,
-                    CommandCallbacks{plain, formatted, [this] { return noHardware; }}, facts);
+                    CommandCallbacks{plain, formatted, [this] { return noHardware(); }}, facts);
   }
   return *server_;
 }

@@ -51,13 +51,27 @@ class FewDescriptors {
   rlimit before_{};
 };
 
+enum class SystemCall : std::uint8_t { accept, send };
+
+/** While it lives that system call fails with `error`, whoever makes it. */
+class FailingCall {
+ public:
+  FailingCall(SystemCall call, int error);
+  ~FailingCall();
+  FailingCall(const FailingCall&) = delete;
+  FailingCall& operator=(const FailingCall&) = delete;
+
+ private:
+  SystemCall call_;
+};
+
 /** A plain callback that does what its command says. */
 class TestPlainCallback final : public AgentCommand::CliCallbackBase {
  public:
   TestPlainCallback() : CliCallbackBase("test", "plain") {}
   /**
-   * "PRINT text", "CLOSE", "CLOSE_AND_REUSE", "THROW", "THROW_ARGUMENT", "NOT_READY", "BIG rows",
-   * "NO_TABLE" (unknown, with a reason), else unknown.
+   * "PRINT text", "CLOSE", "CLOSE_AND_REUSE", "THROW", "THROW_NUMBER", "THROW_ARGUMENT",
+   * "NOT_READY", "BIG rows", "NO_TABLE" (unknown, with a reason), else unknown.
    */
   void handleCommand(std::uint32_t socket, std::string command) override;
   std::string commandSeen;
@@ -75,12 +89,13 @@ class TestFormattedCallback final : public AgentCommand::CliCallbackBaseWithForm
   void handleCommand(std::uint32_t socket, std::string command,
                      std::uint32_t outputFormat) override;
   /**
-   * "ROWS n", "NOT_READY", "THROW", "THROW_ARGUMENT", "SILENT" (no machine and no word about it),
-   * else unknown.
+   * "ROWS n", "WAIT" (prints once mayGoOn), "NOT_READY", "THROW", "THROW_NUMBER",
+   * "THROW_ARGUMENT", "SILENT" (no machine and no word about it), else unknown.
    */
   Qel::Ptr<AgentCommand::AgentAsyncCommandRequestSm> createAgentAsyncCommandRequestSm(
       Qel::Ptr<const AgentCommand::AgentCommandRequest> request) override;
   RowsMachine::Hook beforeRow;
+  bool mayGoOn = false;
   std::string commandSeen;
 
  private:
@@ -120,7 +135,7 @@ class ServerHarness : public testing::Test {
   Qel::Ptr<TestFormattedCallback> formatted = Qel::makePtr<TestFormattedCallback>(clock);
   ServerPolicy policy;
   AgentFacts facts;
-  std::string noHardware;
+  std::function<std::string()> noHardware = [] { return std::string(); };
   std::optional<EventLoop> loop;
 
  private:

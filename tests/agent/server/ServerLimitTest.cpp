@@ -8,8 +8,10 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <map>
 #include <memory>
 #include <string>
@@ -19,6 +21,7 @@
 namespace KorvoAgent {
 namespace {
 
+using std::chrono::milliseconds;
 using std::chrono::seconds;
 using testing::AllOf;
 using testing::EndsWith;
@@ -217,6 +220,22 @@ TEST_F(ServerLimitTest, TheAgentKnowsItsQuestions) {
               AllOf(StartsWith("uptime               5000 ms\n"), HasSubstr("swMacTable")));
 }
 
+TEST_F(ServerLimitTest, MemoryIsToldInBytes) {
+  const std::string status = ask("agent json status\n");
+  const auto figure = [&status](const std::string& name) {
+    const std::size_t at = status.find("\"" + name + "\":");
+    return std::stoull(status.substr(at + name.size() + 3));
+  };
+  std::uint64_t pages = 0;
+  std::ifstream statm("/proc/self/statm");
+  statm >> pages >> pages;
+  const std::uint64_t resident = pages * static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE));
+  ASSERT_NE(resident, 0U);
+  EXPECT_GT(figure("residentBytes"), resident / 2);
+  EXPECT_LT(figure("residentBytes"), resident * 2);
+  EXPECT_GE(figure("peakBytes"), figure("residentBytes"));
+}
+
 TEST_F(ServerLimitTest, AnUnknownQuestionGetsTheList) {
   EXPECT_EQ(ask("agent text uptime\n"),
             "refused: unknown question \"uptime\"; the agent knows status, chips, "
@@ -357,6 +376,51 @@ TEST_F(ServerListenTest, ClientsWithoutAPlaceAreToldInFewTurnsAndOthersGetIn) {
   ASSERT_TRUE(sendWith(other.get(), "plain text PRINT hello\n"));
   settle();
   EXPECT_EQ(received(other.get()), "hello");
+}
+
+class ServerAcceptPauseTest : public ServerListenTest {
+ protected:
+  /** Expects that `client` is taken in after the pause, and not before. */
+  void expectTakenInAfterThePause(const FileDescriptor& client) {
+    EXPECT_FALSE(loop->turn()) << "the loop does not rest";
+    pass(milliseconds(99));
+    EXPECT_EQ(server().numConnections(), 0U);
+    pass(milliseconds(1));
+    EXPECT_EQ(server().numConnections(), 1U);
+    ASSERT_TRUE(sendWith(client.get(), "plain text PRINT hello\n"));
+    settle();
+    EXPECT_EQ(received(client.get()), "hello");
+  }
+};
+
+TEST_F(ServerAcceptPauseTest, WhenMemoryIsShortClientsAreTakenInLater) {
+  server().listen(path);
+  for (const int error : {ENOBUFS, ENOMEM}) {
+    const FileDescriptor client = connectAt(path);
+    {
+      const FailingCall accept(SystemCall::accept, error);
+      settle();
+      pass(milliseconds(100));
+    }
+    expectTakenInAfterThePause(client);
+  }
+}
+
+TEST_F(ServerAcceptPauseTest, SoTheyAreWhenNoDescriptorIsLeftToTurnThemAwayWith) {
+#if defined(__SANITIZE_ADDRESS__)
+  GTEST_SKIP() << "a sanitizer needs descriptors of its own";
+#endif
+  FileDescriptor lower(::open("/dev/null", O_RDONLY | O_CLOEXEC));
+  server().listen(path);
+  const FileDescriptor client = connectAt(path);
+  lower.reset();
+  {
+    // The limit is below the number that the listener keeps in reserve: given up, it is lost.
+    const FewDescriptors none(0);
+    settle();
+    pass(milliseconds(100));
+  }
+  expectTakenInAfterThePause(client);
 }
 
 TEST_F(ServerListenTest, WithoutDescriptorsClientsAreTurnedAwayAndTheLoopRests) {
