@@ -243,6 +243,7 @@ void Connection::watchHangups() {
 
 void Connection::controlHungUp() {
   if (!control_->peerGone()) {
+    discardOutOfBand(control_->get());
     controlWatch_->onHangup(guarded([this] { controlHungUp(); }));
     return;
   }
@@ -256,6 +257,7 @@ void Connection::controlHungUp() {
 
 void Connection::answerHungUp() {
   if (!answer_->peerGone()) {
+    discardOutOfBand(answer_->get());
     answerWatch_->onHangup(guarded([this] { answerHungUp(); }));
     return;
   }

@@ -42,4 +42,9 @@ void endInput(int connection) noexcept {
   (void)discardInput(connection);
 }
 
+void discardOutOfBand(int connection) noexcept {
+  char byte = 0;
+  (void)!::recv(connection, &byte, 1, MSG_OOB | MSG_DONTWAIT);
+}
+
 }  // namespace KorvoAgent

@@ -23,4 +23,7 @@ Discarded discardInput(int connection) noexcept;
  */
 void endInput(int connection) noexcept;
 
+/** Takes in out-of-band data: as long as it lies there, it looks like a hang-up. */
+void discardOutOfBand(int connection) noexcept;
+
 }  // namespace KorvoAgent

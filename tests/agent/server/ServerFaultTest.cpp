@@ -218,6 +218,20 @@ TEST_F(ServerWaitTest, SoDoesOneWhoseAnswerGoesToTheConnection) {
   EXPECT_EQ(server().numConnections(), 0U);
 }
 
+TEST_F(ServerWaitTest, OutOfBandDataWakesTheLoopOnceAndAHangupIsSeenAfterIt) {
+  for (FileDescriptor Request::*const end : {&Request::control, &Request::answer}) {
+    Request made = request("async text WAIT\n");
+    ASSERT_TRUE(waits());
+    ::send((made.*end).get(), "!", 1, MSG_OOB | MSG_DONTWAIT | MSG_NOSIGNAL);
+    turn();
+    turn();
+    EXPECT_FALSE(loop->turn()) << "the loop does not rest";
+    (made.*end).reset();
+    settle();
+    EXPECT_TRUE(server().scheduler().jobs().empty());
+  }
+}
+
 TEST_F(ServerFaultTest, AReaderThatVanishesWhileACallbackPrintsIsNoticed) {
   Request made = request("plain text BIG 10\n");
   plain->betweenPrints = [&] { made.answer.reset(); };
