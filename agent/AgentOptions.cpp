@@ -8,6 +8,7 @@
 #include <ostream>
 
 #include "agent/server/ConnectionSlots.h"
+#include "agent/server/SliceScheduler.h"
 #include "text/Printable.h"
 
 namespace KorvoAgent {
@@ -151,6 +152,7 @@ std::optional<int> readAgentOptions(int argc, const char* const* argv, AgentOpti
   options.maxConnections = connections.together;
   options.maxConnectionsPerUser = connections.perUser;
   options.maxRequestsPerUser = 512;
+  options.maxChecks = SchedulerPolicy().checks;
   app.add_option("--client-timeout", clientTimeout,
                  "End a request whose client reads nothing for so long")
       ->type_name("SECONDS")
@@ -178,6 +180,13 @@ std::optional<int> readAgentOptions(int argc, const char* const* argv, AgentOpti
       ->group(kLimits);
   app.add_option("--max-requests-per-user", options.maxRequestsPerUser,
                  "Requests of one user at a time; questions to the agent do not count")
+      ->type_name("N")
+      ->check(CLI::Range(1, 1'000'000))
+      ->capture_default_str()
+      ->group(kLimits);
+  app.add_option("--max-checks", options.maxChecks,
+                 "Consistency checks of the MAC table that run at a time; others wait for their "
+                 "turn")
       ->type_name("N")
       ->check(CLI::Range(1, 1'000'000))
       ->capture_default_str()

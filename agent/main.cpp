@@ -133,6 +133,7 @@ AgentFacts factsOf(SwitchModel& model, std::optional<SwitchHardware>& hardware) 
 ServerPolicy policyOf(const AgentOptions& options) {
   ServerPolicy policy;
   policy.scheduler.clientTimeout = options.clientTimeout;
+  policy.scheduler.checks = options.maxChecks;
   if (options.sliceRows) policy.scheduler.slice.rowBudget = *options.sliceRows;
   if (options.sliceBytes) policy.scheduler.slice.outputWindow = *options.sliceBytes;
   policy.connection.closingTimeout = options.clientTimeout;

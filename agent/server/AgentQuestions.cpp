@@ -51,6 +51,8 @@ std::string_view stateName(Job::State state) {
   switch (state) {
     case Job::State::starting:
       return "starting";
+    case Job::State::queued:
+      return "waiting for its turn";
     case Job::State::runnable:
       return "running";
     case Job::State::waiting:

@@ -68,7 +68,7 @@ CommandEntries::Answered CommandEntries::answer(const RequestLine& request, int 
 CommandEntries::Started CommandEntries::start(JobId id, const RequestLine& request,
                                               const std::shared_ptr<const AnswerSocket>& socket) {
   Started started;
-  if (readsHardware(request) && callbacks_.noHardware) {
+  if (hardwareCommandOf(request) != nullptr && callbacks_.noHardware) {
     if (std::string reason = callbacks_.noHardware(); !reason.empty()) {
       started.end = {RequestStatus::notReady, std::move(reason)};
       return started;

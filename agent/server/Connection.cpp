@@ -10,6 +10,7 @@
 #include "agent/server/AgentTrace.h"
 #include "agent/server/ChangingCommands.h"
 #include "agent/server/Events.h"
+#include "agent/server/HardwareCommands.h"
 #include "agent/server/SocketEnd.h"
 
 namespace KorvoAgent {
@@ -194,7 +195,11 @@ void Connection::work(const RequestLine& request) {
     case Entry::sync:
       return answerAtOnce(request);
     case Entry::async:
-      return startInSlices(request);
+      if (const HardwareCommand* const command = hardwareCommandOf(request);
+          command != nullptr && command->isCheck) {
+        return host_.scheduler().queueCheck(job_, guarded([this] { startInSlices(); }));
+      }
+      return startInSlices();
     case Entry::agent:
       return answerQuestion(request);
   }
@@ -227,7 +232,8 @@ void Connection::answerQuestion(const RequestLine& request) {
   scheduler.drain(job_, output, std::move(end), 0, scheduler.clock().now() - start);
 }
 
-void Connection::startInSlices(const RequestLine& request) {
+void Connection::startInSlices() {
+  const RequestLine& request = host_.scheduler().jobs().at(job_).request();
   CommandEntries::Started started = host_.entries().start(job_, request, answer_);
   if (started.machine != nullptr) {
     host_.scheduler().run(job_, std::move(started.machine), std::move(started.output));

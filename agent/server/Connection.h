@@ -94,7 +94,7 @@ class Connection final : public JobOwner {
   void work(const RequestLine& request);
   void answerAtOnce(const RequestLine& request);
   void answerQuestion(const RequestLine& request);
-  void startInSlices(const RequestLine& request);
+  void startInSlices();
   void watchHangups();
   void controlHungUp();
   void answerHungUp();

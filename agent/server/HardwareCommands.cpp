@@ -7,17 +7,22 @@ namespace KorvoAgent {
 
 namespace {
 
-constexpr std::array<std::string_view, 3> kKeywords{"MACT_DIFF", "MACT_HW_ALL", "MACT_MISSING"};
+constexpr std::array<HardwareCommand, 3> kHardwareRows{{
+    {.keyword = "MACT_DIFF", .isCheck = true},
+    {.keyword = "MACT_HW_ALL", .isCheck = false},
+    {.keyword = "MACT_MISSING", .isCheck = true},
+}};
 
 }  // namespace
 
-std::span<const std::string_view> hardwareCommands() noexcept { return kKeywords; }
+std::span<const HardwareCommand> hardwareCommands() noexcept { return kHardwareRows; }
 
-bool readsHardware(const RequestLine& request) noexcept {
-  return request.entry == Entry::async &&
-         std::ranges::any_of(kKeywords, [&request](std::string_view keyword) {
-           return request.command.starts_with(keyword);
-         });
+const HardwareCommand* hardwareCommandOf(const RequestLine& request) noexcept {
+  if (request.entry != Entry::async) return nullptr;
+  const auto row = std::ranges::find_if(kHardwareRows, [&request](const HardwareCommand& command) {
+    return request.command.starts_with(command.keyword);
+  });
+  return row == kHardwareRows.end() ? nullptr : &*row;
 }
 
 }  // namespace KorvoAgent

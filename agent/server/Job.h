@@ -10,6 +10,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string>
 
 #include "agent/server/Events.h"
@@ -46,6 +47,7 @@ class Job {
  public:
   enum class State : std::uint8_t {
     starting,  ///< its entry is being called
+    queued,    ///< its entry is to be called when a check may run
     runnable,  ///< its next slice may run
     waiting,   ///< its last slice had nothing to do yet
     blocked,   ///< the answer socket takes no more for now
@@ -74,6 +76,8 @@ class Job {
   JobOwner* owner_;
   Qel::Duration started_;
   State state_ = State::starting;
+  std::function<void()> start_;  // while it is queued: calls its entry
+  bool isRunningCheck_ = false;  // is counted as a check that runs
 
   Qel::Ptr<Rendering::PrintBuffer> output_;
   Qel::Ptr<AgentCommand::AgentAsyncCommandRequestSm> machine_;  // null when nothing is left to run

@@ -53,6 +53,30 @@ JobId SliceScheduler::begin(const RequestLine& request, uid_t user, JobOwner& ow
   return id;
 }
 
+void SliceScheduler::queueCheck(JobId id, std::function<void()> start) {
+  Job* const job = find(id);
+  if (job == nullptr) return;
+  queuedChecks_.insert(id);
+  job->start_ = std::move(start);
+  stateIs(*job, Job::State::queued);
+}
+
+// A piece of its own: making the machine of a check posts its reads. That ends the job at once
+// where no machine is made.
+void SliceScheduler::startCheck() {
+  Job& job = *find(*queuedChecks_.begin());
+  queuedChecks_.erase(queuedChecks_.begin());
+  stateIs(job, Job::State::starting);
+  job.isRunningCheck_ = true;
+  ++numRunningChecks_;
+  const std::function<void()> start = std::exchange(job.start_, {});
+  start();
+}
+
+void SliceScheduler::checkEnded(Job& job) noexcept {
+  if (std::exchange(job.isRunningCheck_, false)) --numRunningChecks_;
+}
+
 void SliceScheduler::run(JobId id, Qel::Ptr<AgentCommand::AgentAsyncCommandRequestSm> machine,
                          Qel::Ptr<Rendering::PrintBuffer> output) {
   Job* const job = find(id);
@@ -82,6 +106,8 @@ void SliceScheduler::end(JobId id, const RequestEnd& end) {
   stateIs(it->second, Job::State::starting);
   deadlines_.erase(id);
   silences_.erase(id);
+  queuedChecks_.erase(id);
+  checkEnded(it->second);
   const RequestFigures figures = it->second.figures(clock_->now());
   // Out of the table first: the owner may look at the other jobs or end them.
   const auto ended = jobs_.extract(it);
@@ -106,6 +132,10 @@ std::size_t SliceScheduler::numRequestsOf(uid_t user) const {
 }
 
 void SliceScheduler::runPiece() {
+  if (checkMayStart()) {
+    startCheck();
+    return;
+  }
   if (Job* const job = takeRunnable()) runSlice(*job);
 }
 
@@ -207,6 +237,7 @@ void SliceScheduler::runSlice(Job& job) {
 void SliceScheduler::releaseMachine(Job& job) {
   job.rows_ = job.machine_->rows();
   job.machine_.reset();
+  checkEnded(job);
 }
 
 // Where a job goes after it wrote something: on, into waiting, or to its end.

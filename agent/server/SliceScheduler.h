@@ -4,6 +4,7 @@
 // time through the injected clock. The event loop calls runPiece() at most once per turn, so that
 // sockets and timers are looked at between any two slices.
 //
+//   queued --its turn--> starting
 //   starting --run()--> runnable --slice--> runnable         (to the back of the queue)
 //                           |                  |
 //                           |             output left over
@@ -12,6 +13,10 @@
 //
 // A blocked job is never polled: it moves on when its socket says so. While nothing of its output
 // is read for the client timeout, it is ended with client-gone.
+//
+// Checks, which hold a table of findings each, run only so many at a time. The others are queued in
+// the order in which they came, and hold nothing but their request. A check stops counting when its
+// machine has been let go of, which is before the last of its answer has been read.
 //
 // Owners that hear of progress hear something in every state: of a job that runs after its slices,
 // of one that is silent when the time for that is up.
@@ -25,8 +30,10 @@
 
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 
 #include "agent/server/DeadlineQueue.h"
@@ -38,6 +45,8 @@ namespace KorvoAgent {
 
 struct SchedulerPolicy {
   AgentCommand::SlicePolicy slice;
+  /** How many checks run at a time. */
+  std::size_t checks = 4;
   /** How long a client may read nothing of what waits for it. */
   Qel::Duration clientTimeout = std::chrono::seconds(60);
   /** How long a job pauses whose slice had nothing to do yet. */
@@ -55,6 +64,8 @@ class SliceScheduler final : public LoopClient {
 
   /** Takes a request in; it counts as active until it ends. `owner` must outlive the job. */
   JobId begin(const RequestLine& request, uid_t user, JobOwner& owner);
+  /** Calls `start`, which makes the machine of a check, as soon as the check may run; not now. */
+  void queueCheck(JobId id, std::function<void()> start);
   /** Runs `machine` in slices; all its output goes to `output`. */
   void run(JobId id, Qel::Ptr<AgentCommand::AgentAsyncCommandRequestSm> machine,
            Qel::Ptr<Rendering::PrintBuffer> output);
@@ -77,7 +88,7 @@ class SliceScheduler final : public LoopClient {
   std::size_t numRequestsOf(uid_t user) const;
   const Qel::Clock& clock() const noexcept { return *clock_; }
 
-  bool runnable() const override { return numRunnable_ != 0; }
+  bool runnable() const override { return numRunnable_ != 0 || checkMayStart(); }
   void runPiece() override;
   std::optional<Qel::Duration> nextDeadline() const override;
   void deadlinesPassed(Qel::Duration now) override;
@@ -85,6 +96,11 @@ class SliceScheduler final : public LoopClient {
  private:
   Job* find(JobId id);
   Job* takeRunnable();
+  bool checkMayStart() const noexcept {
+    return !queuedChecks_.empty() && numRunningChecks_ < policy_.checks;
+  }
+  void startCheck();
+  void checkEnded(Job& job) noexcept;
   void stateIs(Job& job, Job::State state);
   void runSlice(Job& job);
   void deadlinePassed(Job& job, Qel::Duration now);
@@ -100,6 +116,8 @@ class SliceScheduler final : public LoopClient {
   std::map<JobId, Job> jobs_;
   std::deque<JobId> queue_;  // may name jobs that have ended or are blocked; they are passed over
   std::size_t numRunnable_ = 0;
+  std::set<JobId> queuedChecks_;  // numbers ascend as requests come
+  std::size_t numRunningChecks_ = 0;
   DeadlineQueue<JobId> deadlines_;  // of jobs that wait or are blocked
   DeadlineQueue<JobId> silences_;   // of all whose owners hear of progress: when they are to
   JobId lastId_ = 0;

@@ -52,6 +52,7 @@ TEST_F(AgentOptionsTest, WithoutOptionsTheDefaultsHold) {
   EXPECT_EQ(options.maxConnections, 1024U);
   EXPECT_EQ(options.maxConnectionsPerUser, 576U);
   EXPECT_EQ(options.maxRequestsPerUser, 512U);
+  EXPECT_EQ(options.maxChecks, 4U);
   EXPECT_EQ(options.sliceRows, std::nullopt);
   EXPECT_EQ(options.hwTableSize, std::nullopt);
   EXPECT_EQ(options.hwRate, 50'000);
@@ -104,6 +105,8 @@ TEST_F(AgentOptionsTest, EveryOptionIsRead) {
                   "6",
                   "--max-requests-per-user",
                   "8",
+                  "--max-checks",
+                  "2",
                   "--slice-rows",
                   "1",
                   "--slice-bytes",
@@ -126,6 +129,7 @@ TEST_F(AgentOptionsTest, EveryOptionIsRead) {
   EXPECT_EQ(options.maxConnections, 7U);
   EXPECT_EQ(options.maxConnectionsPerUser, 6U);
   EXPECT_EQ(options.maxRequestsPerUser, 8U);
+  EXPECT_EQ(options.maxChecks, 2U);
   EXPECT_EQ(options.sliceRows, 1U);
   EXPECT_EQ(options.sliceBytes, 4096U);
 }
@@ -167,6 +171,7 @@ TEST_F(AgentOptionsTest, WrongOptionsAreExplained) {
       {{"--slice-rows", "0"}, "--slice-rows"},
       {{"--max-connections", "0"}, "--max-connections"},
       {{"--max-connections-per-user", "0"}, "--max-connections-per-user"},
+      {{"--max-checks", "0"}, "--max-checks"},
       {{"--socket", ""}, "--socket: the path is empty"},
       {{"--socket"}, "--socket"},
       {{"--bogus"}, "--bogus"},
@@ -212,6 +217,7 @@ TEST_F(AgentOptionsTest, HelpNamesEveryOption) {
                                    "--max-connections",
                                    "--max-connections-per-user",
                                    "--max-requests-per-user",
+                                   "--max-checks",
                                    "--slice-rows",
                                    "--slice-bytes"}) {
     EXPECT_THAT(out.str(), HasSubstr(std::string(option) + " "));

@@ -211,6 +211,36 @@ class Hardware(TestCase):
                     self.assertEqual(readAll(connection), expected[line], line)
             self.assertNothingLeft(agent)
 
+    def test_checks_beyond_their_number_wait_for_their_turn(self):
+        # A report of more than a socket takes, whose reader does not read, keeps its turn.
+        options = ["--macs", 100000, "--chips", 1, "--hw-faults", 1, "--max-checks", 1]
+        with Agent(*options) as agent:
+            def states():
+                return {request["command"]: request["state"]
+                        for request in agent.askJson("agent json requests\n")["requests"]}
+            unread = agent.connect()
+            unread.sendall(b"async json MACT_DIFF0\n")
+            control, answer = agent.send("async json MACT_MISSING0\n")
+            cancelled, nothing = agent.send("async json MACT_DIFF0,0\n")
+            with unread, control, answer, cancelled, nothing:
+                waitUntil(lambda: states().get("MACT_DIFF0") == "waiting for its reader")
+                waitUntil(lambda: len(states()) == 4)
+                for waiting in ("MACT_MISSING0", "MACT_DIFF0,0"):
+                    self.assertEqual(states()[waiting], "waiting for its turn")
+                self.assertEqual(agent.live("L2MacDiffRequestSm"), 1)
+                self.assertEqual(agent.live("L2MacMissingRequestSm"), 0)
+                self.assertEqual(agent.live("DiffMacEntryTable"), 1)
+                number = {request["command"]: request["id"] for request in
+                          agent.askJson("agent json requests\n")["requests"]}["MACT_DIFF0,0"]
+                agent.ask(f"agent text cancel {number}\n")
+                self.assertEqual(readAll(nothing), b"")
+                self.assertEqual(events(cancelled)[-1]["status"], "cancelled")
+                self.assertEqual(states()["MACT_MISSING0"], "waiting for its turn")
+                self.assertGreater(len(json.loads(readAll(unread))["macTableDiffEntries"]), 10000)
+                self.assertGreater(len(json.loads(readAll(answer))["macTableMissingEntries"]), 10000)
+                self.assertEqual(events(control)[-1]["status"], "ok")
+            self.assertNothingLeft(agent)
+
     def test_chips_are_said_to_differ_in_what_there_is(self):
         document = {"version": 1, "switch": {"chips": [
             {"id": 0, "name": "a", "missing": [{"vlan": 10, "mac": "0200.0000.0001"}]}]}}

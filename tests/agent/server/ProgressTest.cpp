@@ -93,6 +93,20 @@ TEST_F(ProgressTest, SoIsARequestWhoseTurnDoesNotCome) {
   scheduler().end(client.id, {});
 }
 
+TEST_F(ProgressTest, SoIsACheckThatIsQueued) {
+  policy.checks = 1;
+  policy.slice.rowBudget = 1;
+  Client stuck;
+  stuck.port->answers = {0};
+  queueCheck(stuck, 10);
+  queueCheck(client, 10);
+  runAll();
+  ASSERT_EQ(scheduler().jobs().at(client.id).state(), Job::State::queued);
+  EXPECT_LE(liveOn([] {}), 16);
+  EXPECT_EQ(client.owner.progress.size(), 15U);
+  scheduler().endAll({});
+}
+
 TEST_F(ProgressTest, SoIsARequestBehindManyOthers) {
   // A hundred dumps whose slices take as long as slices may: ours has a turn every five seconds.
   policy.slice.rowBudget = 1;

@@ -90,6 +90,12 @@ class SchedulerHarness : public testing::Test {
   template <class Make>
   void startWith(Client& client, const Make& make) {
     begin(client);
+    runWith(client, make);
+  }
+
+  /** The same for a request that was taken in before. */
+  template <class Make>
+  void runWith(Client& client, const Make& make) {
     const auto output = buffer(client);
     const auto request = Qel::makePtr<const AgentCommand::AgentCommandRequest>(
         "request", "ROWS", 0U, Rendering::kText,
@@ -102,6 +108,17 @@ class SchedulerHarness : public testing::Test {
     startWith(client, [&](const auto& request) {
       return Qel::makePtr<RowsMachine>(request, std::chrono::milliseconds(50), clock, rows,
                                        std::move(beforeRow));
+    });
+  }
+
+  /** Queues a check of `rows` rows. */
+  void queueCheck(Client& client, std::uint64_t rows, RowsMachine::Hook beforeRow = {}) {
+    begin(client);
+    scheduler().queueCheck(client.id, [this, &client, rows, beforeRow = std::move(beforeRow)] {
+      runWith(client, [&](const auto& request) {
+        return Qel::makePtr<RowsMachine>(request, std::chrono::milliseconds(50), clock, rows,
+                                         beforeRow);
+      });
     });
   }
 

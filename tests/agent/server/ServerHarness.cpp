@@ -177,9 +177,10 @@ TestFormattedCallback::createAgentAsyncCommandRequestSm(
   outcomeIs({});
   const std::string& command = request->commandString();
   commandSeen = command;
-  if (command.starts_with("ROWS ")) {
+  for (const std::string_view keyword : {"ROWS ", "MACT_MISSING "}) {
+    if (!command.starts_with(keyword)) continue;
     return Qel::makePtr<RowsMachine>(request, std::chrono::milliseconds(50), clock_,
-                                     std::stoull(command.substr(5)), beforeRow);
+                                     std::stoull(command.substr(keyword.size())), beforeRow);
   }
   if (command == "WAIT") return Qel::makePtr<WaitingMachine>(request, clock_, mayGoOn);
   if (command == "THROW") throw std::runtime_error("no machine could be made");

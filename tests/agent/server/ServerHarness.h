@@ -89,7 +89,8 @@ class TestFormattedCallback final : public AgentCommand::CliCallbackBaseWithForm
   void handleCommand(std::uint32_t socket, std::string command,
                      std::uint32_t outputFormat) override;
   /**
-   * "ROWS n", "WAIT" (prints once mayGoOn), "NOT_READY", "THROW", "THROW_NUMBER",
+   * "ROWS n", "MACT_MISSING n" (a check, which prints the same), "WAIT" (prints once mayGoOn),
+   * "NOT_READY", "THROW", "THROW_NUMBER",
    * "THROW_ARGUMENT", "SILENT" (no machine and no word about it), else unknown.
    */
   Qel::Ptr<AgentCommand::AgentAsyncCommandRequestSm> createAgentAsyncCommandRequestSm(

@@ -267,6 +267,30 @@ TEST_F(ServerLimitTest, ARequestCannotCancelItself) {
   EXPECT_EQ(ask("agent text cancel 1\n"), "refused: request 1 is the one that asks\n");
 }
 
+TEST_F(ServerLimitTest, AChecksTurnIsAwaitedListedAndCancelledAndGoesWithItsClient) {
+  policy.scheduler.checks = 1;
+  const Request first = request("async text MACT_MISSING 10000000\n");
+  const Request second = request("async text MACT_MISSING 1\n");
+  FileDescriptor third = connect();
+  ASSERT_TRUE(sendWith(third.get(), "async text MACT_MISSING 2\n"));
+  const Request fourth = request("async text MACT_MISSING 3\n");
+  settle();
+  EXPECT_EQ(Qel::liveInstances("RowsMachine"), 1);
+  EXPECT_THAT(ask("agent json requests\n"),
+              HasSubstr("{\"id\":2,\"entry\":\"async\",\"format\":\"text\",\"user\":1000,"
+                        "\"state\":\"waiting for its turn\",\"rows\":0,"));
+  EXPECT_EQ(ask("async text ROWS 3\n"), rowsText(3)) << "only checks await their turn";
+  EXPECT_EQ(ask("agent text cancel 2\n"), "request 2 is cancelled\n");
+  EXPECT_THAT(received(second.control.get()), HasSubstr("\"status\":\"cancelled\""));
+  third.reset();
+  settle();
+  EXPECT_EQ(server().scheduler().jobs().size(), 2U);
+  EXPECT_EQ(ask("agent text cancel 1\n"), "request 1 is cancelled\n");
+  EXPECT_EQ(received(fourth.answer.get()), rowsText(3));
+  EXPECT_THAT(received(fourth.control.get()), HasSubstr("\"status\":\"ok\""));
+  EXPECT_EQ(received(second.answer.get()), "");
+}
+
 TEST_F(ServerLimitTest, OnlyItsUserAndThePrivilegedCancelARequest) {
   const FileDescriptor dump = waitingDump(1000);
   EXPECT_THAT(askAs(1001, "agent text cancel 1\n"),

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -76,6 +77,102 @@ TEST_F(SliceSchedulerTest, OutputIsTheSameAtEveryBudget) {
     while (budgeted.runnable()) budgeted.runPiece();
     EXPECT_EQ(client.port->taken, expected) << rows;
   }
+}
+
+class CheckTurnsTest : public SchedulerHarness {
+ protected:
+  Job::State stateOf(const Client& client) { return scheduler().jobs().at(client.id).state(); }
+};
+
+TEST_F(CheckTurnsTest, SoManyRunAtATimeAndTheOthersInTheOrderInWhichTheyCame) {
+  policy.checks = 2;
+  policy.slice.rowBudget = 1;
+  std::vector<Client> clients(5);
+  std::string order;
+  std::int64_t most = 0;
+  for (std::size_t i = 0; i < clients.size(); ++i) {
+    queueCheck(clients[i], 2, [&, name = static_cast<char>('a' + i)](std::uint64_t) {
+      order += name;
+      most = std::max(most, Qel::liveInstances("RowsMachine"));
+    });
+  }
+  EXPECT_EQ(Qel::liveInstances("RowsMachine"), 0) << "none is made before it may run";
+  runAll();
+  EXPECT_EQ(order, "ababcdcdee");
+  EXPECT_EQ(most, 2);
+  for (const Client& client : clients) {
+    EXPECT_EQ(client.port->taken, rowsText(2));
+    EXPECT_EQ(client.owner.status(), RequestStatus::ok);
+  }
+}
+
+TEST_F(CheckTurnsTest, OthersRunWhileChecksAreQueued) {
+  policy.checks = 1;
+  Client stuck;
+  Client queued;
+  Client other;
+  stuck.port->answers = {0};
+  policy.slice.rowBudget = 1;
+  queueCheck(stuck, 5);
+  queueCheck(queued, 5);
+  start(other, 5);
+  runAll();
+  EXPECT_EQ(stateOf(stuck), Job::State::blocked);
+  EXPECT_EQ(stateOf(queued), Job::State::queued);
+  EXPECT_FALSE(scheduler().runnable()) << "a check that is queued keeps nobody awake";
+  EXPECT_EQ(other.owner.status(), RequestStatus::ok);
+  scheduler().endAll({});
+}
+
+TEST_F(CheckTurnsTest, AQueuedCheckThatEndsGivesUpItsTurn) {
+  policy.checks = 1;
+  policy.slice.rowBudget = 1;
+  Client stuck;
+  Client leaves;
+  Client stays;
+  stuck.port->answers = {0};
+  queueCheck(stuck, 5);
+  queueCheck(leaves, 5);
+  queueCheck(stays, 5);
+  runAll();
+  scheduler().end(leaves.id, {RequestStatus::cancelled, ""});
+  EXPECT_EQ(leaves.owner.status(), RequestStatus::cancelled);
+  runAll();
+  EXPECT_EQ(stateOf(stays), Job::State::queued);
+  scheduler().end(stuck.id, {RequestStatus::cancelled, ""});
+  runAll();
+  EXPECT_EQ(stays.owner.status(), RequestStatus::ok);
+  EXPECT_EQ(leaves.port->taken, "");
+}
+
+TEST_F(CheckTurnsTest, ACheckThatOnlyItsReaderHoldsUpMakesRoom) {
+  policy.checks = 1;
+  Client unread;
+  Client next;
+  unread.port->answers = {0};
+  queueCheck(unread, 5);
+  queueCheck(next, 5);
+  runAll();
+  EXPECT_EQ(stateOf(unread), Job::State::blocked);
+  EXPECT_EQ(next.owner.status(), RequestStatus::ok);
+  scheduler().end(unread.id, {});
+}
+
+TEST_F(CheckTurnsTest, ACheckThatFailsOrThatNobodyStartsMakesRoom) {
+  policy.checks = 1;
+  Client failing;
+  Client unknown;
+  Client next;
+  queueCheck(failing, 5, [](std::uint64_t) { throw std::runtime_error("broken"); });
+  begin(unknown);
+  scheduler().queueCheck(unknown.id, [&] {
+    scheduler().end(unknown.id, {RequestStatus::noHandler, ""});
+  });
+  queueCheck(next, 5);
+  runAll();
+  EXPECT_EQ(failing.owner.status(), RequestStatus::error);
+  EXPECT_EQ(unknown.owner.status(), RequestStatus::noHandler);
+  EXPECT_EQ(next.owner.status(), RequestStatus::ok);
 }
 
 TEST_F(SliceSchedulerTest, ABlockedRequestIsNotRunUntilItsSocketDrains) {
