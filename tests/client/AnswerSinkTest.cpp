@@ -1,12 +1,18 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
 #include <poll.h>
+#include <sys/prctl.h>
 #include <sys/socket.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <array>
+#include <cerrno>
 #include <csignal>
+#include <cstddef>
 #include <string>
 #include <thread>
 #include <utility>
@@ -88,6 +94,40 @@ TEST_F(AnswerSinkTest, FileTakesTheSameAsAPipe) {
   EXPECT_EQ(move(sink).state, State::kEnd);
   ::lseek(file.get(), 0, SEEK_SET);
   EXPECT_EQ(readAvailable(file.get()), "text");
+}
+
+// Runs `body` in a thread of its own, in which splice() fails with `error` and does nothing.
+template <class F>
+void withoutSplice(int error, const F& body) {
+  std::thread([&] {
+    std::array<sock_filter, 4> filter{{
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_splice, 0, 1),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | static_cast<unsigned>(error)),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+    }};
+    const sock_fprog program{.len = filter.size(), .filter = filter.data()};
+    ASSERT_EQ(::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0), 0);
+    ASSERT_EQ(::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program), 0);
+    body();
+  }).join();
+}
+
+TEST_F(AnswerSinkTest, WhatCannotBeSplicedIsCopiedAndNothingIsLost) {
+  Pipe pipe;
+  DescriptorSink sink(pipe.writer.get());
+  arrives("spliced ");
+  EXPECT_EQ(move(sink).bytes, 8U);
+  arrives("copied");
+  withoutSplice(EINVAL, [&] {
+    const auto moved = move(sink);
+    EXPECT_EQ(moved.state, State::kMoved);
+    EXPECT_EQ(moved.bytes, 6U);
+    EXPECT_EQ(move(sink).state, State::kLater);
+    ends();
+    EXPECT_EQ(move(sink).state, State::kEnd);
+  });
+  EXPECT_EQ(readAvailable(pipe.reader.get()), "spliced copied");
 }
 
 TEST_F(AnswerSinkTest, ReaderThatHasGoneIsNoticed) {

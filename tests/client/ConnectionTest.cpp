@@ -8,9 +8,12 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
+#include <csignal>
 #include <cstring>
 #include <fstream>
 #include <string>
+#include <thread>
 #include <variant>
 
 #include "client/Connection.h"
@@ -87,6 +90,37 @@ TEST(ConnectionTest, LongestLineArrivesWholeWithOneDescriptor) {
             "via the descriptor");
   EXPECT_THAT(agent.requests(), testing::ElementsAre(command));
   EXPECT_EQ(descriptors, 1);
+}
+
+// A signal cuts a send() short that waits for room. The line is too long to be taken at once, so
+// that a send() of which something has arrived is under way until somebody reads.
+TEST(ConnectionTest, LineThatIsSentInPiecesHasOneDescriptor) {
+  std::array<int, 2> ends{};
+  ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()), 0);
+  const Descriptor ours(ends[0]);
+  FakeAgent::Peer peer{Descriptor(ends[1])};
+  const int least = 1;
+  ::setsockopt(ours.get(), SOL_SOCKET, SO_SNDBUF, &least, sizeof(least));
+  const auto channel = std::get<AnswerChannel>(makeAnswerChannel());
+  static std::atomic<int> interrupted{0};
+  struct sigaction action {};
+  action.sa_handler = [](int) { ++interrupted; };
+  struct sigaction before {};
+  ASSERT_EQ(::sigaction(SIGUSR1, &action, &before), 0);
+
+  const std::string command(65535, 'x');
+  std::thread sender(
+      [&] { EXPECT_TRUE(sendRequest(ours.get(), command + "\n", channel.theirs.get())); });
+  pollfd entry{.fd = ends[1], .events = POLLIN, .revents = 0};
+  EXPECT_EQ(::poll(&entry, 1, -1), 1);
+  ::pthread_kill(sender.native_handle(), SIGUSR1);
+  while (interrupted == 0) {
+    std::this_thread::yield();
+  }
+  EXPECT_EQ(peer.readRequest(), command);
+  sender.join();
+  ::sigaction(SIGUSR1, &before, nullptr);
+  EXPECT_EQ(peer.descriptorsReceived(), 1);
 }
 
 TEST(ConnectionTest, AgentThatHasHungUpIsNoticedWhenSending) {
