@@ -7,8 +7,8 @@
 #include <limits>
 #include <ostream>
 
-#include "agent/server/ConnectionSlots.h"
 #include "agent/server/SliceScheduler.h"
+#include "agent/server/UserPlaces.h"
 #include "text/Printable.h"
 
 namespace KorvoAgent {
@@ -148,9 +148,10 @@ std::optional<int> readAgentOptions(int argc, const char* const* argv, AgentOpti
   constexpr double kLongestTimeout = 24.0 * 60 * 60;
   double clientTimeout = 60;
   double lineTimeout = 10;
-  const ConnectionCounts connections;
-  options.maxConnections = connections.together;
-  options.maxConnectionsPerUser = connections.perUser;
+  options.maxConnections = kConnectionPlaces.together;
+  options.maxConnectionsPerUser = kConnectionPlaces.perUser;
+  options.maxUnreadAnswers = kUnreadPlaces.together;
+  options.maxUnreadAnswersPerUser = kUnreadPlaces.perUser;
   options.maxRequestsPerUser = 512;
   options.maxChecks = SchedulerPolicy().checks;
   app.add_option("--client-timeout", clientTimeout,
@@ -166,7 +167,7 @@ std::optional<int> readAgentOptions(int argc, const char* const* argv, AgentOpti
       ->group(kLimits);
   app.add_option("--max-connections", options.maxConnections,
                  fmt::format("Connections at a time; root and the agent's own user have {} more",
-                             connections.reserved))
+                             kConnectionPlaces.reserved))
       ->type_name("N")
       ->check(CLI::Range(1, 1'000'000))
       ->capture_default_str()
@@ -180,6 +181,20 @@ std::optional<int> readAgentOptions(int argc, const char* const* argv, AgentOpti
       ->group(kLimits);
   app.add_option("--max-requests-per-user", options.maxRequestsPerUser,
                  "Requests of one user at a time; questions to the agent do not count")
+      ->type_name("N")
+      ->check(CLI::Range(1, 1'000'000))
+      ->capture_default_str()
+      ->group(kLimits);
+  app.add_option("--max-unread-answers", options.maxUnreadAnswers,
+                 fmt::format("Answers at a time that wait for their readers; past it further "
+                             "requests are refused. Root and the agent's own user have {} more",
+                             kUnreadPlaces.reserved))
+      ->type_name("N")
+      ->check(CLI::Range(1, 1'000'000))
+      ->capture_default_str()
+      ->group(kLimits);
+  app.add_option("--max-unread-answers-per-user", options.maxUnreadAnswersPerUser,
+                 "The same of one user; for root and the agent's own user there is no such limit")
       ->type_name("N")
       ->check(CLI::Range(1, 1'000'000))
       ->capture_default_str()

@@ -35,6 +35,8 @@ struct AgentOptions {
   std::size_t maxConnections = 0;
   std::size_t maxConnectionsPerUser = 0;
   std::size_t maxRequestsPerUser = 0;
+  std::size_t maxUnreadAnswers = 0;
+  std::size_t maxUnreadAnswersPerUser = 0;
   std::size_t maxChecks = 0;
   std::optional<std::uint32_t> sliceRows;
   std::optional<std::size_t> sliceBytes;

@@ -141,6 +141,8 @@ ServerPolicy policyOf(const AgentOptions& options) {
   policy.connection.requestsPerUser = options.maxRequestsPerUser;
   policy.connections.together = options.maxConnections;
   policy.connections.perUser = options.maxConnectionsPerUser;
+  policy.unreadAnswers.together = options.maxUnreadAnswers;
+  policy.unreadAnswers.perUser = options.maxUnreadAnswersPerUser;
   policy.socketGroup = options.socketGroup;
   policy.access = AccessPolicy::ofThisProcess(options.adminGroup);
   return policy;

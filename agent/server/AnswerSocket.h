@@ -28,7 +28,7 @@ class AnswerSocket {
   std::size_t unread() const noexcept;
   /** Whether the peer has closed its end, or the connection broke; a half-close is neither. */
   bool peerGone() const noexcept;
-  /** Asks for room for a large answer, so that the agent waits for the peer as seldom as can be. */
+  /** Asks for room for a large answer. */
   void enlargeSendBuffer() const noexcept;
 
  private:

@@ -74,7 +74,6 @@ CommandEntries::Started CommandEntries::start(JobId id, const RequestLine& reque
       return started;
     }
   }
-  socket->enlargeSendBuffer();
   try {
     started.output = answerBuffer(socket, Rendering::PrintBuffer::kStream);
     const auto renderer =

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <string_view>
 #include <utility>
-#include <variant>
 
 #include "agent/server/Events.h"
 #include "agent/server/SocketEnd.h"
@@ -19,6 +18,20 @@ constexpr int kTimeoutsPerTurn = 16;
 // Clients over the limit that are being told so; more of them are told as far as that goes at once.
 constexpr std::size_t kTurnedAwayPolitely = 32;
 
+constexpr PlaceWords kOfConnections{
+    .things = "connections",
+    .ownAdvice = "close one of them and try again",
+    .commonAdvice = "try again when others have left",
+};
+
+constexpr PlaceWords kOfUnreadAnswers{
+    .things = "unread answers",
+    .ownAdvice =
+        "read one to its end, or end one (\"agent text requests\" lists them, \"agent text "
+        "cancel N\" ends one)",
+    .commonAdvice = "try again when others have been read",
+};
+
 }  // namespace
 
 CommandServer::CommandServer(EventLoop& loop, Qel::Ptr<const Qel::Clock> clock,
@@ -33,7 +46,8 @@ CommandServer::CommandServer(EventLoop& loop, Qel::Ptr<const Qel::Clock> clock,
       // Outside a callback's call only the text of requests that were ended is left over.
       handlerBefore_(
           Rendering::PrintBuffer::undeliveredHandlerIs([](std::uint32_t, std::string_view) {})),
-      slots_(policy_.connections, policy_.access) {
+      places_(policy_.connections, policy_.access, kOfConnections),
+      unreadAnswers_(policy_.unreadAnswers, policy_.access, kOfUnreadAnswers) {
   loop_.add(scheduler_);
   loop_.add(*this);
 }
@@ -62,23 +76,21 @@ void CommandServer::shutDown(const std::string& reason) {
 }
 
 bool CommandServer::connectionIs(FileDescriptor connection, Peer peer) {
-  auto place = slots_.take(peer.user);
-  const std::string* const refusal = std::get_if<std::string>(&place);
+  const std::optional<std::string> refusal = places_.refusal(peer.user);
   // Connections without a place are those of clients that are being told so.
-  if (refusal != nullptr && connections_.size() - slots_.numTaken() >= kTurnedAwayPolitely) {
+  if (refusal && connections_.size() - places_.numTaken() >= kTurnedAwayPolitely) {
     sayToClient(connection.get(), refusalLine(*refusal));
     endInput(connection.get());
     return false;
   }
   const std::uint64_t id = ++lastConnection_;
-  ConnectionSlot slot;
-  if (refusal == nullptr) slot = std::move(std::get<ConnectionSlot>(place));
+  UserPlace place = places_.take(peer.user);
   Connection& added =
       *connections_
            .emplace(id, std::make_unique<Connection>(*this, id, std::move(connection),
-                                                     std::move(peer), std::move(slot)))
+                                                     std::move(peer), std::move(place)))
            .first->second;
-  if (refusal != nullptr) {
+  if (refusal) {
     added.turnAway(*refusal);
   } else {
     added.serve();

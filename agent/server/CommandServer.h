@@ -11,16 +11,17 @@
 #include <string>
 
 #include "agent/server/Connection.h"
-#include "agent/server/ConnectionSlots.h"
 #include "agent/server/Listener.h"
 #include "agent/server/ListeningSocket.h"
+#include "agent/server/UserPlaces.h"
 
 namespace KorvoAgent {
 
 struct ServerPolicy {
   SchedulerPolicy scheduler;
   ConnectionLimits connection;
-  ConnectionCounts connections;
+  PlaceLimits connections = kConnectionPlaces;
+  PlaceLimits unreadAnswers = kUnreadPlaces;
   AccessPolicy access = AccessPolicy::ofThisProcess(std::nullopt);
   std::optional<Group> socketGroup;  ///< nothing: the one that the file gets by itself
   /** Tells who is at the other end of a connection that came in. */
@@ -50,6 +51,7 @@ class CommandServer final : public ConnectionHost, public LoopClient {
   SliceScheduler& scheduler() noexcept override { return scheduler_; }
   CommandEntries& entries() noexcept override { return entries_; }
   AgentQuestions& questions() noexcept override { return questions_; }
+  UserPlaces& unreadAnswers() noexcept override { return unreadAnswers_; }
   const ConnectionLimits& limits() const noexcept override { return policy_.connection; }
   const AccessPolicy& access() const noexcept override { return policy_.access; }
   void timeoutIs(Connection& connection, Qel::Duration wait) override;
@@ -73,7 +75,8 @@ class CommandServer final : public ConnectionHost, public LoopClient {
 
   std::optional<ListeningSocket> socket_;
   std::optional<Listener> listener_;
-  ConnectionSlots slots_;
+  UserPlaces places_;
+  UserPlaces unreadAnswers_;
   std::map<std::uint64_t, std::unique_ptr<Connection>> connections_;
   std::map<std::uint64_t, std::unique_ptr<Connection>> closed_;
   DeadlineQueue<std::uint64_t> timeouts_;

@@ -12,6 +12,7 @@
 #include "agent/server/Events.h"
 #include "agent/server/HardwareCommands.h"
 #include "agent/server/SocketEnd.h"
+#include "text/Printable.h"
 
 namespace KorvoAgent {
 
@@ -26,11 +27,11 @@ double seconds(Qel::Duration duration) { return std::chrono::duration<double>(du
 }  // namespace
 
 Connection::Connection(ConnectionHost& host, std::uint64_t id, FileDescriptor control, Peer peer,
-                       ConnectionSlot slot)
+                       UserPlace place)
     : host_(host),
       id_(id),
       peer_(std::move(peer)),
-      slot_(std::move(slot)),
+      place_(std::move(place)),
       control_(std::make_shared<AnswerSocket>(std::move(control))),
       answer_(control_),
       said_(answerBuffer(control_, Rendering::PrintBuffer::kHold)),
@@ -93,7 +94,7 @@ void Connection::close() noexcept {
   controlWatch_.reset();
   answer_->close();
   control_->close();
-  slot_.reset();
+  place_.reset();
   if (job_ != 0) host_.scheduler().end(job_, {RequestStatus::error, "the connection failed"});
   host_.closed(*this);
 }
@@ -161,14 +162,20 @@ void Connection::takeLine() {
     answerWatch_ = std::make_unique<DescriptorWatch>(host_.loop(), answer_->get());
   }
   // Whoever is at the limit can still ask what is under way, and cancel it.
-  if (request.entry != Entry::agent &&
-      host_.scheduler().numRequestsOf(peer_.user) >= host_.limits().requestsPerUser) {
-    return refuse(fmt::format(
-        "user {} has {} requests under way, which is the limit; wait for one to end, or "
-        "end one (\"agent text requests\" lists them, \"agent text cancel N\" ends one)",
-        peer_.user, host_.limits().requestsPerUser));
+  if (request.entry != Entry::agent) {
+    if (std::optional<std::string> problem = overLimit()) return refuse(std::move(*problem));
   }
   work(request);
+}
+
+std::optional<std::string> Connection::overLimit() const {
+  if (host_.scheduler().numRequestsOf(peer_.user) >= host_.limits().requestsPerUser) {
+    return fmt::format(
+        "user {} has {} requests under way, which is the limit; wait for one to end, or "
+        "end one (\"agent text requests\" lists them, \"agent text cancel N\" ends one)",
+        peer_.user, host_.limits().requestsPerUser);
+  }
+  return host_.unreadAnswers().refusal(peer_.user);
 }
 
 void Connection::refuse(std::string message) {
@@ -270,7 +277,14 @@ void Connection::answerHungUp() {
   host_.scheduler().end(job_, {RequestStatus::clientGone, "the answer's reader has gone"});
 }
 
+// An answer that its reader holds up gets room in the kernel, so that the agent waits for the
+// reader as seldom as can be, and a place with it. Where no place is left it goes on with the room
+// it has.
 void Connection::awaitWritable() {
+  if (!unreadPlace_.isTaken()) {
+    unreadPlace_ = host_.unreadAnswers().take(peer_.user);
+    if (unreadPlace_.isTaken()) answer_->enlargeSendBuffer();
+  }
   DescriptorWatch& watch = hasEvents() ? *answerWatch_ : *controlWatch_;
   watch.onWritable(guarded([this] { host_.scheduler().writable(job_); }));
 }
@@ -288,6 +302,7 @@ void Connection::jobProgress(const RequestFigures& figures) noexcept {
 void Connection::jobEnded(const RequestEnd& end, const RequestFigures& figures) noexcept {
   QEL_TRACE(agentTrace(), 5, "request {} ended: {} {}", job_, statusName(end.status), end.message);
   job_ = 0;
+  unreadPlace_.reset();
   if (state_ == State::closed) return;
   try {
     if (hasEvents()) {

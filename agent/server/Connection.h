@@ -11,6 +11,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -18,10 +19,10 @@
 #include "agent/server/AgentQuestions.h"
 #include "agent/server/AnswerSocket.h"
 #include "agent/server/CommandEntries.h"
-#include "agent/server/ConnectionSlots.h"
 #include "agent/server/ControlReader.h"
 #include "agent/server/EventLoop.h"
 #include "agent/server/SliceScheduler.h"
+#include "agent/server/UserPlaces.h"
 
 namespace KorvoAgent {
 
@@ -44,6 +45,7 @@ class ConnectionHost {
   virtual SliceScheduler& scheduler() noexcept = 0;
   virtual CommandEntries& entries() noexcept = 0;
   virtual AgentQuestions& questions() noexcept = 0;
+  virtual UserPlaces& unreadAnswers() noexcept = 0;
   virtual const ConnectionLimits& limits() const noexcept = 0;
   virtual const AccessPolicy& access() const noexcept = 0;
   /** Calls the connection's timedOut() after `wait`, in place of an earlier wish. */
@@ -56,11 +58,11 @@ class ConnectionHost {
 class Connection final : public JobOwner {
  public:
   /**
-   * `control` is the accepted socket, `peer` who is at its other end, `slot` the place that it
+   * `control` is the accepted socket, `peer` who is at its other end, `place` the one that it
    * takes while it is open; none where it is only to be turned away.
    */
   Connection(ConnectionHost& host, std::uint64_t id, FileDescriptor control, Peer peer,
-             ConnectionSlot slot);
+             UserPlace place);
   ~Connection() override;
 
   std::uint64_t id() const noexcept { return id_; }
@@ -95,6 +97,7 @@ class Connection final : public JobOwner {
   void answerAtOnce(const RequestLine& request);
   void answerQuestion(const RequestLine& request);
   void startInSlices();
+  std::optional<std::string> overLimit() const;
   void watchHangups();
   void controlHungUp();
   void answerHungUp();
@@ -107,7 +110,8 @@ class Connection final : public JobOwner {
   ConnectionHost& host_;
   std::uint64_t id_;
   Peer peer_;
-  ConnectionSlot slot_;
+  UserPlace place_;
+  UserPlace unreadPlace_;  // from when the answer was held up by its reader to its end
   State state_ = State::reading;
   bool lingers_ = false;  // the client may still be sending what nobody will read
 

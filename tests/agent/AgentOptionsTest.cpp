@@ -52,6 +52,8 @@ TEST_F(AgentOptionsTest, WithoutOptionsTheDefaultsHold) {
   EXPECT_EQ(options.maxConnections, 1024U);
   EXPECT_EQ(options.maxConnectionsPerUser, 576U);
   EXPECT_EQ(options.maxRequestsPerUser, 512U);
+  EXPECT_EQ(options.maxUnreadAnswers, 192U);
+  EXPECT_EQ(options.maxUnreadAnswersPerUser, 64U);
   EXPECT_EQ(options.maxChecks, 4U);
   EXPECT_EQ(options.sliceRows, std::nullopt);
   EXPECT_EQ(options.hwTableSize, std::nullopt);
@@ -105,6 +107,10 @@ TEST_F(AgentOptionsTest, EveryOptionIsRead) {
                   "6",
                   "--max-requests-per-user",
                   "8",
+                  "--max-unread-answers",
+                  "5",
+                  "--max-unread-answers-per-user",
+                  "4",
                   "--max-checks",
                   "2",
                   "--slice-rows",
@@ -129,6 +135,8 @@ TEST_F(AgentOptionsTest, EveryOptionIsRead) {
   EXPECT_EQ(options.maxConnections, 7U);
   EXPECT_EQ(options.maxConnectionsPerUser, 6U);
   EXPECT_EQ(options.maxRequestsPerUser, 8U);
+  EXPECT_EQ(options.maxUnreadAnswers, 5U);
+  EXPECT_EQ(options.maxUnreadAnswersPerUser, 4U);
   EXPECT_EQ(options.maxChecks, 2U);
   EXPECT_EQ(options.sliceRows, 1U);
   EXPECT_EQ(options.sliceBytes, 4096U);
@@ -171,6 +179,8 @@ TEST_F(AgentOptionsTest, WrongOptionsAreExplained) {
       {{"--slice-rows", "0"}, "--slice-rows"},
       {{"--max-connections", "0"}, "--max-connections"},
       {{"--max-connections-per-user", "0"}, "--max-connections-per-user"},
+      {{"--max-unread-answers", "0"}, "--max-unread-answers"},
+      {{"--max-unread-answers-per-user", "0"}, "--max-unread-answers-per-user"},
       {{"--max-checks", "0"}, "--max-checks"},
       {{"--socket", ""}, "--socket: the path is empty"},
       {{"--socket"}, "--socket"},
@@ -217,6 +227,8 @@ TEST_F(AgentOptionsTest, HelpNamesEveryOption) {
                                    "--max-connections",
                                    "--max-connections-per-user",
                                    "--max-requests-per-user",
+                                   "--max-unread-answers",
+                                   "--max-unread-answers-per-user",
                                    "--max-checks",
                                    "--slice-rows",
                                    "--slice-bytes"}) {

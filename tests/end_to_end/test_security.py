@@ -160,6 +160,33 @@ class Access(TestCase):
                 for words in (["agent", "chips"], kCompare):
                     self.assertEqual(self.runAs(agent, user, [], *words)[0], 0)
 
+    def test_unread_answers_of_a_user_keep_its_further_requests_out(self):
+        options = ["--socket-group", kSocketGroup, "--macs", 100000, "--max-unread-answers-per-user", 3]
+        told = ("user {} has 3 unread answers, which is the limit; read one to its end, or end one")
+        with self.agent(*options) as agent, contextlib.ExitStack() as unread:
+            def numUnread():
+                return [request["state"] for request in agent.askJson("agent json requests\n")[
+                    "requests"]].count("waiting for its reader")
+            os.setegid(kSocketGroup)
+            os.seteuid(kOperator)
+            try:
+                dumps = [unread.enter_context(agent.connect()) for _ in range(3)]
+            finally:
+                os.seteuid(0)
+                os.setegid(0)
+            for dump in dumps:
+                dump.sendall(b"async json MACT_ALL\n")
+            waitUntil(lambda: numUnread() == 3)
+            status, out, err = self.runAs(agent, kOperator, [kSocketGroup], *kCompare)
+            self.assertEqual((status, out), (3, ""))
+            self.assertIn(told.format(kOperator), err)
+            self.assertEqual(self.runAs(agent, kOperator, [kSocketGroup], "agent", "chips")[0], 0)
+            for user in (0, kStranger):
+                self.assertEqual(self.runAs(agent, user, [kSocketGroup], *kCompare)[0], 0)
+            self.assertGreater(len(json.loads(readAll(dumps[0]))["macTableEntries"]), 100000 - 1)
+            waitUntil(lambda: numUnread() == 2)
+            self.assertEqual(self.runAs(agent, kOperator, [kSocketGroup], *kCompare)[0], 0)
+
     def test_an_agent_that_may_not_give_its_socket_away_ends(self):
         folder = pathlib.Path(tempfile.mkdtemp(prefix="korvo-test-"))
         self.addCleanup(shutil.rmtree, folder, True)

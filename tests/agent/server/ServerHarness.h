@@ -90,8 +90,8 @@ class TestFormattedCallback final : public AgentCommand::CliCallbackBaseWithForm
                      std::uint32_t outputFormat) override;
   /**
    * "ROWS n", "MACT_MISSING n" (a check, which prints the same), "WAIT" (prints once mayGoOn),
-   * "NOT_READY", "THROW", "THROW_NUMBER",
-   * "THROW_ARGUMENT", "SILENT" (no machine and no word about it), else unknown.
+   * "NOT_READY", "THROW", "THROW_NUMBER", "THROW_ARGUMENT", "SILENT" (no machine and no word about
+   * it), else unknown.
    */
   Qel::Ptr<AgentCommand::AgentAsyncCommandRequestSm> createAgentAsyncCommandRequestSm(
       Qel::Ptr<const AgentCommand::AgentCommandRequest> request) override;

@@ -193,6 +193,68 @@ TEST_F(ServerLimitTest, QuestionsThatAreNotReadDoNotKeepRequestsOut) {
   EXPECT_EQ(ask("plain text PRINT hello\n"), "hello");
 }
 
+TEST_F(ServerLimitTest, UnreadAnswersOfAUserKeepFurtherRequestsOutAndOthersDoNotNotice) {
+  policy.unreadAnswers.perUser = 2;
+  const FileDescriptor first = waitingDump();
+  EXPECT_EQ(askAs(kUser, "plain text PRINT hello\n"), "hello");
+  const FileDescriptor second = waitingDump();
+  EXPECT_EQ(askAs(kUser, "plain text PRINT hello\n"),
+            "refused: user 1000 has 2 unread answers, which is the limit; read one to its end, or "
+            "end one (\"agent text requests\" lists them, \"agent text cancel N\" ends one)\n");
+  EXPECT_EQ(askAs(kUser + 1, "plain text PRINT hello\n"), "hello");
+  EXPECT_EQ(askAs(kUser, "agent text cancel 1\n"), "request 1 is cancelled\n");
+  EXPECT_EQ(askAs(kUser, "plain text PRINT hello\n"), "hello");
+}
+
+TEST_F(ServerLimitTest, AnAnswerThatIsReadToItsEndGivesItsPlaceBack) {
+  policy.unreadAnswers.perUser = 1;
+  const FileDescriptor client = connect();
+  // Bytes behind the line: the client is heard out after its answer, which counts no more by then.
+  ASSERT_TRUE(sendWith(client.get(), "async text ROWS 300000\nmore"));
+  settle();
+  EXPECT_THAT(askAs(kUser, "plain text PRINT hello\n"), HasSubstr("has 1 unread answers"));
+  std::string answer;
+  while (!atEnd(client.get())) {
+    answer += received(client.get());
+    settle();
+  }
+  EXPECT_TRUE(answer == rowsText(300000)) << answer.size() << " bytes";
+  EXPECT_EQ(askAs(kUser, "plain text PRINT hello\n"), "hello");
+}
+
+TEST_F(ServerLimitTest, UnreadAnswersOfAllHaveALimitAndWhoeverLooksAfterTheAgentHasMore) {
+  policy.unreadAnswers = {.together = 2, .perUser = 2, .reserved = 1};
+  waiting.push_back(waitingDump(1000));
+  waiting.push_back(waitingDump(1001));
+  EXPECT_EQ(askAs(1002, "plain text PRINT hello\n"),
+            "refused: the agent has 2 unread answers, which is the limit; try again when others "
+            "have been read\n");
+  EXPECT_EQ(askAs(0, "plain text PRINT hello\n"), "hello");
+  waiting.push_back(waitingDump(0));
+  EXPECT_THAT(askAs(0, "plain text PRINT hello\n"), HasSubstr("the agent has 3 unread answers"));
+}
+
+TEST_F(ServerLimitTest, OfManyRequestsThatCameAtOnceOnlySoManyAnswersGetMuchRoom) {
+  policy.unreadAnswers.perUser = 2;
+  std::vector<FileDescriptor> clients;
+  for (int i = 0; i < 5; ++i) {
+    clients.push_back(connect());
+    ASSERT_TRUE(sendWith(clients.back().get(), "async text ROWS 10000000\n"));
+  }
+  settle();
+  ASSERT_EQ(server().scheduler().jobs().size(), 5U) << "none was unread when they were taken in";
+  // What a socket holds that was given no room of its own.
+  const SocketPair plainPair = makeSocketPair();
+  const std::string row(1024, 'x');
+  std::size_t plainRoom = 0;
+  while (sendWith(plainPair.client.get(), row)) plainRoom += row.size();
+  int numLarge = 0;
+  for (const FileDescriptor& client : clients) {
+    if (received(client.get()).size() > 4 * plainRoom) ++numLarge;
+  }
+  EXPECT_EQ(numLarge, 2);
+}
+
 TEST_F(ServerLimitTest, TheAgentKnowsItsQuestions) {
   facts.chips = [] { return std::vector<AgentFacts::Chip>{{0, "Linecard3/0"}, {5, "a\"b"}}; };
   facts.findInterface = [](std::string_view name) {
