@@ -59,12 +59,9 @@ class Answer {
 
 class AnswerTable {
  public:
-  /**
-   * Rows and bytes of cells that a table takes. A plain command is one turn of the agent's loop, and
-   * a row costs some three microseconds: the turn stays below five milliseconds.
-   */
-  static constexpr std::size_t kMaxRows = 1'000;
-  static constexpr std::size_t kMaxBytes = std::size_t{1} << 17;
+  /** Rows and bytes of cells that a table takes; printing that many takes some ten milliseconds. */
+  static constexpr std::size_t kMaxRows = 10'000;
+  static constexpr std::size_t kMaxBytes = std::size_t{1} << 19;
 
   enum Alignment : std::uint8_t { kLeft, kRight };
   struct Column {

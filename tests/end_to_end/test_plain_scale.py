@@ -9,7 +9,7 @@ from korvo import *
 # A sanitizer's build takes many times as long, for each row and for those that are shown.
 kShare = 5 if kSanitized else 1
 kRows = 100_000 // kShare
-kMaxRows = 1_000
+kMaxRows = 10_000
 kChips = 128
 kGroups = 4096 // kShare
 

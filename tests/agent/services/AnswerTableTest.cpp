@@ -79,7 +79,7 @@ TEST(AnswerTableTest, RowsBeyondTheBoundAreCountedOnly) {
   const std::string text =
       printed(table, {.one = "chip", .many = "chips", .hint = "select one with CHIP+N"});
   EXPECT_EQ(std::ranges::count(text, '\n'), static_cast<std::ptrdiff_t>(AnswerTable::kMaxRows + 4));
-  EXPECT_TRUE(text.ends_with(" 999  x\n... 42 more; select one with CHIP+N\n1042 chips\n"));
+  EXPECT_TRUE(text.ends_with("9999  x\n... 42 more; select one with CHIP+N\n10042 chips\n"));
 }
 
 TEST(AnswerTableTest, WideRowsFillATableSooner) {
