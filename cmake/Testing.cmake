@@ -8,6 +8,12 @@
 
 include(GoogleTest)
 
+# Seconds after which a test has gone wrong. A sanitizer's build takes several times as long.
+set(testTimeout 120)
+if(KORVO_SANITIZE)
+  set(testTimeout 480)
+endif()
+
 # What most tests include takes longer to read than the tests to compile: read once, kept precompiled.
 # The options are those of a test program, whose position-independent code is a program's.
 add_library(korvo_test_headers OBJECT "${CMAKE_CURRENT_LIST_DIR}/TestHeaders.cpp")
@@ -43,7 +49,7 @@ function(korvo_add_test)
   endif()
   set_target_properties(${arg_NAME} PROPERTIES
     RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests/bin")
-  set(properties TIMEOUT 120)
+  set(properties TIMEOUT ${testTimeout})
   if(arg_LABEL)
     list(APPEND properties LABELS "${arg_LABEL}")
   endif()
@@ -69,7 +75,7 @@ function(korvo_add_python_tests)
       "korvo_add_python_tests(NAME name [TIMEOUT seconds] [ENVIRONMENT variable=value...])")
   endif()
   if(NOT arg_TIMEOUT)
-    set(arg_TIMEOUT 120)
+    set(arg_TIMEOUT ${testTimeout})
   endif()
   set(lister "${PROJECT_SOURCE_DIR}/cmake/ListPythonTests.py")
   file(GLOB modules CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/test_*.py")

@@ -316,16 +316,16 @@ TEST_F(ServerAnswerTest, ALongAnswerOfACallbackArrivesWholeAndInOrder) {
 }
 
 TEST_F(ServerAnswerTest, TheBytesOfALongCallbackAnswerAreCounted) {
-  const Request made = request("plain text BIG 60000\n");
+  const Request made = request("plain text BIG 400000\n");
   std::string answer;
   settle();
   EXPECT_EQ(received(made.control.get()), kAccepted);
-  for (int i = 0; i < 1000 && !atEnd(made.answer.get()); ++i) {
+  for (int i = 0; i < 10000 && !atEnd(made.answer.get()); ++i) {
     answer += received(made.answer.get());
     settle();
   }
-  EXPECT_TRUE(answer == rowsText(60000)) << answer.size() << " bytes";
-  EXPECT_EQ(received(made.control.get()), done("ok", "", 0, rowsText(60000).size(), 1));
+  EXPECT_TRUE(answer == rowsText(400000)) << answer.size() << " bytes";
+  EXPECT_EQ(received(made.control.get()), done("ok", "", 0, rowsText(400000).size(), 1));
 }
 
 TEST_F(ServerAnswerTest, ACallbackMayCloseItsSocketAndTheNumberMayBeReused) {
