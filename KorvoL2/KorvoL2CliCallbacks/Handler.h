@@ -30,8 +30,8 @@ class CliCallback::Handler : public Qel::Entity {
   /** What a command lacks; knows where it is written. */
   struct Lack {
     // Not explicit: handlers write a text.
-    Lack(const char* text,
-         const char* inFile = __builtin_FILE(),  // NOLINT(google-explicit-constructor)
+    // NOLINTNEXTLINE(google-explicit-constructor)
+    Lack(const char* text, const char* inFile = __builtin_FILE(),
          const char* inFunction = __builtin_FUNCTION(), int inLine = __builtin_LINE()) noexcept
         : reason(text), file(inFile), function(inFunction), line(inLine) {}
     const char* reason;
