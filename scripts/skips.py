@@ -26,6 +26,8 @@ ALLOWED = [
      "root may give a file to every group"),
     ("agent_server_test.ServerListenTest.WithoutDescriptorsClientsAreTurnedAwayAndTheLoopRests", sanitized,
      "a sanitizer needs descriptors of its own"),
+    ("agent_server_test.ServerAcceptPauseTest.SoTheyAreWhenNoDescriptorIsLeftToTurnThemAwayWith", sanitized,
+     "a sanitizer needs descriptors of its own"),
     ("platform_l2_test.VlanVpListTest.RowsThatComeInOrderTakeAboutTenBytesEach", sanitized,
      "a sanitizer's allocator does not tell what is in use"),
     ("end_to_end.test_memory.*", sanitized, "a sanitizer and valgrind do not go together"),
