@@ -6,8 +6,8 @@
 
 #include "platform/base/Exceptions.h"
 #include "platform/base/Tracked.h"
-#include "tests/KorvoL2/KeyedCollectionDamage.h"
 #include "tests/KorvoL2/VlanRangeHarness.h"
+#include "tests/support/KeyedCollectionTestAccess.h"
 
 namespace KorvoL2::Testing {
 namespace {
@@ -325,7 +325,7 @@ TEST_F(IngVlanRangeRequest, ADamagedSetOfInterfacesIsToldSoAndTheDocumentEnds) {
   }
   std::vector<std::string> reports;
   fcsd->intf.corruptionHandlerIs([&](std::string_view message) { reports.emplace_back(message); });
-  Qel::KeyedCollectionTestAccess::damageChunk(fcsd->intf, 2);
+  Qel::KeyedCollectionTestAccess::loseMark(fcsd->intf, 2);
   auto sm = start(kJson, 50);
   runToCompletion(*sm);
   EXPECT_THAT(reports, ElementsAre("keyed collection is damaged: a chunk has lost its mark"));

@@ -7,8 +7,8 @@
 
 #include "platform/base/Exceptions.h"
 #include "platform/base/Tracked.h"
-#include "tests/KorvoL2/KeyedCollectionDamage.h"
 #include "tests/KorvoL2/VxlanHarness.h"
+#include "tests/support/KeyedCollectionTestAccess.h"
 
 namespace KorvoL2::Testing {
 namespace {
@@ -399,7 +399,7 @@ TEST_F(RoutingInfoRequest, WhatALookUpThrowsPassesOnOnceTheTableIsLetGo) {
 TEST_F(RoutingInfoRequest, ACorruptedMacTableEndsTheRequestAndIsNoEndOfTheList) {
   for (unsigned vlan = 10; vlan <= 30; vlan += 10) putVlanSvp(vlan, 1);
   putMac(20, kRouterMac);
-  Qel::KeyedCollectionTestAccess::damageChunk(macs->shadow->entries, 0);
+  Qel::KeyedCollectionTestAccess::loseMark(macs->shadow->entries, 0);
   auto sm = make(kText);
   EXPECT_THROW(sm->runCommand(), Qel::CorruptionException);
   EXPECT_FALSE(sm->executionCompleteFlag());
@@ -410,7 +410,7 @@ TEST_F(RoutingInfoRequest, ACorruptedMapOfPortsIsToldSoAndTheWalkGoesOverWhatWas
   std::vector<std::string> reports;
   l2State->vlanToSvp.corruptionHandlerIs(
       [&](std::string_view message) { reports.emplace_back(message); });
-  Qel::KeyedCollectionTestAccess::damageChunk(l2State->vlanToSvp, 2);
+  Qel::KeyedCollectionTestAccess::loseMark(l2State->vlanToSvp, 2);
   auto sm = make(kText);
   runToCompletion(*sm);
   EXPECT_EQ(reports.size(), 1U);

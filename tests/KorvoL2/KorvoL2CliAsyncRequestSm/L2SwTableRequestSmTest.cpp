@@ -6,8 +6,8 @@
 #include "KorvoL2/KorvoL2CliAsyncRequestSm/L2SwTableRequestSm.h"
 #include "platform/base/Exceptions.h"
 #include "platform/base/Tracked.h"
-#include "tests/KorvoL2/KeyedCollectionDamage.h"
 #include "tests/KorvoL2/RequestHarness.h"
+#include "tests/support/KeyedCollectionTestAccess.h"
 
 namespace KorvoL2::Testing {
 namespace {
@@ -230,7 +230,7 @@ TEST_F(L2SwTableRequest, CorruptionGoesToTheTablesHandlerAndTheDumpEndsWithItsTr
   std::vector<std::string> reports;
   helper->shadow->entries.corruptionHandlerIs(
       [&](std::string_view message) { reports.emplace_back(message); });
-  Qel::KeyedCollectionTestAccess::damageChunk(helper->shadow->entries, 2);
+  Qel::KeyedCollectionTestAccess::loseMark(helper->shadow->entries, 2);
   for (const auto format : {kText, kJson}) {
     reports.clear();
     auto sm = start(format, 50);

@@ -7,8 +7,8 @@
 
 #include "platform/base/Exceptions.h"
 #include "platform/base/Tracked.h"
-#include "tests/KorvoL2/KeyedCollectionDamage.h"
 #include "tests/KorvoL2/VxlanHarness.h"
+#include "tests/support/KeyedCollectionTestAccess.h"
 
 namespace KorvoL2::Testing {
 namespace {
@@ -561,7 +561,7 @@ TEST_F(VxlanVlanRequest, ACorruptedTableOfPortsIsToldSoAndTheDumpEndsWithWhatWas
   std::vector<std::string> reports;
   l2State->portToEdgeSvp.corruptionHandlerIs(
       [&](std::string_view message) { reports.emplace_back(message); });
-  Qel::KeyedCollectionTestAccess::damageChunk(l2State->portToEdgeSvp, 2);
+  Qel::KeyedCollectionTestAccess::loseMark(l2State->portToEdgeSvp, 2);
   const std::string json = dump(kJson, true);
   EXPECT_THAT(reports, ElementsAre("keyed collection is damaged: a chunk has lost its mark"));
   rapidjson::Document document;
@@ -577,7 +577,7 @@ TEST_F(VxlanVlanRequest, ACorruptedSetOfVlansIsToldSoAndTheDumpEndsWithWhatWasRe
   std::vector<std::string> reports;
   l2State->vlanMapping.corruptionHandlerIs(
       [&](std::string_view message) { reports.emplace_back(message); });
-  Qel::KeyedCollectionTestAccess::damageChunk(l2State->vlanMapping, 2);
+  Qel::KeyedCollectionTestAccess::loseMark(l2State->vlanMapping, 2);
   const std::string text = dump(kText, false);
   EXPECT_EQ(reports.size(), 1U);
   EXPECT_THAT(text, HasSubstr("Vlan 1:\n"));
@@ -586,7 +586,7 @@ TEST_F(VxlanVlanRequest, ACorruptedSetOfVlansIsToldSoAndTheDumpEndsWithWhatWasRe
 
 TEST_F(VxlanVlanRequest, ACorruptedTableThatIsLookedUpInEndsTheRequest) {
   for (unsigned vlan = 1; vlan <= 1000; ++vlan) mapVlan(vlan, vlan);
-  Qel::KeyedCollectionTestAccess::damageChunk(l3Config->vlanMapping, 2);
+  Qel::KeyedCollectionTestAccess::loseMark(l3Config->vlanMapping, 2);
   auto sm = makeVlanDump(kText, false);
   EXPECT_THROW(runToCompletion(*sm), Qel::CorruptionException);
   EXPECT_FALSE(sm->executionCompleteFlag());
@@ -597,7 +597,7 @@ TEST_F(VxlanVlanRequest, AFailureWhileTheListIsBuiltEndsTheRequestAndBlamesNobod
   for (unsigned port = 1; port <= 10; ++port) putEdge(port, 10, 1);
   fcsd->lagIs(IntfId("Port-Channel1"));
   using Lags = FeatureAgentCommonSmData::LagToPortCollection;
-  Qel::KeyedCollectionTestAccess::damageChunk(const_cast<Lags&>(fcsd->lagToPort()), 0);
+  Qel::KeyedCollectionTestAccess::loseMark(const_cast<Lags&>(fcsd->lagToPort()), 0);
   bool blamed = false;
   l2State->portToEdgeSvp.corruptionHandlerIs([&](std::string_view) { blamed = true; });
   auto sm = makeVlanDump(kJson, true);

@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "platform/base/Tracked.h"
-#include "tests/KorvoL2/KeyedCollectionDamage.h"
 #include "tests/KorvoL2/VlanXlateHarness.h"
+#include "tests/support/KeyedCollectionTestAccess.h"
 
 namespace KorvoL2::Testing {
 namespace {
@@ -453,7 +453,7 @@ TEST_F(VlanXlateRequest, ADamagedDirectoryIsToldSoAndTheDumpGoesOnWithTheNextSec
   std::vector<std::string> reports;
   vlanSvps->entries.corruptionHandlerIs(
       [&](std::string_view message) { reports.emplace_back(message); });
-  Qel::KeyedCollectionTestAccess::damageChunk(vlanSvps->entries, 2);
+  Qel::KeyedCollectionTestAccess::loseMark(vlanSvps->entries, 2);
   auto sm = startIng(kText, 50);
   runToCompletion(*sm);
   EXPECT_THAT(reports, ElementsAre("keyed collection is damaged: a chunk has lost its mark"));

@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "platform/collections/KeyedCollection.h"
-#include "tests/platform/collections/KeyedCollectionTestAccess.h"
+#include "tests/support/KeyedCollectionTestAccess.h"
 
 namespace Qel {
 namespace {

@@ -13,7 +13,7 @@
 
 #include "platform/base/Ptr.h"
 #include "platform/collections/KeyedCollection.h"
-#include "tests/platform/collections/KeyedCollectionTestAccess.h"
+#include "tests/support/KeyedCollectionTestAccess.h"
 
 namespace Qel {
 namespace {

@@ -1,4 +1,5 @@
-// The collection's structure, laid open for its own tests: to measure it and to damage it.
+// The collection's structure, laid open for tests: to measure it, and to damage it as a stray write
+// would.
 #pragma once
 
 #include <cstddef>
