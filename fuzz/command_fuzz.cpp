@@ -28,6 +28,7 @@
 #include "fuzz/Check.h"
 #include "fuzz/Lines.h"
 #include "platform/base/Tracked.h"
+#include "tests/support/ManualClock.h"
 
 namespace {
 

@@ -14,6 +14,7 @@
 #include "agent/documents/StateDocument.h"
 #include "fuzz/Check.h"
 #include "platform/base/Exceptions.h"
+#include "tests/support/ManualClock.h"
 
 namespace {
 

@@ -3,11 +3,12 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <charconv>
 #include <cstring>
 #include <map>
+#include <utility>
+#include <vector>
 
 #include "platform/base/Exceptions.h"
 #include "text/Printable.h"
@@ -133,28 +134,6 @@ bool FileTraceSink::writeLine(std::string line) {
   // A filling disk takes a part of a line; what comes next starts on a line of its own.
   if (written != 0) torn_ = written != line.size() && !(torn_ && written == 1);
   return written == line.size();
-}
-
-void CapturingTraceSink::write(const TraceRecord& record) noexcept {
-  try {
-    lines_.push_back({std::string(record.handle), record.level, std::string(record.site.unit()),
-                      std::string(record.site.className()), std::string(record.site.function()),
-                      record.site.line(), std::string(record.message)});
-  } catch (...) {
-  }
-}
-
-std::vector<std::string> CapturingTraceSink::messages() const {
-  std::vector<std::string> result;
-  for (const Line& line : lines_) result.push_back(line.message);
-  return result;
-}
-
-bool CapturingTraceSink::contains(std::string_view message) const { return count(message) != 0; }
-
-std::size_t CapturingTraceSink::count(std::string_view message) const {
-  return static_cast<std::size_t>(
-      std::ranges::count_if(lines_, [&](const Line& line) { return line.message == message; }));
 }
 
 std::shared_ptr<TraceSink> traceSinkIs(std::shared_ptr<TraceSink> sink) {

@@ -18,7 +18,7 @@
 #include <mutex>
 #include <string>
 #include <string_view>
-#include <vector>
+#include <utility>
 
 namespace Qel {
 
@@ -119,29 +119,6 @@ class FileTraceSink final : public TraceSink {
   int fd_;
   std::uint64_t lost_ = 0;
   bool torn_ = false;  // the file ends within a line
-};
-
-/** Keeps lines in memory, for tests. */
-class CapturingTraceSink final : public TraceSink {
- public:
-  struct Line {
-    std::string handle;
-    int level;
-    std::string unit;
-    std::string className;
-    std::string function;
-    int line;
-    std::string message;
-  };
-  void write(const TraceRecord& record) noexcept override;
-  const std::vector<Line>& lines() const noexcept { return lines_; }
-  std::vector<std::string> messages() const;
-  bool contains(std::string_view message) const;
-  std::size_t count(std::string_view message) const;
-  void clear() noexcept { lines_.clear(); }
-
- private:
-  std::vector<Line> lines_;
 };
 
 /** Replaces the process's sink and returns the one before; null means standard error. */

@@ -19,6 +19,8 @@
 #include "platform/l2/L2TableReadSm.h"
 #include "platform/l2/McastHelper.h"
 #include "platform/rendering/TableRenderer.h"
+#include "tests/support/CapturingTraceSink.h"
+#include "tests/support/ManualClock.h"
 
 namespace KorvoL2::Testing {
 

@@ -9,6 +9,7 @@
 #include "tests/documents/Dump.h"
 #include "tests/documents/MacRows.h"
 #include "tests/documents/Text.h"
+#include "tests/support/ManualClock.h"
 
 namespace KorvoL2::Testing {
 

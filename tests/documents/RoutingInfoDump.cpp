@@ -6,6 +6,7 @@
 #include "tests/documents/MacRows.h"
 #include "tests/documents/RoutingInfo.h"
 #include "tests/documents/Text.h"
+#include "tests/support/ManualClock.h"
 
 namespace KorvoL2::Testing {
 

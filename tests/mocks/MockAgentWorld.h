@@ -12,6 +12,7 @@
 #include "tests/mocks/MockMacAddrSmHelper.h"
 #include "tests/mocks/MockMcastHelper.h"
 #include "tests/mocks/MockUnicastAgent.h"
+#include "tests/support/ManualClock.h"
 
 namespace KorvoL2::Testing {
 

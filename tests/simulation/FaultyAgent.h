@@ -11,6 +11,7 @@
 #include "agent/model/SeededRandom.h"
 #include "agent/model/SwitchModel.h"
 #include "platform/base/Clock.h"
+#include "tests/support/ManualClock.h"
 
 namespace KorvoSimulation {
 

@@ -20,6 +20,7 @@
 #include "tests/simulation/Client.h"
 #include "tests/simulation/Verdict.h"
 #include "tests/simulation/World.h"
+#include "tests/support/ManualClock.h"
 
 namespace KorvoSimulation {
 

@@ -5,6 +5,7 @@
 #include <stdexcept>
 
 #include "agent/model/LogicalPorts.h"
+#include "tests/support/ManualClock.h"
 
 namespace KorvoSimulation {
 

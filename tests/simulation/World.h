@@ -18,6 +18,7 @@
 #include "agent/model/SwitchModel.h"
 #include "tests/simulation/FaultyAgent.h"
 #include "tests/simulation/TableHistory.h"
+#include "tests/support/ManualClock.h"
 
 namespace KorvoSimulation {
 

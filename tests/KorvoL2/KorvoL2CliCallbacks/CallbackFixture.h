@@ -14,6 +14,7 @@
 #include "platform/base/Tracked.h"
 #include "tests/mocks/CommandSocket.h"
 #include "tests/mocks/MockAgentWorld.h"
+#include "tests/support/CapturingTraceSink.h"
 
 namespace KorvoL2::Testing {
 

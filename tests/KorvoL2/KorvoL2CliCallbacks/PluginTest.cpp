@@ -20,6 +20,7 @@
 #include "platform/command/PluginEntry.h"
 #include "tests/mocks/CommandSocket.h"
 #include "tests/mocks/MockAgentWorld.h"
+#include "tests/support/CapturingTraceSink.h"
 
 namespace KorvoL2::Testing {
 namespace {

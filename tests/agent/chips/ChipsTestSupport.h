@@ -8,6 +8,7 @@
 
 #include "agent/chips/SwitchHardware.h"
 #include "tests/agent/model/ModelTestSupport.h"
+#include "tests/support/ManualClock.h"
 
 namespace KorvoAgent::Testing {
 

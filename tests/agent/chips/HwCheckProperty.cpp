@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "agent/chips/SwitchHardware.h"
+#include "tests/support/ManualClock.h"
 
 namespace KorvoAgent {
 namespace {

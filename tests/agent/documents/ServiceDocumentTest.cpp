@@ -8,6 +8,7 @@
 #include "agent/documents/StateDocument.h"
 #include "tests/agent/documents/DocumentTestSupport.h"
 #include "tests/agent/model/ModelTestSupport.h"
+#include "tests/support/ManualClock.h"
 
 namespace KorvoAgent {
 namespace {

@@ -7,6 +7,7 @@
 
 #include "agent/model/SwitchModel.h"
 #include "platform/rendering/RendererV2.h"
+#include "tests/support/ManualClock.h"
 
 namespace KorvoAgent::Testing {
 

@@ -16,6 +16,7 @@
 #include "agent/chips/SwitchHardware.h"
 #include "agent/model/DemoSwitch.h"
 #include "platform/types/IntfId.h"
+#include "tests/support/ManualClock.h"
 
 namespace KorvoAgent {
 namespace {

@@ -10,6 +10,7 @@
 #include "agent/server/ChurnDriver.h"
 #include "agent/server/EventLoop.h"
 #include "tests/agent/server/ServerHarness.h"
+#include "tests/support/ManualClock.h"
 
 namespace KorvoAgent {
 namespace {

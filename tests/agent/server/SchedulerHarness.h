@@ -15,6 +15,7 @@
 #include "agent/server/SliceScheduler.h"
 #include "tests/agent/server/RowsMachine.h"
 #include "tests/platform/rendering/ScriptedPort.h"
+#include "tests/support/ManualClock.h"
 
 namespace KorvoAgent {
 

@@ -19,6 +19,7 @@
 
 #include "agent/server/CommandServer.h"
 #include "tests/agent/server/RowsMachine.h"
+#include "tests/support/ManualClock.h"
 
 namespace KorvoAgent {
 

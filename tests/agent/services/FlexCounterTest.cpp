@@ -6,6 +6,7 @@
 
 #include "agent/services/FlexCounterModel.h"
 #include "tests/agent/services/ServiceTestSupport.h"
+#include "tests/support/ManualClock.h"
 
 namespace KorvoAgent {
 namespace {

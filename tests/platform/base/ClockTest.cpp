@@ -3,6 +3,7 @@
 #include <chrono>
 
 #include "platform/base/Clock.h"
+#include "tests/support/ManualClock.h"
 
 namespace Qel {
 namespace {

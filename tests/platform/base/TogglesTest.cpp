@@ -10,6 +10,7 @@
 #include "platform/base/Exceptions.h"
 #include "platform/base/Toggles.h"
 #include "platform/base/Trace.h"
+#include "tests/support/CapturingTraceSink.h"
 
 namespace Qel {
 namespace {

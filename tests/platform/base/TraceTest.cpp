@@ -14,6 +14,7 @@
 
 #include "platform/base/Exceptions.h"
 #include "platform/base/Trace.h"
+#include "tests/support/CapturingTraceSink.h"
 
 namespace {
 

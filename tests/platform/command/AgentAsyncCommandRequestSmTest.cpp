@@ -12,6 +12,7 @@
 #include "platform/base/Exceptions.h"
 #include "platform/command/AgentAsyncCommandRequestSm.h"
 #include "tests/platform/rendering/ScriptedPort.h"
+#include "tests/support/ManualClock.h"
 
 namespace AgentCommand {
 namespace {
