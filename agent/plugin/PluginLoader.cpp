@@ -19,7 +19,7 @@ std::string lastLoaderError() {
 
 }  // namespace
 
-const AgentCommand::PluginEntry& loadPlugin(const std::string& file) {
+AgentCommand::PluginEntry loadPlugin(const std::string& file) {
   // A bare name would be looked for in the system's library folders, an empty one is this program.
   const std::string path = file.find('/') == std::string::npos ? "./" + file : file;
   void* const library = ::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);

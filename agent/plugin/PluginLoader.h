@@ -22,7 +22,7 @@ class PluginError : public std::runtime_error {
  * until the end. One of another interface version is refused before anything else of it is used.
  * Throws PluginError.
  */
-const AgentCommand::PluginEntry& loadPlugin(const std::string& file);
+AgentCommand::PluginEntry loadPlugin(const std::string& file);
 
 /** The file name of the plug-in that the agent loads unless told otherwise. */
 inline constexpr const char* kDefaultPlugin = "libKorvoL2CliCallbacks.so";

@@ -22,7 +22,7 @@ std::string errorOf(const std::string& file) {
 }
 
 TEST(PluginLoaderTest, APluginOfThisVersionMakesItsCallbacks) {
-  const AgentCommand::PluginEntry& entry = loadPlugin(KORVO_SMALL_PLUGIN);
+  const AgentCommand::PluginEntry entry = loadPlugin(KORVO_SMALL_PLUGIN);
   EXPECT_STREQ(entry.pluginName, "small");
   const auto plain = entry.cliCallback("agent");
   ASSERT_NE(plain, nullptr);
