@@ -7,6 +7,7 @@
 #include <limits>
 #include <ostream>
 
+#include "agent/chips/SwitchHardware.h"
 #include "agent/server/SliceScheduler.h"
 #include "agent/server/UserPlaces.h"
 #include "text/Printable.h"
@@ -154,6 +155,8 @@ std::optional<int> readAgentOptions(int argc, const char* const* argv, AgentOpti
   options.maxUnreadAnswersPerUser = kUnreadPlaces.perUser;
   options.maxRequestsPerUser = 512;
   options.maxChecks = SchedulerPolicy().checks;
+  constexpr std::size_t kMiB = 1024 * 1024;
+  std::size_t checkMemory = HardwarePolicy().checkMemory / kMiB;
   app.add_option("--client-timeout", clientTimeout,
                  "End a request whose client reads nothing for so long")
       ->type_name("SECONDS")
@@ -165,47 +168,33 @@ std::optional<int> readAgentOptions(int argc, const char* const* argv, AgentOpti
       ->check(numberIn(0.001, kLongestTimeout))
       ->capture_default_str()
       ->group(kLimits);
-  app.add_option("--max-connections", options.maxConnections,
-                 fmt::format("Connections at a time; root and the agent's own user have {} more",
-                             kConnectionPlaces.reserved))
-      ->type_name("N")
-      ->check(CLI::Range(1, 1'000'000))
-      ->capture_default_str()
-      ->group(kLimits);
-  app.add_option("--max-connections-per-user", options.maxConnectionsPerUser,
-                 "Connections of one user at a time; for root and the agent's own user there is no "
-                 "such limit")
-      ->type_name("N")
-      ->check(CLI::Range(1, 1'000'000))
-      ->capture_default_str()
-      ->group(kLimits);
-  app.add_option("--max-requests-per-user", options.maxRequestsPerUser,
-                 "Requests of one user at a time; questions to the agent do not count")
-      ->type_name("N")
-      ->check(CLI::Range(1, 1'000'000))
-      ->capture_default_str()
-      ->group(kLimits);
-  app.add_option("--max-unread-answers", options.maxUnreadAnswers,
-                 fmt::format("Answers at a time that wait for their readers; past it further "
-                             "requests are refused. Root and the agent's own user have {} more",
-                             kUnreadPlaces.reserved))
-      ->type_name("N")
-      ->check(CLI::Range(1, 1'000'000))
-      ->capture_default_str()
-      ->group(kLimits);
-  app.add_option("--max-unread-answers-per-user", options.maxUnreadAnswersPerUser,
-                 "The same of one user; for root and the agent's own user there is no such limit")
-      ->type_name("N")
-      ->check(CLI::Range(1, 1'000'000))
-      ->capture_default_str()
-      ->group(kLimits);
-  app.add_option("--max-checks", options.maxChecks,
-                 "Consistency checks of the MAC table that run at a time; others wait for their "
-                 "turn")
-      ->type_name("N")
-      ->check(CLI::Range(1, 1'000'000))
-      ->capture_default_str()
-      ->group(kLimits);
+  const auto addLimit = [&](const char* name, std::size_t& limit, const std::string& help) {
+    return app.add_option(name, limit, help)
+        ->type_name("N")
+        ->check(CLI::Range(1, 1'000'000))
+        ->capture_default_str()
+        ->group(kLimits);
+  };
+  addLimit("--max-connections", options.maxConnections,
+           fmt::format("Connections at a time; root and the agent's own user have {} more",
+                       kConnectionPlaces.reserved));
+  addLimit("--max-connections-per-user", options.maxConnectionsPerUser,
+           "Connections of one user at a time; for root and the agent's own user there is no such "
+           "limit");
+  addLimit("--max-requests-per-user", options.maxRequestsPerUser,
+           "Requests of one user at a time; questions to the agent do not count");
+  addLimit("--max-unread-answers", options.maxUnreadAnswers,
+           fmt::format("Answers at a time that wait for their readers; past it further requests "
+                       "are refused. Root and the agent's own user have {} more",
+                       kUnreadPlaces.reserved));
+  addLimit("--max-unread-answers-per-user", options.maxUnreadAnswersPerUser,
+           "The same of one user; for root and the agent's own user there is no such limit");
+  addLimit("--max-checks", options.maxChecks,
+           "Consistency checks of the MAC table that run at a time; others wait for their turn");
+  addLimit("--check-memory", checkMemory,
+           "Memory that the findings of one consistency check may take; past it the check ends "
+           "with an error")
+      ->type_name("MIB");
 
   const char* const kDiagnostics = "Diagnostics";
   app.add_option("--slice-rows", options.sliceRows,
@@ -230,6 +219,7 @@ std::optional<int> readAgentOptions(int argc, const char* const* argv, AgentOpti
   } catch (const CLI::ParseError& e) {
     return app.exit(e, out, err) == 0 ? kExitOk : kExitUsage;
   }
+  options.checkMemory = checkMemory * kMiB;
   options.clientTimeout = fromSeconds(clientTimeout);
   options.lineTimeout = fromSeconds(lineTimeout);
   return std::nullopt;

@@ -38,6 +38,7 @@ struct AgentOptions {
   std::size_t maxUnreadAnswers = 0;
   std::size_t maxUnreadAnswersPerUser = 0;
   std::size_t maxChecks = 0;
+  std::size_t checkMemory = 0;  ///< bytes
   std::optional<std::uint32_t> sliceRows;
   std::optional<std::size_t> sliceBytes;
 };

@@ -78,6 +78,7 @@ HardwarePolicy hardwarePolicyOf(const AgentOptions& options) {
   policy.tableSize = options.hwTableSize;
   policy.entriesPerSecond = options.hwRate;
   policy.faultRate = options.hwFaults;
+  policy.checkMemory = options.checkMemory;
   policy.seed = options.seed;
   return policy;
 }
@@ -218,7 +219,7 @@ int main(int argc, char** argv) {
       Qel::traceSinkIs(std::make_shared<Qel::FileTraceSink>(options.traceFile));
     }
     const std::string pluginFile = options.plugin.empty() ? findDefaultPlugin() : options.plugin;
-    const AgentCommand::PluginEntry& plugin = loadPlugin(pluginFile);
+    const AgentCommand::PluginEntry plugin = loadPlugin(pluginFile);
     setTracing(options);
     serve(options, plugin);
     return kExitOk;

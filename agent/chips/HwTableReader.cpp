@@ -1,5 +1,7 @@
 #include "agent/chips/HwTableReader.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <array>
 #include <iterator>
@@ -29,6 +31,7 @@ constexpr Qel::Duration kReadingPiece = std::chrono::milliseconds(1);
 // How long a table may stay for nobody. That its report is printed does not tell itself.
 constexpr Qel::Duration kBetweenLooks = std::chrono::milliseconds(20);
 constexpr std::size_t kEntriesPerShrink = 64;
+constexpr std::size_t kMiB = 1024 * 1024;
 
 // Entries between two looks at the clock. What a block needs is fetched from memory all at once.
 constexpr std::size_t kEntriesPerBlock = 64;
@@ -54,14 +57,24 @@ bool sameProperties(const KorvoL2::EntryPropertyDir* a, const KorvoL2::EntryProp
   return true;
 }
 
-/** The entry of `key` in a result table, added if it is not there. */
+// What the heap adds to each block of it, and what a node of a std::map holds beside its value.
+constexpr std::size_t kHeapBlock = 16;
+constexpr std::size_t kMapNode = 4 * sizeof(void*);
+
+std::size_t heapBytes(const std::string& text) {
+  static const std::size_t kInPlace = std::string().capacity();
+  return text.size() <= kInPlace ? 0 : text.size() + 1 + kHeapBlock;
+}
+
+/** The entry of `key` in a result table, added, and counted in `bytes`, if it is not there. */
 template <class Table, class Key>
-auto& resultOf(Table& table, const Key& key) {
+auto& resultOf(Table& table, const Key& key, std::size_t& bytes) {
   using Result = typename Table::Collection::Value::element_type;
   if (const auto* const present = table.entries().find(key)) return **present;
   auto added = Qel::makePtr<Result>();
   Result& result = *added;
   table.entries().put(key, std::move(added));
+  bytes += sizeof(Result) + kHeapBlock + sizeof(typename Table::Collection::Entry);
   return result;
 }
 
@@ -81,20 +94,21 @@ struct HwTableReader::Read : ResultTable {
   HwMacTable::Index nextIndex = 0;        // stage hardware: where it goes on
   std::size_t capacity = 0;               // of the chip's table
   std::vector<bool> met;                  // by index: entries of the chip found in software
+  std::size_t bytes = 0;                  // taken by the findings, about
 
   void compare(const HwChip& chip, HwChips& chips, const MacEntryCollection::Entry& entry);
   void differs(const HwChip& chip, const HwMacEntry& wanted, HwMacTable::Index index);
-  void isMissing(const HwChip& chip, const HwMacKey& key, bool inSoftware,
-                 std::int32_t hwTblIndex) const;
+  void isMissing(const HwChip& chip, const HwMacKey& key, bool inSoftware, std::int32_t hwTblIndex);
 };
 
 HwTableReader::HwTableReader(Qel::Ptr<const Qel::Clock> clock,
                              Qel::Ptr<const KorvoL2::MacTblShadow> software, HwChips& chips,
-                             const HwProgrammer& programmer)
+                             const HwProgrammer& programmer, std::size_t resultMemory)
     : clock_(std::move(clock)),
       software_(std::move(software)),
       chips_(chips),
-      programmer_(programmer) {}
+      programmer_(programmer),
+      resultMemory_(resultMemory) {}
 
 HwTableReader::~HwTableReader() = default;
 
@@ -108,6 +122,7 @@ void HwTableReader::newReqIs(const L2TableReadReq& request) {
   QEL_ASSERT((request.diffEntryTable != nullptr) == difference);
   QEL_ASSERT((request.missingEntryTable != nullptr) == !difference);
   const ResultTable table{request.diffEntryTable, request.missingEntryTable};
+  if (table.givenUp()) return;
   auto read = std::ranges::find_if(reads_, [&table](const Read& r) { return r == table; });
   if (read == reads_.end()) {
     finished_.remove(table);
@@ -140,6 +155,18 @@ void HwTableReader::ResultTable::completeIs(bool complete) const {
   } else {
     missing->readCompleteIs(complete);
   }
+}
+
+void HwTableReader::ResultTable::givenUpFor(const std::string& reason) const {
+  if (diff != nullptr) {
+    diff->whyGivenUpIs(reason);
+  } else {
+    missing->whyGivenUpIs(reason);
+  }
+}
+
+bool HwTableReader::ResultTable::givenUp() const noexcept {
+  return !(diff != nullptr ? diff->whyGivenUp() : missing->whyGivenUp()).empty();
 }
 
 bool HwTableReader::ResultTable::shrink() const {
@@ -205,6 +232,13 @@ void HwTableReader::runRead() {
   bool more = true;
   do {
     more = step(*read);
+    if (read->bytes > resultMemory_) {
+      read->givenUpFor(
+          fmt::format("the findings take more than {} MiB; name fewer chips, or start "
+                      "the agent with a larger --check-memory",
+                      resultMemory_ / kMiB));
+      more = false;
+    }
   } while (more && !timer.spent());
   if (more) {
     reads_.splice(reads_.end(), reads_, read);
@@ -314,24 +348,28 @@ void HwTableReader::Read::compare(const HwChip& chip, HwChips& chipSet,
 
 void HwTableReader::Read::differs(const HwChip& chip, const HwMacEntry& wanted,
                                   HwMacTable::Index index) {
-  DiffMacEntry& result = resultOf(*diff, wanted.pair);
+  DiffMacEntry& result = resultOf(*diff, wanted.pair, bytes);
   const PropertyDirs::Dir& software = properties.of(wanted);
   if (!sameProperties(result.swEntry.get(), software.get())) result.hwEntries.clear();
   result.swEntry = software;
   if (result.hwEntries.empty()) result.hwTblIndex = static_cast<std::int32_t>(index);
-  result.hwEntries[chip.name] = properties.of(chip.macTable.at(index));
+  const auto [of, added] = result.hwEntries.try_emplace(chip.name);
+  of->second = properties.of(chip.macTable.at(index));
+  if (added) bytes += kMapNode + sizeof(*of) + kHeapBlock + heapBytes(chip.name);
   result.diffCount = static_cast<std::uint32_t>(result.hwEntries.size());
 }
 
 void HwTableReader::Read::isMissing(const HwChip& chip, const HwMacKey& key, bool inSoftware,
-                                    std::int32_t hwTblIndex) const {
-  MissingMacEntry& result =
-      resultOf(*missing, KorvoL2::L2HwEntryKey(key.pair.vlan(), key.pair.mac(), key.keyType));
+                                    std::int32_t hwTblIndex) {
+  MissingMacEntry& result = resultOf(
+      *missing, KorvoL2::L2HwEntryKey(key.pair.vlan(), key.pair.mac(), key.keyType), bytes);
   if (result.inSw != inSoftware) result.modules.clear();
   result.inSw = inSoftware;
   if (result.modules.empty()) result.hwTblIndex = hwTblIndex;
   const auto at = std::ranges::lower_bound(result.modules, chip.name);
-  if (at == result.modules.end() || *at != chip.name) result.modules.insert(at, chip.name);
+  if (at != result.modules.end() && *at == chip.name) return;
+  result.modules.insert(at, chip.name);
+  bytes += sizeof(std::string) + kHeapBlock + heapBytes(chip.name);
 }
 
 }  // namespace KorvoAgent

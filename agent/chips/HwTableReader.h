@@ -22,6 +22,10 @@
 // table: its completion flag is set when everything that was asked for it, before the closing
 // request or after, is done. A request after that opens the table again.
 //
+// A table whose findings take more memory than the reader's policy allows is given up: what was
+// asked for it is dropped, and it says why (MacResultTable::whyGivenUp). The memory is counted by
+// what a finding is made of, not measured.
+//
 // A table that nobody but the reader holds is dropped, with all that was asked for it, at the start
 // of the next turn: its client has gone. The reader keeps hold of a finished table, too, until its
 // client lets go of it: results can be half a million entries, which take longer to be freed than
@@ -34,6 +38,7 @@
 #include <cstdint>
 #include <list>
 #include <optional>
+#include <string>
 
 #include "agent/chips/HwChips.h"
 #include "agent/chips/HwProgrammer.h"
@@ -48,9 +53,10 @@ namespace KorvoAgent {
 class HwTableReader final : public KorvoL2::L2TableReadSm, public LoopClient {
   QEL_TRACKED_ALLOCATION(HwTableReader)
  public:
-  /** The chips and the programmer outlive the reader. */
+  /** The chips and the programmer outlive the reader. `resultMemory`: bytes that the findings for
+   * one result table may take. */
   HwTableReader(Qel::Ptr<const Qel::Clock> clock, Qel::Ptr<const KorvoL2::MacTblShadow> software,
-                HwChips& chips, const HwProgrammer& programmer);
+                HwChips& chips, const HwProgrammer& programmer, std::size_t resultMemory);
   ~HwTableReader() override;
 
   std::uint64_t createTransactionId() override { return ++lastTransactionId_; }
@@ -80,6 +86,8 @@ class HwTableReader final : public KorvoL2::L2TableReadSm, public LoopClient {
     /** Nobody else holds it. */
     bool abandoned() const noexcept;
     void completeIs(bool complete) const;
+    void givenUpFor(const std::string& reason) const;
+    bool givenUp() const noexcept;
     /** Frees some entries; false when none is left. */
     bool shrink() const;
   };
@@ -97,6 +105,7 @@ class HwTableReader final : public KorvoL2::L2TableReadSm, public LoopClient {
   Qel::Ptr<const KorvoL2::MacTblShadow> software_;
   HwChips& chips_;
   const HwProgrammer& programmer_;
+  std::size_t resultMemory_;
   KorvoL2::KorvoL2McastHelper* mcastHelper_ = nullptr;
   std::list<Read> reads_;             // the table at the front is next
   std::list<ResultTable> finished_;   // complete, and still being printed

@@ -26,7 +26,7 @@ SwitchHardware::SwitchHardware(Qel::Ptr<const Qel::Clock> clock, Qel::Ptr<Switch
                   policy.seed),
       rows_(chips_),
       reader_(Qel::makePtr<HwTableReader>(std::move(clock), &model_->swMacTable(), chips_,
-                                          programmer_)) {
+                                          programmer_, policy.checkMemory)) {
   const std::size_t slots = tableSize(policy, model_->swMacTable().size());
   for (const Chip& chip : model_->chips()) {
     chips_.chipIs(chip.id, chip.name, slots);

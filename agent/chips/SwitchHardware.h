@@ -27,6 +27,8 @@ struct HardwarePolicy {
   double entriesPerSecond = 50'000;
   /** The share of writes that go wrong. */
   double faultRate = 0;
+  /** Bytes that the findings of one consistency check may take. */
+  std::size_t checkMemory = std::size_t{256} * 1024 * 1024;
   std::uint64_t seed = 1;
 };
 

@@ -3,7 +3,9 @@
 // A consistency check posts one read request for each chip and a closing request with the null
 // chip; the reader reads each chip's hardware MAC table, compares it with the software shadow,
 // fills the result table that the request names, and sets that table's completion flag when
-// everything before the closing request is done. The flag is the only signal that comes back.
+// everything before the closing request is done. The flag is the only signal that comes back. A
+// reader that cannot complete a table says so in the table; whoever asks for the flag then gets an
+// exception with the reason, so no check waits for a table that will never be complete.
 //
 // Threading: the agent's event-loop thread only; reads run between slices of it.
 #pragma once
@@ -16,6 +18,7 @@
 #include <vector>
 
 #include "platform/base/Attribute.h"
+#include "platform/base/Exceptions.h"
 #include "platform/base/Tracked.h"
 #include "platform/collections/KeyedCollection.h"
 #include "platform/types/FapId.h"
@@ -87,10 +90,20 @@ class MacResultTable : public Qel::Entity {
   using Collection = Qel::KeyedCollection<Key, Qel::Ptr<Entry>>;
   Collection& entries() noexcept { return entries_; }
   const Collection& entries() const noexcept { return entries_; }
-  /** Set by the reader when nothing will be added any more. */
-  QEL_ATTRIBUTE(bool, readComplete)
+  /**
+   * Set by the reader when nothing will be added any more. Throws Qel::Exception with the reader's
+   * reason when the reader has given up: the entries are then some of those that there are.
+   */
+  bool readComplete() const {
+    if (!whyGivenUp_.empty()) throw Qel::Exception(whyGivenUp_);
+    return readComplete_;
+  }
+  void readCompleteIs(bool complete) { attributeIs(readComplete_, complete, "readComplete"); }
+  /** Why the table will never be complete; empty as long as it may be. */
+  QEL_ATTRIBUTE(std::string, whyGivenUp)
 
  private:
+  bool readComplete_ = false;
   Collection entries_;
 };
 

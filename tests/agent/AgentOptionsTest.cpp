@@ -55,6 +55,7 @@ TEST_F(AgentOptionsTest, WithoutOptionsTheDefaultsHold) {
   EXPECT_EQ(options.maxUnreadAnswers, 192U);
   EXPECT_EQ(options.maxUnreadAnswersPerUser, 64U);
   EXPECT_EQ(options.maxChecks, 4U);
+  EXPECT_EQ(options.checkMemory, std::size_t{256} * 1024 * 1024);
   EXPECT_EQ(options.sliceRows, std::nullopt);
   EXPECT_EQ(options.hwTableSize, std::nullopt);
   EXPECT_EQ(options.hwRate, 50'000);
@@ -113,6 +114,8 @@ TEST_F(AgentOptionsTest, EveryOptionIsRead) {
                   "4",
                   "--max-checks",
                   "2",
+                  "--check-memory",
+                  "3",
                   "--slice-rows",
                   "1",
                   "--slice-bytes",
@@ -138,6 +141,7 @@ TEST_F(AgentOptionsTest, EveryOptionIsRead) {
   EXPECT_EQ(options.maxUnreadAnswers, 5U);
   EXPECT_EQ(options.maxUnreadAnswersPerUser, 4U);
   EXPECT_EQ(options.maxChecks, 2U);
+  EXPECT_EQ(options.checkMemory, std::size_t{3} * 1024 * 1024);
   EXPECT_EQ(options.sliceRows, 1U);
   EXPECT_EQ(options.sliceBytes, 4096U);
 }
@@ -182,6 +186,7 @@ TEST_F(AgentOptionsTest, WrongOptionsAreExplained) {
       {{"--max-unread-answers", "0"}, "--max-unread-answers"},
       {{"--max-unread-answers-per-user", "0"}, "--max-unread-answers-per-user"},
       {{"--max-checks", "0"}, "--max-checks"},
+      {{"--check-memory", "0"}, "--check-memory"},
       {{"--socket", ""}, "--socket: the path is empty"},
       {{"--socket"}, "--socket"},
       {{"--bogus"}, "--bogus"},
@@ -230,6 +235,7 @@ TEST_F(AgentOptionsTest, HelpNamesEveryOption) {
                                    "--max-unread-answers",
                                    "--max-unread-answers-per-user",
                                    "--max-checks",
+                                   "--check-memory",
                                    "--slice-rows",
                                    "--slice-bytes"}) {
     EXPECT_THAT(out.str(), HasSubstr(std::string(option) + " "));

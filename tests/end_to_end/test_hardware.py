@@ -241,6 +241,18 @@ class Hardware(TestCase):
                 self.assertEqual(events(control)[-1]["status"], "ok")
             self.assertNothingLeft(agent)
 
+    def test_check_that_finds_too_much_ends_with_an_error_that_says_how_to_narrow_it(self):
+        options = ["--macs", 100000, "--chips", 2, "--hw-faults", 1, "--check-memory", 1]
+        with Agent(*options) as agent:
+            for words in (["diff"], ["missing", "--json"]):
+                done = agent.client("check", "mac", *words)
+                self.assertEqual((done.returncode, done.stdout), (5, b""))
+                self.assertEqual(
+                    done.stderr.decode(),
+                    "korvoctl: the command failed: the findings take more than 1 MiB; name fewer "
+                    "chips, or start the agent with a larger --check-memory\n")
+            self.assertNothingLeft(agent)
+
     def test_chips_are_said_to_differ_in_what_there_is(self):
         document = {"version": 1, "switch": {"chips": [
             {"id": 0, "name": "a", "missing": [{"vlan": 10, "mac": "0200.0000.0001"}]}]}}

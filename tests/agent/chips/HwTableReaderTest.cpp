@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <utility>
@@ -364,6 +365,66 @@ TEST_F(HwTableReaderTest, ACompleteTableThatIsNamedAgainIsOpenUntilItIsClosedAga
   readAll();
   EXPECT_EQ(Qel::liveInstances("DiffMacEntryTable"), 0);
   EXPECT_EQ(Qel::liveInstances("MissingMacEntryTable"), 0);
+}
+
+TEST_F(HwTableReaderTest, ATableWhoseFindingsTakeTooMuchMemoryIsGivenUpAndSaysHowToNarrowIt) {
+  policy_.checkMemory = std::size_t{1024} * 1024;
+  fill(20'000);
+  startHardware();
+  for (std::uint64_t mac = 1; mac <= 20'000; ++mac) {
+    tamper(0, 10, mac, 9);
+    lose(1, 10, mac);
+  }
+  auto differing = askForDiff({0, 1});
+  auto lacking = askForMissing({1, 2});
+  const auto narrower = askForMissing({2});
+  readAll();
+  for (const auto& complete : {std::function<bool()>([&] { return differing->readComplete(); }),
+                               std::function<bool()>([&] { return lacking->readComplete(); })}) {
+    try {
+      complete();
+      ADD_FAILURE() << "it is not told";
+    } catch (const Qel::Exception& e) {
+      EXPECT_STREQ(e.what(),
+                   "the findings take more than 1 MiB; name fewer chips, or start the agent with a "
+                   "larger --check-memory");
+    }
+  }
+  EXPECT_TRUE(narrower->readComplete()) << "one that finds little has its answer beside them";
+  // At least a third of the memory was used, at 300 bytes for the larger kind of finding, and a
+  // finding takes no less than what is kept of it.
+  EXPECT_GT(differing->entries().size(), 1024 * 1024 / 3 / 300);
+  EXPECT_LT(differing->entries().size(), 1024 * 1024 / sizeof(DiffMacEntry));
+  EXPECT_LT(lacking->entries().size(), 1024 * 1024 / sizeof(MissingMacEntry));
+  // Another request for such a table changes nothing.
+  const std::size_t found = differing->entries().size();
+  post(differing, 0);
+  readAll();
+  EXPECT_THROW(static_cast<void>(differing->readComplete()), Qel::Exception);
+  EXPECT_EQ(differing->entries().size(), found);
+  // What was found is freed with its client.
+  differing.reset();
+  lacking.reset();
+  letReaderLook();
+  readAll();
+  EXPECT_EQ(Qel::liveInstances("DiffMacEntry"), 0);
+  EXPECT_EQ(Qel::liveInstances("DiffMacEntryTable"), 0);
+}
+
+TEST_F(HwTableReaderTest, EveryChipThatAFindingNamesCountsAsMemory) {
+  // 4,000 findings on one chip fit in, on three they do not.
+  policy_.checkMemory = std::size_t{1024} * 1024;
+  fill(4'000);
+  startHardware();
+  for (unsigned id = 0; id < 3; ++id) {
+    for (std::uint64_t mac = 1; mac <= 4'000; ++mac) tamper(id, 10, mac, 9);
+  }
+  const auto one = askForDiff({0});
+  const auto three = askForDiff({0, 1, 2});
+  readAll();
+  EXPECT_TRUE(one->readComplete());
+  EXPECT_EQ(one->entries().size(), 4'000U);
+  EXPECT_THROW(static_cast<void>(three->readComplete()), Qel::Exception);
 }
 
 TEST_F(HwTableReaderTest, AClosingRequestAloneCompletesATable) {
