@@ -33,6 +33,14 @@
 #include "platform/types/IntfCalled.h"
 #include "text/Printable.h"
 
+// Options of the allocator. What a large check frees goes back to the system within seconds, a
+// little at a time and by a thread of the allocator's own, so that no turn of the loop pays for it.
+extern "C" {
+extern const char* malloc_conf;
+[[gnu::visibility("default")]] const char* malloc_conf =
+    "background_thread:true,narenas:1,dirty_decay_ms:2000,muzzy_decay_ms:0";
+}
+
 namespace {
 
 using namespace KorvoAgent;  // NOLINT(google-build-using-namespace): this file is the agent's main

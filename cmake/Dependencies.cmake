@@ -42,7 +42,10 @@ add_library(RapidJSON::RapidJSON INTERFACE IMPORTED GLOBAL)
 set_target_properties(RapidJSON::RapidJSON PROPERTIES
   INTERFACE_INCLUDE_DIRECTORIES "${KORVO_RAPIDJSON_INCLUDE}")
 
-mark_as_advanced(KORVO_ASIO_INCLUDE KORVO_RAPIDJSON_INCLUDE)
+# The agent's allocator: it gives back what was freed without a pause.
+find_library(KORVO_JEMALLOC jemalloc REQUIRED)
+
+mark_as_advanced(KORVO_ASIO_INCLUDE KORVO_RAPIDJSON_INCLUDE KORVO_JEMALLOC)
 
 if(KORVO_BUILD_TESTS)
   find_package(GTest REQUIRED CONFIG)

@@ -11,7 +11,7 @@
 
 readonly kBuildPackages=(
   cmake ninja-build g++ ccache libasio-dev libabsl-dev libboost-dev rapidjson-dev libsimdjson-dev
-  libcli11-dev)
+  libcli11-dev libjemalloc-dev)
 readonly kTestPackages=(
   libgtest-dev libgmock-dev librapidcheck-dev jq socat iproute2 python3 python3-jsonschema
   valgrind zsh groff mandoc systemd binutils)

@@ -79,6 +79,11 @@ class Agent:
         connection.connect(self.socket)
         return connection
 
+    def resident(self):
+        """Bytes of memory that the process holds now."""
+        statm = pathlib.Path(f"/proc/{self.process.pid}/statm").read_text()
+        return int(statm.split()[1]) * os.sysconf("SC_PAGE_SIZE")
+
     def ask(self, line):
         """The whole answer to a request line that carries no descriptor."""
         with self.connect() as connection:

@@ -241,7 +241,9 @@ class Pinger(threading.Thread):
 
 
 def numThreads(agent):
-    return len(os.listdir(f"/proc/{agent.process.pid}/task"))
+    """The agent's threads; the allocator's, which only gives memory back, is not one of them."""
+    tasks = pathlib.Path(f"/proc/{agent.process.pid}/task")
+    return sum((task / "comm").read_text() != "jemalloc_bg_thd\n" for task in tasks.iterdir())
 
 
 def openDescriptors(agent):

@@ -106,13 +106,9 @@ class Commands(TestCase):
 
     @unittest.skipIf(kSanitized, "a sanitizer's memory is not the agent's")
     def test_dump_that_nobody_reads_costs_at_most_two_mebibytes(self):
-        def resident(agent):
-            statm = pathlib.Path(f"/proc/{agent.process.pid}/statm").read_text()
-            return int(statm.split()[1]) * os.sysconf("SC_PAGE_SIZE")
-
         with Agent("--macs", 300000) as agent:
             agent.ask("async json MACT_ALL\n")  # what a first dump sets up for all later ones
-            before = resident(agent)
+            before = agent.resident()
             connections = []
             for kind in ("text", "json"):
                 connection = agent.connect()
@@ -121,7 +117,7 @@ class Commands(TestCase):
             while [each["state"] for each in agent.askJson("agent json requests\n")["requests"]
                    ].count("waiting for its reader") != len(connections):
                 pass
-            self.assertLessEqual(resident(agent) - before, len(connections) * 2 * 1024 * 1024)
+            self.assertLessEqual(agent.resident() - before, len(connections) * 2 * 1024 * 1024)
             for connection in connections:
                 connection.close()
 

@@ -253,6 +253,18 @@ class Hardware(TestCase):
                     "chips, or start the agent with a larger --check-memory\n")
             self.assertNothingLeft(agent)
 
+    @unittest.skipIf(kSanitized, "a sanitizer's memory is not the agent's")
+    def test_memory_of_a_large_check_goes_back_to_the_system(self):
+        with Agent("--macs", 400000, "--chips", 1, "--hw-faults", 1) as agent:
+            agent.ask("async text MACT_DIFF\n")  # what a first check sets up for all later ones
+            before = agent.resident()
+            with agent.connect() as unread:
+                unread.sendall(b"async text MACT_MISSING0\n")
+                unread.recv(1)
+                taken = agent.resident() - before
+                self.assertGreater(taken, 16 * 1024 * 1024)
+            waitUntil(lambda: agent.resident() - before < taken / 4)
+
     def test_chips_are_said_to_differ_in_what_there_is(self):
         document = {"version": 1, "switch": {"chips": [
             {"id": 0, "name": "a", "missing": [{"vlan": 10, "mac": "0200.0000.0001"}]}]}}
