@@ -5,7 +5,9 @@
 #include <CLI/CLI.hpp>
 #include <cstdlib>
 #include <limits>
+#include <memory>
 #include <ostream>
+#include <string>
 
 #include "agent/chips/SwitchHardware.h"
 #include "agent/server/SliceScheduler.h"
@@ -17,17 +19,43 @@ namespace KorvoAgent {
 namespace {
 
 constexpr const char* kDescription =
-    "A layer-2 agent of a simulated switch, which answers diagnostic commands on a Unix socket.\n"
-    "Prints \"ready SOCKET\" when it serves; ends on SIGTERM or SIGINT.";
+    "A layer-2 agent of a simulated switch, which answers diagnostic commands on a\n"
+    "Unix socket. Prints \"ready SOCKET\" when it serves; ends on SIGTERM or SIGINT.";
 
 constexpr const char* kFooter =
-    "\nThe tables are filled in this order, each adding to what is there: --chips, --demo, "
-    "--state,\n"
-    "--bridge-json, --macs. An entry that comes again replaces the one before; made-up ones do "
-    "not.\n"
-    "Exit status: 0 after SIGTERM or SIGINT, 1 when the agent cannot serve, 2 for a wrong option "
-    "or\n"
-    "a document that cannot be read.";
+    "\nThe tables are filled in this order, each adding to what is there: --chips,\n"
+    "--demo, --state, --bridge-json, --macs. An entry that comes again replaces the\n"
+    "one before; made-up ones do not.\n"
+    "Exit status: 0 after SIGTERM or SIGINT, 1 when the agent cannot serve, 2 for a\n"
+    "wrong option or a document that cannot be read.";
+
+/** The help text in 80 columns, and the same with every version of the library. */
+class Help final : public CLI::Formatter {
+ public:
+  Help() { column_width(kTextColumn); }
+
+  std::string make_option_opts(const CLI::Option* option) const override {
+    return option->get_type_size() == 0 ? std::string() : " " + option->get_type_name();
+  }
+  std::string make_option_desc(const CLI::Option* option) const override {
+    std::string text = option->get_description();
+    if (!option->get_default_str().empty()) text += " (default " + option->get_default_str() + ")";
+    return folded(text, 80 - kTextColumn);
+  }
+
+ private:
+  static constexpr std::size_t kTextColumn = 30;
+
+  static std::string folded(std::string text, std::size_t width) {
+    for (std::size_t begin = 0; text.size() - begin > width;) {
+      const std::size_t blank = text.rfind(' ', begin + width);
+      if (blank == std::string::npos || blank <= begin) break;
+      text[blank] = '\n';
+      begin = blank + 1;
+    }
+    return text;
+  }
+};
 
 /** A number in a range. CLI11's own check lets "nan" pass. */
 CLI::Validator numberIn(double least, double most) {
@@ -62,10 +90,12 @@ std::optional<int> readAgentOptions(int argc, const char* const* argv, AgentOpti
                                     std::ostream& out, std::ostream& err) {
   CLI::App app(kDescription, "korvo-l2-agent");
   app.footer(kFooter);
+  app.formatter(std::make_shared<Help>());
   app.set_version_flag("--version", std::string("korvo-l2-agent " KORVO_VERSION));
 
   options.socket = "/run/korvo/l2-agent.sock";
-  app.add_option("--socket", options.socket, "Where to serve")
+  app.add_option("--socket", options.socket,
+                 "Where to serve; KORVO_L2_SOCKET in the environment names it, too")
       ->envname("KORVO_L2_SOCKET")
       ->type_name("PATH")
       ->capture_default_str();
@@ -93,11 +123,11 @@ std::optional<int> readAgentOptions(int argc, const char* const* argv, AgentOpti
       ->group(kSwitch);
   app.add_option("--macs", options.macs, "Add this many made-up MAC entries")
       ->type_name("N")
-      ->check(CLI::Range(std::uint64_t{0}, std::uint64_t{10'000'000}))
+      ->check(numberIn(0, 10'000'000))
       ->group(kSwitch);
   app.add_option("--chips", options.chips, "Number of chips")
       ->type_name("N")
-      ->check(CLI::Range(1, 128))
+      ->check(numberIn(1, 128))
       ->group(kSwitch);
   app.add_option("--churn", options.churn, "Learn, move and age this many entries a second")
       ->type_name("RATE")
@@ -114,12 +144,12 @@ std::optional<int> readAgentOptions(int argc, const char* const* argv, AgentOpti
                  "Room for MAC entries in each chip; unless given, three times what the software "
                  "table holds at the start")
       ->type_name("N")
-      ->check(CLI::Range(std::size_t{8}, std::size_t{1} << 30))
+      ->check(numberIn(8, 1 << 30))
       ->excludes(bridgeJson)
       ->group(kHardware);
   app.add_option("--hw-rate", options.hwRate, "MAC entries a second that each chip takes")
       ->type_name("N")
-      ->check(CLI::Range(1.0, 1e9))
+      ->check(numberIn(1, 1e9))
       ->excludes(bridgeJson)
       ->capture_default_str()
       ->group(kHardware);
@@ -127,7 +157,7 @@ std::optional<int> readAgentOptions(int argc, const char* const* argv, AgentOpti
                  "Share of writes to the chips that go wrong, 0 to 1: lost, not carried out, or "
                  "with a wrong port")
       ->type_name("RATE")
-      ->check(CLI::Range(0.0, 1.0))
+      ->check(numberIn(0, 1))
       ->excludes(bridgeJson)
       ->group(kHardware);
 
@@ -171,7 +201,7 @@ std::optional<int> readAgentOptions(int argc, const char* const* argv, AgentOpti
   const auto addLimit = [&](const char* name, std::size_t& limit, const std::string& help) {
     return app.add_option(name, limit, help)
         ->type_name("N")
-        ->check(CLI::Range(1, 1'000'000))
+        ->check(numberIn(1, 1'000'000))
         ->capture_default_str()
         ->group(kLimits);
   };
@@ -200,12 +230,12 @@ std::optional<int> readAgentOptions(int argc, const char* const* argv, AgentOpti
   app.add_option("--slice-rows", options.sliceRows,
                  "Most rows that a slice prints before others get their turn (for tests)")
       ->type_name("N")
-      ->check(CLI::Range(std::uint32_t{1}, std::numeric_limits<std::uint32_t>::max()))
+      ->check(numberIn(1, std::numeric_limits<std::uint32_t>::max()))
       ->group(kDiagnostics);
   app.add_option("--slice-bytes", options.sliceBytes,
                  "Most bytes, about, that a slice prints before others get their turn (for tests)")
       ->type_name("N")
-      ->check(CLI::Range(std::size_t{1}, std::size_t{1} << 30))
+      ->check(numberIn(1, 1 << 30))
       ->group(kDiagnostics);
 
   app.failure_message([](const CLI::App*, const CLI::Error& error) {

@@ -17,6 +17,7 @@ using std::chrono::seconds;
 using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::Not;
 using testing::StartsWith;
 
 class AgentOptionsTest : public testing::Test {
@@ -175,12 +176,14 @@ TEST_F(AgentOptionsTest, WrongOptionsAreExplained) {
       {{"--macs", "10000001"}, "--macs"},
       {{"--macs", "-1"}, "--macs"},
       {{"--macs", "many"}, "--macs"},
+      {{"--macs", "1.5"}, "--macs"},
+      {{"--seed", "1e3"}, "--seed"},
       {{"--churn", "-1"}, "--churn"},
       {{"--churn", "1e9"}, "--churn"},
       {{"--seed", "x"}, "--seed"},
       {{"--client-timeout", "0"}, "--client-timeout"},
       {{"--client-timeout", "nan"}, "--client-timeout"},
-      {{"--slice-rows", "0"}, "--slice-rows"},
+      {{"--slice-rows", "0"}, "--slice-rows: Value 0 not in range 1 to 4294967295"},
       {{"--max-connections", "0"}, "--max-connections"},
       {{"--max-connections-per-user", "0"}, "--max-connections-per-user"},
       {{"--max-unread-answers", "0"}, "--max-unread-answers"},
@@ -241,6 +244,16 @@ TEST_F(AgentOptionsTest, HelpNamesEveryOption) {
     EXPECT_THAT(out.str(), HasSubstr(std::string(option) + " "));
   }
   EXPECT_EQ(err.str(), "");
+}
+
+TEST_F(AgentOptionsTest, HelpFitsATerminalAndNamesDefaults) {
+  EXPECT_EQ(read({"--help"}), kExitOk);
+  std::istringstream lines(out.str());
+  for (std::string line; std::getline(lines, line);) EXPECT_LE(line.size(), 80U) << line;
+  EXPECT_THAT(out.str(), HasSubstr("  --max-checks N              Consistency checks of the MAC "
+                                   "table that run at a\n                              time; "));
+  EXPECT_THAT(out.str(), HasSubstr("(default 4)\n"));
+  EXPECT_THAT(out.str(), Not(HasSubstr("UINT")));
 }
 
 TEST_F(AgentOptionsTest, VersionIsTold) {
