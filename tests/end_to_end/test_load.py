@@ -12,7 +12,8 @@ kShare = 4 if kSanitized else 1
 kChurn = 2000 if kSanitized else 20000
 # So few rows a slice that no dump of the table ends before the agent has taken in all of them.
 kSliceRows = 400
-kClientTimeout = 5
+# Who reads nothing is not given up for that before the test cancels it.
+kClientTimeout = 10 * kPatience
 # What there is of the tracked classes while nobody asks anything. The plain callback shows the words
 # of its last command, here one.
 kLiveAtRest = {"CliCallback": 1, "CliCallback::QelCmdTokens::Entry": 1, "CliCallbackWithFormat": 1,
@@ -149,15 +150,18 @@ class ManyRequests(TestCase):
             return "left"
         if reader.stopped:
             if reader.said:
-                self.assertEqual((done["status"], done["message"]),
-                                 ("client-gone",
-                                  f"nothing of the answer was read for {kClientTimeout} s"))
+                self.assertEqual(done["status"], "cancelled")
             self.assertRaises(ValueError, json.loads, reader.received)
-            return "given up"
+            return "cancelled"
         if reader.said:
             self.assertEqual((done["status"], done["bytes"]), ("ok", len(reader.received)))
         switch.check(reader.line, reader.received)
         return "whole"
+
+    def cancelAll(self, agent):
+        for request in agent.askJson("agent json requests\n")["requests"]:
+            if request["entry"] == "async":
+                agent.ask(f"agent text cancel {request['id']}\n")
 
     def test_two_hundred_dumps_at_once_of_a_table_that_changes(self):
         chance = random.Random(1)
@@ -184,10 +188,12 @@ class ManyRequests(TestCase):
                             for each in requests), len(stuck) + len(dumps))
                     for reader in load.ended():
                         outcomes[self.check(switch, reader)] += 1
+                        if outcomes.total() == len(readers) - len(stuck):
+                            self.cancelAll(agent)
                         if not kSanitized:
                             self.assertEqual(numThreads(agent), 1)
             # A short answer may be at its end before its reader leaves.
-            self.assertEqual(outcomes["given up"], len(stuck))
+            self.assertEqual(outcomes["cancelled"], len(stuck))
             self.assertGreaterEqual(outcomes["left"], len(dumps) // 10 * 2)
             self.assertGreaterEqual(outcomes["whole"], (len(dumps) + len(others)) * 4 // 5)
             self.assertEqual(outcomes.total(), len(readers))

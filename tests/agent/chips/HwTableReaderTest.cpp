@@ -427,6 +427,25 @@ TEST_F(HwTableReaderTest, EveryChipThatAFindingNamesCountsAsMemory) {
   EXPECT_THROW(static_cast<void>(three->readComplete()), Qel::Exception);
 }
 
+TEST_F(HwTableReaderTest, FreeingGoesOnWhileOtherTablesAreRead) {
+  fill(640);
+  startHardware();
+  for (std::uint64_t mac = 1; mac <= 640; ++mac) tamper(0, 10, mac, 9);
+  auto abandoned = askForDiff({0});
+  readAll();
+  ASSERT_EQ(abandoned->entries().size(), 640U);
+  abandoned.reset();
+  letReaderLook();
+  oneBlockAPiece();
+  const auto lacking = askForMissing({0, 1, 2});
+  // Ten pieces of 64 entries each, and as many that read.
+  for (int piece = 0; piece < 20; ++piece) reader().runPiece();
+  EXPECT_EQ(Qel::liveInstances("DiffMacEntry"), 0);
+  EXPECT_EQ(reader().numTables(), 1U) << "the other table is still being read";
+  readAll();
+  EXPECT_TRUE(lacking->readComplete());
+}
+
 TEST_F(HwTableReaderTest, AClosingRequestAloneCompletesATable) {
   startHardware();
   const auto result = askForMissing({});
