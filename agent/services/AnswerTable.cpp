@@ -1,6 +1,9 @@
 #include "agent/services/AnswerTable.h"
 
 #include <algorithm>
+#include <array>
+#include <charconv>
+#include <limits>
 
 #include "platform/base/Exceptions.h"
 #include "platform/rendering/TableRenderer.h"
@@ -56,7 +59,11 @@ void AnswerTable::add(std::string_view text) {
   ends_.push_back(text_.size());
 }
 
-void AnswerTable::addNumber(std::uint64_t number) { add(std::string_view(std::to_string(number))); }
+void AnswerTable::addNumber(std::uint64_t number) {
+  std::array<char, std::numeric_limits<std::uint64_t>::digits10 + 1> digits;
+  text_.append(digits.data(), std::to_chars(digits.begin(), digits.end(), number).ptr);
+  ends_.push_back(text_.size());
+}
 
 void AnswerTable::rowEnd() {
   ++numRows_;
@@ -72,7 +79,7 @@ int AnswerTable::widthOf(std::size_t column) const {
 }
 
 void AnswerTable::print(Answer& answer, const Texts& texts) const {
-  if (size() == 0) {
+  if (size() == 0 && !cutOff_) {
     answer.line(texts.none.empty() ? std::string("No ").append(texts.many).append(".")
                                    : std::string(texts.none));
     return;
@@ -98,12 +105,14 @@ void AnswerTable::print(Answer& answer, const Texts& texts) const {
     table.addRow(cells);
   }
 
-  if (omitted_ != 0) {
-    std::string more = "... " + std::to_string(omitted_) + " more";
+  if (omitted_ != 0 || cutOff_) {
+    std::string more =
+        cutOff_ ? "... and perhaps more" : "... " + std::to_string(omitted_) + " more";
     if (!texts.hint.empty()) more.append("; ").append(texts.hint);
     answer.line(more);
   }
-  std::string count = counted(size(), texts.one, texts.many);
+  std::string count = cutOff_ ? "at least " : "";
+  count += counted(size(), texts.one, texts.many);
   if (!texts.total.empty()) count.append("; ").append(texts.total);
   answer.line(count);
 }

@@ -59,9 +59,14 @@ class Answer {
 
 class AnswerTable {
  public:
-  /** Rows and bytes of cells that a table takes; printing that many takes some ten milliseconds. */
-  static constexpr std::size_t kMaxRows = 10'000;
-  static constexpr std::size_t kMaxBytes = std::size_t{1} << 19;
+  /**
+   * Rows and bytes of cells that a table takes: a row for every VLAN, and no turn of the loop that
+   * others would notice.
+   */
+  static constexpr std::size_t kMaxRows = 4'096;
+  static constexpr std::size_t kMaxBytes = std::size_t{192} * 1024;
+  /** Entries of its source that a command goes over to count them, at some nanoseconds each. */
+  static constexpr std::size_t kMaxCounted = 500'000;
 
   enum Alignment : std::uint8_t { kLeft, kRight };
   struct Column {
@@ -82,21 +87,20 @@ class AnswerTable {
 
   /** Whether further rows are only counted. A caller may then go on with omit() alone. */
   bool full() const noexcept { return numRows_ == kMaxRows || text_.size() >= kMaxBytes; }
-  /** Adds a row, one cell for each column: text, a number, or an optional of either. */
+  /**
+   * Adds a row, one cell for each column: text, a number, or an optional of either; a span of
+   * numbers is a cell for each.
+   */
   template <class... Cells>
   void row(const Cells&... cells) {
     if (full()) return omit(1);
     (add(cells), ...);
     rowEnd();
   }
-  /** The same for a row whose number of cells the source does not tell. */
-  void rowOf(std::span<const std::string> cells) {
-    if (full()) return omit(1);
-    for (const std::string& cell : cells) add(std::string_view(cell));
-    rowEnd();
-  }
   /** Counts rows that are not shown. */
   void omit(std::size_t rows) noexcept { omitted_ += rows; }
+  /** There may be further rows, which are not even counted. */
+  void cutOff() noexcept { cutOff_ = true; }
   /** Rows added, shown or not. */
   std::size_t size() const noexcept { return numRows_ + omitted_; }
 
@@ -108,6 +112,9 @@ class AnswerTable {
   template <std::unsigned_integral T>
   void add(T number) {
     addNumber(number);
+  }
+  void add(std::span<const std::uint32_t> numbers) {
+    for (const std::uint32_t number : numbers) addNumber(number);
   }
   void add(NoneIfZero cell) { cell.number == 0 ? add(std::string_view()) : addNumber(cell.number); }
   template <class T>
@@ -125,6 +132,7 @@ class AnswerTable {
   std::vector<std::size_t> ends_;
   std::size_t numRows_ = 0;
   std::size_t omitted_ = 0;
+  bool cutOff_ = false;
 };
 
 }  // namespace KorvoAgent

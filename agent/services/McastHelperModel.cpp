@@ -13,6 +13,7 @@ namespace {
 constexpr std::string_view kOne = "group";
 constexpr std::string_view kMany = "groups";
 constexpr std::string_view kHint = "select one with HW_MCAST_MCIDX+INDEX";
+constexpr std::size_t kMaxGroupsLookedAt = 8'192;
 
 void makeSet(McastPorts& ports) {
   std::ranges::sort(ports);
@@ -105,11 +106,7 @@ void McastHelperModel::addHwRows(AnswerTable& table, std::uint32_t index,
                                  const ChipSet& present) const {
   for (const Holding& holding : holdings(index, present)) {
     if (holding.ports == nullptr) continue;
-    if (table.full()) {
-      table.omit(1);
-    } else {
-      table.row(index, holding.chips.text(), holding.ports->size(), portsText(*holding.ports));
-    }
+    table.row(index, holding.chips.text(), holding.ports->size(), portsText(*holding.ports));
   }
 }
 
@@ -119,11 +116,7 @@ void McastHelperModel::addDifferences(AnswerTable& table, std::uint32_t index,
   const McastPorts* const shadowPorts = shadow == nullptr ? nullptr : &shadow->ports;
   for (const Holding& holding : holdings(index, present)) {
     if (same(holding.ports, shadowPorts)) continue;
-    if (table.full()) {
-      table.omit(1);
-    } else {
-      table.row(index, holding.chips.text(), sideText(shadowPorts), sideText(holding.ports));
-    }
+    table.row(index, holding.chips.text(), sideText(shadowPorts), sideText(holding.ports));
   }
 }
 
@@ -146,9 +139,15 @@ void McastHelperModel::showHwMcastGroupTable(std::uint32_t socket, bool differen
           group + (differenceOnly ? " is the same in shadow and hardware." : " is on no chip."));
     }
   } else {
+    std::size_t looks = 0;
     for (auto index = firstIndexFrom(0); index;
          index = *index == std::numeric_limits<std::uint32_t>::max() ? std::nullopt
                                                                      : firstIndexFrom(*index + 1)) {
+      // To count the rows of the others would take as long as to show them.
+      if (table.full() || ++looks > kMaxGroupsLookedAt) {
+        table.cutOff();
+        break;
+      }
       (this->*add)(table, *index, present);
     }
   }

@@ -42,7 +42,6 @@ void RouterMacModel::addRow(AnswerTable& table, std::uint16_t vlan, EthAddr mac)
   if (entries == nullptr) return;
   const KorvoL2::MacEntry* const entry = entries->find({vlan, mac});
   if (entry == nullptr || entry->type != KorvoL2::MacEntryType::router) return;
-  if (table.full()) return table.omit(1);
   const bool pending = (entry->flags & KorvoL2::MacEntryFlag::kPending) != 0;
   table.row(vlan, mac.stringValue(), kindOf(mac), entry->intf.stringValue(),
             ChipSet::ofModules(entry->modBitmap).text(),
@@ -55,8 +54,12 @@ void RouterMacModel::handleShowCommand(std::uint32_t socket, EthAddr mac, VlanId
   AnswerTable table(
       {{"VLAN", kRight}, {"MAC address"}, {"Kind"}, {"Interface"}, {"Chips"}, {"State"}});
   const std::vector<EthAddr> known = addresses();
+  // Each row is looked up in a table that may be far larger than the processor's caches.
+  constexpr std::size_t kMaxLooks = 20'000;
+  std::size_t looks = 0;
   const auto addVlan = [&](std::uint16_t number) {
     for (const EthAddr address : known) addRow(table, number, address);
+    looks += known.size();
   };
   std::string none = "No router MAC address";
   switch (kind) {
@@ -65,7 +68,13 @@ void RouterMacModel::handleShowCommand(std::uint32_t socket, EthAddr mac, VlanId
       none += " in VLAN " + vlan.stringValue();
       break;
     case ShowKind::all:
-      for (std::uint16_t number = VlanId::kMin; number <= VlanId::kMax; ++number) addVlan(number);
+      for (std::uint16_t number = VlanId::kMin; number <= VlanId::kMax; ++number) {
+        if (table.full() || looks >= kMaxLooks) {
+          table.cutOff();
+          break;
+        }
+        addVlan(number);
+      }
       break;
     case ShowKind::mac:
       for (std::uint16_t number = VlanId::kMin; number <= VlanId::kMax; ++number) {

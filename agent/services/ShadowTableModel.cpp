@@ -104,7 +104,7 @@ void ShadowTableModel::show(std::uint32_t socket, const Qel::Ptr<ShadowShow>& pa
   AnswerTable table(std::move(columns));
 
   std::size_t invalid = 0;
-  std::vector<std::string> cells;
+  const std::string everyChip = wanted->text();
   const auto add = [&](std::uint32_t index, const ShadowEntry& entry) {
     const ChipSet chips = entry.chips.empty() ? *wanted : entry.chips & *wanted;
     if (chips.empty()) return;
@@ -113,13 +113,13 @@ void ShadowTableModel::show(std::uint32_t socket, const Qel::Ptr<ShadowShow>& pa
       return;
     }
     if (table.full()) return table.omit(1);
-    cells = {std::to_string(index), chips.text(), entry.valid ? "yes" : "no"};
+    const std::string names = entry.chips.empty() ? everyChip : chips.text();
+    const char* const valid = entry.valid ? "yes" : "no";
     if (parameters->raw) {
-      cells.push_back(rawText(entry));
+      table.row(index, names, valid, rawText(entry));
     } else {
-      for (const std::uint32_t field : entry.fields) cells.push_back(std::to_string(field));
+      table.row(index, names, valid, std::span(entry.fields));
     }
-    table.rowOf(cells);
   };
   auto it = entries_.begin();
   if (parameters->entryIdSet) it = entries_.lowerBound({parameters->entryId, 0});

@@ -43,7 +43,10 @@ void SvpManagerModel::showVirtualPorts(std::uint32_t socket) {
     usage.add(port.number);
     table.row(port.number, "vlan", vlan.value(), "");
   }
+  std::size_t counted = 0;
+  const bool all = state_->portToEdgeSvp.size() <= AnswerTable::kMaxCounted;
   for (const auto& [key, port] : state_->portToEdgeSvp) {
+    if (counted++ == AnswerTable::kMaxCounted) break;
     usage.add(port.svp);
     if (table.full()) {
       table.omit(1);
@@ -51,12 +54,14 @@ void SvpManagerModel::showVirtualPorts(std::uint32_t socket) {
       table.row(port.svp, "edge", key.vlan().value(), key.intf().stringValue());
     }
   }
+  if (!all) table.cutOff();
+  const std::string least = all ? "" : "at least ";
   Answer answer(socket);
   answer.line("Virtual ports");
-  answer.fact("In use", std::to_string(usage.used()) + " of " + std::to_string(size_));
+  answer.fact("In use", least + std::to_string(usage.used()) + " of " + std::to_string(size_));
   answer.fact("Of VLANs", ofVlans);
   answer.fact("Of edge interfaces", state_->portToEdgeSvp.size());
-  answer.fact("Used more than once", usage.shared());
+  answer.fact("Used more than once", least + std::to_string(usage.shared()));
   table.print(answer, {.one = "use",
                        .many = "uses",
                        .none = "No virtual port is in use.",

@@ -3,6 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdint>
+#include <span>
+#include <vector>
 
 #include "agent/services/AnswerTable.h"
 #include "platform/base/Exceptions.h"
@@ -79,7 +82,18 @@ TEST(AnswerTableTest, RowsBeyondTheBoundAreCountedOnly) {
   const std::string text =
       printed(table, {.one = "chip", .many = "chips", .hint = "select one with CHIP+N"});
   EXPECT_EQ(std::ranges::count(text, '\n'), static_cast<std::ptrdiff_t>(AnswerTable::kMaxRows + 4));
-  EXPECT_TRUE(text.ends_with("9999  x\n... 42 more; select one with CHIP+N\n10042 chips\n"));
+  EXPECT_TRUE(text.ends_with("4095  x\n... 42 more; select one with CHIP+N\n4138 chips\n"));
+}
+
+TEST(AnswerTableTest, ATableThatIsCutOffSaysThatThereMayBeMore) {
+  AnswerTable table = makeTable();
+  table.cutOff();
+  const AnswerTable::Texts texts{.one = "chip", .many = "chips", .hint = "select one"};
+  EXPECT_EQ(printed(table, texts),
+            "Chip  Name\n----  ----\n... and perhaps more; select one\nat least 0 chips\n");
+  table.row(1U, "a");
+  EXPECT_EQ(printed(table, texts),
+            "Chip  Name\n----  ----\n   1  a\n... and perhaps more; select one\nat least 1 chip\n");
 }
 
 TEST(AnswerTableTest, WideRowsFillATableSooner) {
@@ -92,6 +106,16 @@ TEST(AnswerTableTest, WideRowsFillATableSooner) {
   constexpr std::size_t kShown = AnswerTable::kMaxBytes / 60'000 + 1;
   const std::string more = "\n... " + std::to_string(100 - kShown) + " more\n100 chips\n";
   EXPECT_TRUE(text.ends_with(more));
+}
+
+TEST(AnswerTableTest, ASpanOfNumbersIsACellForEach) {
+  AnswerTable table({{"A", AnswerTable::kRight}, {"B", AnswerTable::kRight}, {"C"}});
+  const std::vector<std::uint32_t> numbers{7, 4'294'967'295};
+  table.row(std::span(numbers), "x");
+  table.row(std::uint64_t{18'446'744'073'709'551'615U}, std::uint8_t{0}, "");
+  EXPECT_EQ(printed(table, {.one = "row", .many = "rows"}),
+            "                   A           B  C\n--------------------  ----------  -\n"
+            "                   7  4294967295  x\n18446744073709551615           0  -\n2 rows\n");
 }
 
 TEST(AnswerTableTest, ARowHasACellForEveryColumn) {

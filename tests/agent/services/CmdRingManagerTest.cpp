@@ -190,7 +190,7 @@ TEST_F(CmdRingManagerTest, ALargeTableIsCutAndSaysHowToGoOn) {
     table.entryIs(i, {.fields = {i % 48, 10, i % 1000, 0}});
   const std::string text = shown(ShadowTableId::vlanXlate);
   EXPECT_TRUE(text.ends_with(
-      "\n... 90000 more; select one with VAL+INDEX, a chip with CHIP+NUMBER\n100000 entries\n"));
+      "\n... 95904 more; select one with VAL+INDEX, a chip with CHIP+NUMBER\n100000 entries\n"));
   parameters_->entryIdSet = true;
   parameters_->entryId = 99'999;
   EXPECT_TRUE(shown(ShadowTableId::vlanXlate).ends_with("\n1 entry\n"));

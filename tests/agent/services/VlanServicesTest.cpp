@@ -194,10 +194,10 @@ TEST_F(VlanServicesTest, ABucketHasOnlySoManySlots) {
   }
   EXPECT_EQ(buckets.size(), EgrVlanXlateManagerModel::kBuckets) << "keys spread";
   EXPECT_TRUE(
-      egress(true).ends_with("\n... 90000 more; the async command EGR_VLAN_XLATE_STATUS lists all\n"
+      egress(true).ends_with("\n... 95904 more; the async command EGR_VLAN_XLATE_STATUS lists all\n"
                              "100000 translations; 1024 of 1024 buckets, 91808 without a slot\n"));
   EXPECT_TRUE(egress(false).ends_with(
-      "\n... 90000 more; the async command EGR_VLAN_XLATE_STATUS lists all\n"
+      "\n... 95904 more; the async command EGR_VLAN_XLATE_STATUS lists all\n"
       "100000 translations\n"));
 }
 
@@ -209,9 +209,9 @@ TEST_F(VlanServicesTest, LargeIngressTablesAreCutAndSayHowToGoOn) {
     }
   }
   EXPECT_TRUE(ingress().ends_with(
-      "\n... 2000 more; the async command VLAN_XLATE_STATUS lists all\n12000 translations\n"));
+      "\n... 7904 more; the async command VLAN_XLATE_STATUS lists all\n12000 translations\n"));
   EXPECT_TRUE(
-      svps().ends_with("\n... 2000 more; ShadowShow+SOURCE_VP+VAL+SVP shows one as the "
+      svps().ends_with("\n... 7904 more; ShadowShow+SOURCE_VP+VAL+SVP shows one as the "
                        "chips have it\n12000 uses\n"));
 }
 
