@@ -185,7 +185,7 @@ std::optional<int> readAgentOptions(int argc, const char* const* argv, AgentOpti
   options.maxUnreadAnswersPerUser = kUnreadPlaces.perUser;
   options.maxRequestsPerUser = 512;
   options.maxChecks = SchedulerPolicy().checks;
-  constexpr std::size_t kMiB = 1024 * 1024;
+  constexpr std::size_t kMiB = std::size_t{1} << 20;
   std::size_t checkMemory = HardwarePolicy().checkMemory / kMiB;
   app.add_option("--client-timeout", clientTimeout,
                  "End a request whose client reads nothing for so long")

@@ -4,7 +4,7 @@
 #
 #   scripts/check.sh BUILD_DIR     BUILD_DIR is configured and built
 #
-# KORVO_TIDY_SECONDS caps clang-tidy's time (default 900); see scripts/tidy.py.
+# KORVO_TIDY_SECONDS caps clang-tidy's time (default 2700); see scripts/tidy.py.
 set -uo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.." || exit 2
 buildDir=$1
@@ -94,7 +94,6 @@ cppcheckSources() {
     --cppcheck-build-dir="$buildDir/cppcheck" -j "${KORVO_JOBS:-$(nproc)}" "${roots[@]}"
 }
 
-# Linters look at each source by itself, with the headers that it includes and no others.
 tidied() {
   cmake --preset lint >"$buildDir/lint.log" 2>&1 || { cat "$buildDir/lint.log" && return 1; }
   /usr/bin/python3 scripts/tidy.py build/lint

@@ -31,7 +31,7 @@ constexpr Qel::Duration kReadingPiece = std::chrono::milliseconds(1);
 // How long a table may stay for nobody. That its report is printed does not tell itself.
 constexpr Qel::Duration kBetweenLooks = std::chrono::milliseconds(20);
 constexpr std::size_t kEntriesPerShrink = 64;
-constexpr std::size_t kMiB = 1024 * 1024;
+constexpr std::size_t kMiB = std::size_t{1} << 20;
 
 // Entries between two looks at the clock. What a block needs is fetched from memory all at once.
 constexpr std::size_t kEntriesPerBlock = 64;

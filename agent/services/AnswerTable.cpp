@@ -60,7 +60,7 @@ void AnswerTable::add(std::string_view text) {
 }
 
 void AnswerTable::addNumber(std::uint64_t number) {
-  std::array<char, std::numeric_limits<std::uint64_t>::digits10 + 1> digits;
+  std::array<char, std::numeric_limits<std::uint64_t>::digits10 + 1> digits{};
   text_.append(digits.data(), std::to_chars(digits.begin(), digits.end(), number).ptr);
   ends_.push_back(text_.size());
 }
