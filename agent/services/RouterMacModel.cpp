@@ -36,6 +36,14 @@ std::string_view RouterMacModel::kindOf(EthAddr mac) const {
   return mac == routing_->virtualRouterMac ? "virtual" : "own";
 }
 
+std::uint32_t RouterMacModel::nextVlan(std::uint32_t from) const {
+  const KorvoL2::MacEntryCollection* const entries =
+      table_ == nullptr ? nullptr : table_->macEntry();
+  if (entries == nullptr || from > VlanId::kMax) return VlanId::kMax + 1U;
+  const auto it = entries->lowerBound({static_cast<std::uint16_t>(from), EthAddr()});
+  return it == entries->end() ? VlanId::kMax + 1U : it->key.vlan();
+}
+
 void RouterMacModel::addRow(AnswerTable& table, std::uint16_t vlan, EthAddr mac) const {
   const KorvoL2::MacEntryCollection* const entries =
       table_ == nullptr ? nullptr : table_->macEntry();
@@ -55,7 +63,7 @@ void RouterMacModel::handleShowCommand(std::uint32_t socket, EthAddr mac, VlanId
       {{"VLAN", kRight}, {"MAC address"}, {"Kind"}, {"Interface"}, {"Chips"}, {"State"}});
   const std::vector<EthAddr> known = addresses();
   // Each row is looked up in a table that may be far larger than the processor's caches.
-  constexpr std::size_t kMaxLooks = 20'000;
+  constexpr std::size_t kMaxLooks = 32'768;
   std::size_t looks = 0;
   const auto addVlan = [&](std::uint16_t number) {
     for (const EthAddr address : known) addRow(table, number, address);
@@ -68,12 +76,13 @@ void RouterMacModel::handleShowCommand(std::uint32_t socket, EthAddr mac, VlanId
       none += " in VLAN " + vlan.stringValue();
       break;
     case ShowKind::all:
-      for (std::uint16_t number = VlanId::kMin; number <= VlanId::kMax; ++number) {
+      for (std::uint32_t number = nextVlan(VlanId::kMin); number <= VlanId::kMax;
+           number = nextVlan(number + 1)) {
         if (table.full() || looks >= kMaxLooks) {
           table.cutOff();
           break;
         }
-        addVlan(number);
+        addVlan(static_cast<std::uint16_t>(number));
       }
       break;
     case ShowKind::mac:

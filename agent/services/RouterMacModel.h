@@ -37,6 +37,8 @@ class RouterMacModel final : public KorvoL2::KorvoRouterMacSm {
  private:
   std::vector<Bridging::EthAddr> addresses() const;
   std::string_view kindOf(Bridging::EthAddr mac) const;
+  /** The first VLAN of the MAC table from `from` on; beyond VlanId::kMax when there is none. */
+  std::uint32_t nextVlan(std::uint32_t from) const;
   void addRow(AnswerTable& table, std::uint16_t vlan, Bridging::EthAddr mac) const;
 
   Qel::Ptr<const KorvoL3::RoutingStatus> routing_;
