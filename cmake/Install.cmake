@@ -60,12 +60,12 @@ install(FILES "${PROJECT_SOURCE_DIR}/packaging/korvo-l2.sysusers"
 
 # --- completions and manual pages
 
-install(FILES "${PROJECT_SOURCE_DIR}/client/completions/korvoctl.bash"
+install(FILES "${PROJECT_BINARY_DIR}/completions/korvoctl.bash"
   DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions" RENAME korvoctl
-  COMPONENT runtime OPTIONAL)
-install(FILES "${PROJECT_SOURCE_DIR}/client/completions/_korvoctl"
-  DESTINATION "${CMAKE_INSTALL_DATADIR}/zsh/site-functions"
-  COMPONENT runtime OPTIONAL)
+  COMPONENT runtime)
+install(FILES "${PROJECT_BINARY_DIR}/completions/korvoctl.zsh"
+  DESTINATION "${CMAKE_INSTALL_DATADIR}/zsh/site-functions" RENAME _korvoctl
+  COMPONENT runtime)
 install(FILES "${PROJECT_SOURCE_DIR}/docs/man/korvoctl.1"
   DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" COMPONENT runtime OPTIONAL)
 install(FILES "${PROJECT_SOURCE_DIR}/docs/man/korvo-l2-agent.8"

@@ -1,8 +1,6 @@
 // That the scripts know the table; what they do in a shell is seen where one runs them.
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <iterator>
 #include <string>
 
 #include "client/CommandTable.h"
@@ -10,19 +8,6 @@
 
 namespace KorvoCtl {
 namespace {
-
-std::string contentsOf(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  EXPECT_TRUE(file) << path;
-  return {std::istreambuf_iterator<char>(file), {}};
-}
-
-TEST(CompletionTest, ScriptsInTheTreeAreThoseOfTheTable) {
-  const std::string folder = KORVO_COMPLETIONS;
-  const std::string advice = "make them anew: tests/docs/run_examples.py --update";
-  EXPECT_TRUE(contentsOf(folder + "/korvoctl.bash") == completionScript("bash")) << advice;
-  EXPECT_TRUE(contentsOf(folder + "/_korvoctl") == completionScript("zsh")) << advice;
-}
 
 TEST(CompletionTest, ScriptsKnowEveryCommandAndItsOptions) {
   for (const char* shell : {"bash", "zsh"}) {

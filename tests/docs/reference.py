@@ -15,8 +15,6 @@ from korvo import kClient, kPatience, kSource
 kBegin = '.\\" Commands: written by tests/docs/run_examples.py --update.'
 kEnd = '.\\" End of commands.'
 kJsonOption = {"name": "--json", "value": None, "help": "Answer in JSON instead of text"}
-kCompletions = {kSource / "client" / "completions" / "korvoctl.bash": "bash",
-                kSource / "client" / "completions" / "_korvoctl": "zsh"}
 
 
 def saidByClient(*words):
@@ -27,11 +25,6 @@ def saidByClient(*words):
 def commandList():
     """`korvoctl commands --json`."""
     return json.loads(saidByClient("commands", "--json"))["commands"]
-
-
-def completion(path):
-    """A completion script as it is now."""
-    return saidByClient("--completion", kCompletions[path])
 
 
 def optionsOf(command):

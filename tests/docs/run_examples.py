@@ -5,9 +5,9 @@
 
 Without FILE, every document of the tree: those at the top, those in docs/ and the manual pages.
 Besides the examples it compares what documents say of commands with what `korvoctl commands --json`
-says: blocks of the kind `usage COMMAND`, the list of commands in korvoctl's manual page, and the
-completion scripts. --update writes all of that anew. To add an example, write its line
-"$ korvoctl ..." into a `console` block and update.
+says: blocks of the kind `usage COMMAND`, and the list of commands in korvoctl's manual page. --update
+writes all of that anew. To add an example, write its line "$ korvoctl ..." into a `console` block and
+update.
 """
 
 import argparse
@@ -35,16 +35,13 @@ def main():
     commands = reference.commandList()
     usages = reference.usageBlocks(commands)
     files = options.files or [*sorted(kSource.glob("*.md")), *sorted((kSource / "docs").glob("*.md")),
-                              *sorted((kSource / "docs" / "man").iterdir()), *reference.kCompletions]
+                              *sorted((kSource / "docs" / "man").iterdir())]
     failed = False
     for path in files:
         text = path.read_text()
         try:
-            if path in reference.kCompletions:
-                new = reference.completion(path)
-            else:
-                new = reference.withCommands(text, commands) if path.name == "korvoctl.1" else text
-                new = examples.renewed(path, new, usages)
+            new = reference.withCommands(text, commands) if path.name == "korvoctl.1" else text
+            new = examples.renewed(path, new, usages)
         except ValueError as error:
             print(f"{path}: {error}")
             failed = True

@@ -9,7 +9,7 @@ import unittest
 
 from korvo import *
 
-kScripts = kSource / "client" / "completions"
+kScripts = kBuild / "completions"
 
 
 class Completion(TestCase):
@@ -106,4 +106,4 @@ class Completion(TestCase):
 
     @unittest.skipUnless(shutil.which("zsh"), "there is no zsh here")
     def test_zsh_reads_its_script(self):
-        subprocess.run(["zsh", "-n", kScripts / "_korvoctl"], check=True, timeout=kPatience)
+        subprocess.run(["zsh", "-n", kScripts / "korvoctl.zsh"], check=True, timeout=kPatience)

@@ -9,8 +9,6 @@ from installed import TestCase, files, kBuild, kLibraries, kPatience, kSource
 
 # Made or written by hand elsewhere in the tree, and installed as soon as they are there.
 kOptional = {
-    "client/completions/korvoctl.bash": "share/bash-completion/completions/korvoctl",
-    "client/completions/_korvoctl": "share/zsh/site-functions/_korvoctl",
     "docs/man/korvoctl.1": "share/man/man1/korvoctl.1",
     "docs/man/korvo-l2-agent.8": "share/man/man8/korvo-l2-agent.8",
 }
@@ -34,6 +32,8 @@ def runtimeFiles():
         f"{kLibraries}/libKorvoPlatform.so.{version.split('.')[0]}",
         "lib/systemd/system/korvo-l2-agent.service",
         "lib/sysusers.d/korvo-l2.conf",
+        "share/bash-completion/completions/korvoctl",
+        "share/zsh/site-functions/_korvoctl",
     } | {installed for source, installed in kOptional.items() if (kSource / source).exists()}
 
 
