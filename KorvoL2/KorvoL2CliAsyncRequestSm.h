@@ -8,4 +8,4 @@
 #include "KorvoL2/KorvoL2CliAsyncRequestSm/L2MacMissingRequestSm.h"         // IWYU pragma: export
 #include "KorvoL2/KorvoL2CliAsyncRequestSm/L2RoutingInfoRequestSm.h"        // IWYU pragma: export
 #include "KorvoL2/KorvoL2CliAsyncRequestSm/L2SwTableRequestSm.h"            // IWYU pragma: export
-#include "KorvoL2/KorvoL2CliAsyncRequestSm/TextHelpers.h"                   // IWYU pragma: export
+#include "KorvoL2/KorvoL2CliAsyncRequestSmBase/TextHelpers.h"               // IWYU pragma: export

@@ -2,8 +2,8 @@
 
 #include <utility>
 
-#include "KorvoL2/KorvoL2CliAsyncRequestSm/TextHelpers.h"
 #include "KorvoL2/KorvoL2CliAsyncRequestSmBase/RequestSmSupport.h"
+#include "KorvoL2/KorvoL2CliAsyncRequestSmBase/TextHelpers.h"
 #include "KorvoL2/Trace.h"
 #include "platform/base/Exceptions.h"
 #include "platform/command/CommandArgument.h"

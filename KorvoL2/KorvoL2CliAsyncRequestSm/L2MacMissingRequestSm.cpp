@@ -4,8 +4,8 @@
 
 #include <utility>
 
-#include "KorvoL2/KorvoL2CliAsyncRequestSm/TextHelpers.h"
 #include "KorvoL2/KorvoL2CliAsyncRequestSmBase/RequestSmSupport.h"
+#include "KorvoL2/KorvoL2CliAsyncRequestSmBase/TextHelpers.h"
 #include "KorvoL2/Trace.h"
 
 namespace KorvoL2 {

@@ -8,8 +8,13 @@ kNotRun = {
             "writes into the documents that are being read",
         "./dev build release && sudo cmake --install build/release":
             "writes to the system; tests/install does it in folders of its own",
-        "platform/   what the plug-in and its host share; depends on nothing here":
-            "no command: folders and what is in them",
+    },
+    "docs/architecture.md": {
+        "                     text/                   texts from outside: UTF-8, escapes, near names": "no command: a picture",
+        ' korvoctl --"async json MACT_ALL"--> Listener -> Connection -> CommandEntries -> callback -> handler -> machine':
+            "no command: a picture",
+        " slice 1          slice 2          slice 3              slice 4": "no command: a picture",
+        " B-tree of fences     10 a            20 c            30 a": "no command: a picture",
     },
     "docs/performance.md": {
         "./dev bench --large           # the README's table: tables of up to ten million rows, four minutes":

@@ -1,6 +1,6 @@
 #include <gmock/gmock.h>
 
-#include "KorvoL2/KorvoL2CliAsyncRequestSm/TextHelpers.h"
+#include "KorvoL2/KorvoL2CliAsyncRequestSmBase/TextHelpers.h"
 
 namespace KorvoL2 {
 namespace {

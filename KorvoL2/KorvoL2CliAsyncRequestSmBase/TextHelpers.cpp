@@ -1,4 +1,4 @@
-#include "KorvoL2/KorvoL2CliAsyncRequestSm/TextHelpers.h"
+#include "KorvoL2/KorvoL2CliAsyncRequestSmBase/TextHelpers.h"
 
 namespace KorvoL2 {
 
