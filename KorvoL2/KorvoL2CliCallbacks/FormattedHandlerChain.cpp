@@ -11,7 +11,7 @@ namespace KorvoL2 {
 namespace {
 
 template <class Class>
-constexpr ChainRow<CliCallbackWithFormat::Handler> row(std::string_view keyword) {
+constexpr ChainRow<CliCallbackWithFormat::Handler> syncRow(std::string_view keyword) {
   return chainRow<CliCallbackWithFormat::Handler, Class>(keyword);
 }
 template <class Class>
@@ -19,11 +19,11 @@ constexpr ChainRow<CliCallbackWithFormat::AsyncHandler> asyncRow(std::string_vie
   return chainRow<CliCallbackWithFormat::AsyncHandler, Class>(keyword);
 }
 
-constexpr std::array kChain{
-    row<CliCallbackWithFormat::VxlanVlanSummaryH>("VXLAN_VLAN_SUMMARY"),
-    row<CliCallbackWithFormat::DefaultH>(""),
+constexpr std::array kSyncChain{
+    syncRow<CliCallbackWithFormat::VxlanVlanSummaryH>("VXLAN_VLAN_SUMMARY"),
+    syncRow<CliCallbackWithFormat::DefaultH>(""),
 };
-static_assert(firstFaultyRow<CliCallbackWithFormat::Handler>(kChain) == kChain.size());
+static_assert(firstFaultyRow<CliCallbackWithFormat::Handler>(kSyncChain) == kSyncChain.size());
 
 constexpr std::array kAsyncChain{
     asyncRow<CliCallbackWithFormat::EgrVlanXlateStatusH>("EGR_VLAN_XLATE_STATUS"),
@@ -42,7 +42,9 @@ static_assert(firstFaultyRow<CliCallbackWithFormat::AsyncHandler>(kAsyncChain) =
 
 }  // namespace
 
-std::span<const ChainRow<CliCallbackWithFormat::Handler>> formattedHandlerChain() { return kChain; }
+std::span<const ChainRow<CliCallbackWithFormat::Handler>> formattedHandlerChain() {
+  return kSyncChain;
+}
 
 std::span<const ChainRow<CliCallbackWithFormat::AsyncHandler>> asyncHandlerChain() {
   return kAsyncChain;

@@ -16,39 +16,39 @@ namespace KorvoL2 {
 namespace {
 
 template <class Class>
-constexpr ChainRow<CliCallback::Handler> row(std::string_view keyword) {
+constexpr ChainRow<CliCallback::Handler> plainRow(std::string_view keyword) {
   return chainRow<CliCallback::Handler, Class>(keyword);
 }
 
-constexpr std::array kChain{
-    row<CliCallback::EcmpOutputIntfTunnelIdH>("EcmpOutputIntfTunnelId"),
-    row<CliCallback::EgrMaskStatusH>("EGR_MASK_STATUS"),
-    row<CliCallback::EgrVlanXlateStatus2H>("EGR_VLAN_XLATE_STATUS_2"),
-    row<CliCallback::FcvdsH>("FCVDS"),
-    row<CliCallback::FcvdvH>("FCVDV"),
-    row<CliCallback::HwFiforegH>("HW_FIFOREG"),
-    row<CliCallback::HwMcastAllH>("HW_MCAST_ALL"),
-    row<CliCallback::HwMcastClearH>("HW_MCAST_CLEAR"),
-    row<CliCallback::HwMcastDiffH>("HW_MCAST_DIFF"),
+constexpr std::array kPlainChain{
+    plainRow<CliCallback::EcmpOutputIntfTunnelIdH>("EcmpOutputIntfTunnelId"),
+    plainRow<CliCallback::EgrMaskStatusH>("EGR_MASK_STATUS"),
+    plainRow<CliCallback::EgrVlanXlateStatus2H>("EGR_VLAN_XLATE_STATUS_2"),
+    plainRow<CliCallback::FcvdsH>("FCVDS"),
+    plainRow<CliCallback::FcvdvH>("FCVDV"),
+    plainRow<CliCallback::HwFiforegH>("HW_FIFOREG"),
+    plainRow<CliCallback::HwMcastAllH>("HW_MCAST_ALL"),
+    plainRow<CliCallback::HwMcastClearH>("HW_MCAST_CLEAR"),
+    plainRow<CliCallback::HwMcastDiffH>("HW_MCAST_DIFF"),
     // With its '+', so that the index follows the keyword at once.
-    row<CliCallback::HwMcastMcidxH>("HW_MCAST_MCIDX+"),
-    row<CliCallback::McastAllH>("MCAST_ALL"),
-    row<CliCallback::PerVlanEntryH>("PER_VLAN_ENTRY"),
-    row<CliCallback::ShadowShowH>("ShadowShow"),
-    row<CliCallback::VlanXlateStatus2H>("VLAN_XLATE_STATUS_2"),
-    row<CliCallback::VxlanDebugStateH>("VXLAN_DEBUG_STATE"),
-    row<CliCallback::VxlanSvpUsageH>("VXLAN_SVP_USAGE"),
-    row<CliCallback::VniEgressFlexCountersSummaryH>("VniEgressFlexCountersSummary"),
-    row<CliCallback::VniEgressFlexCountersValuesH>("VniEgressFlexCountersValues"),
-    row<CliCallback::VniIngressFlexCountersSummaryH>("VniIngressFlexCountersSummary"),
-    row<CliCallback::VniIngressFlexCountersValuesH>("VniIngressFlexCountersValues"),
-    row<CliCallback::VlanVfiMapH>("VlanVfiMap"),
-    row<CliCallback::DefaultH>(""),
+    plainRow<CliCallback::HwMcastMcidxH>("HW_MCAST_MCIDX+"),
+    plainRow<CliCallback::McastAllH>("MCAST_ALL"),
+    plainRow<CliCallback::PerVlanEntryH>("PER_VLAN_ENTRY"),
+    plainRow<CliCallback::ShadowShowH>("ShadowShow"),
+    plainRow<CliCallback::VlanXlateStatus2H>("VLAN_XLATE_STATUS_2"),
+    plainRow<CliCallback::VxlanDebugStateH>("VXLAN_DEBUG_STATE"),
+    plainRow<CliCallback::VxlanSvpUsageH>("VXLAN_SVP_USAGE"),
+    plainRow<CliCallback::VniEgressFlexCountersSummaryH>("VniEgressFlexCountersSummary"),
+    plainRow<CliCallback::VniEgressFlexCountersValuesH>("VniEgressFlexCountersValues"),
+    plainRow<CliCallback::VniIngressFlexCountersSummaryH>("VniIngressFlexCountersSummary"),
+    plainRow<CliCallback::VniIngressFlexCountersValuesH>("VniIngressFlexCountersValues"),
+    plainRow<CliCallback::VlanVfiMapH>("VlanVfiMap"),
+    plainRow<CliCallback::DefaultH>(""),
 };
-static_assert(firstFaultyRow<CliCallback::Handler>(kChain) == kChain.size());
+static_assert(firstFaultyRow<CliCallback::Handler>(kPlainChain) == kPlainChain.size());
 
 }  // namespace
 
-std::span<const ChainRow<CliCallback::Handler>> plainHandlerChain() { return kChain; }
+std::span<const ChainRow<CliCallback::Handler>> plainHandlerChain() { return kPlainChain; }
 
 }  // namespace KorvoL2

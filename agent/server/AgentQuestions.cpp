@@ -16,7 +16,7 @@ namespace {
 
 using Rendering::RendererV2;
 
-std::uint64_t milliseconds(Qel::Duration duration) {
+std::uint64_t wholeMilliseconds(Qel::Duration duration) {
   return static_cast<std::uint64_t>(
       std::chrono::duration_cast<std::chrono::milliseconds>(duration).count());
 }
@@ -108,7 +108,7 @@ void AgentQuestions::status(RendererV2& out) {
   const Memory memory = memoryOfProcess();
   out.openObject();
   out.addAttribute("uptime               %d ms\n", "uptimeMs",
-                   milliseconds(scheduler_.clock().now() - started_));
+                   wholeMilliseconds(scheduler_.clock().now() - started_));
   out.addAttribute("connections          %d\n", "connections",
                    static_cast<std::uint64_t>(numConnections_()));
   out.addAttribute("active requests      %d\n", "activeRequests",
@@ -178,7 +178,7 @@ void AgentQuestions::requests(RendererV2& out) {
     out.addAttribute(" %-22s", "state", stateName(job.state()));
     out.addAttribute(" %12d", "rows", figures.rows);
     out.addAttribute(" %14d", "bytes", figures.bytes);
-    out.addAttribute(" %10d", "elapsedMs", milliseconds(figures.elapsed));
+    out.addAttribute(" %10d", "elapsedMs", wholeMilliseconds(figures.elapsed));
     out.addAttribute(" %s\n", "command", Text::shortened(job.request().command, kShownOfCommand));
     out.closeObject();
   }

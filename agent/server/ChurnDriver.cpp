@@ -12,7 +12,7 @@ constexpr double kShortestInterval = 0.02;
 constexpr double kLongestInterval = 3600;
 
 constexpr std::size_t kEventsPerReading = 64;
-constexpr Qel::Duration kPiece = std::chrono::milliseconds(1);
+constexpr Qel::Duration kTurnShare = std::chrono::milliseconds(1);
 
 }  // namespace
 
@@ -29,7 +29,7 @@ std::optional<Qel::Duration> ChurnDriver::nextDeadline() const {
 
 void ChurnDriver::runPiece() {
   Qel::BudgetTimer timer;
-  timer.start(*clock_, kPiece);
+  timer.start(*clock_, kTurnShare);
   do {
     const Qel::Duration now = clock_->now();
     if (advance_(now, kEventsPerReading) < kEventsPerReading) {

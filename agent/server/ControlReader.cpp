@@ -12,7 +12,7 @@ namespace KorvoAgent {
 
 namespace {
 
-constexpr std::size_t kPiece = std::size_t{16} * 1024;
+constexpr std::size_t kReadPiece = std::size_t{16} * 1024;
 // Room for one more than is taken, so that a second one is seen; what does not fit the kernel
 // drops.
 constexpr std::size_t kDescriptorRoom = 2;
@@ -23,7 +23,7 @@ ControlReader::State ControlReader::read(int socket) {
   for (;;) {
     // Filled by the kernel, as far as it says.
     // NOLINTBEGIN(cppcoreguidelines-pro-type-member-init)
-    std::array<char, kPiece> piece;
+    std::array<char, kReadPiece> piece;
     alignas(cmsghdr) std::array<char, CMSG_SPACE(kDescriptorRoom * sizeof(int))> control;
     // NOLINTEND(cppcoreguidelines-pro-type-member-init)
     iovec data{.iov_base = piece.data(), .iov_len = piece.size()};

@@ -12,7 +12,7 @@ namespace {
 
 // As much as the kernel lets an unprivileged client keep in a socket, and some more.
 constexpr int kMostPieces = 32;
-constexpr std::size_t kPiece = std::size_t{16} * 1024;
+constexpr std::size_t kDrainPiece = std::size_t{16} * 1024;
 
 }  // namespace
 
@@ -21,7 +21,7 @@ void sayToClient(int connection, std::string_view text) noexcept {
 }
 
 Discarded discardInput(int connection) noexcept {
-  std::array<char, kPiece> piece;  // NOLINT(cppcoreguidelines-pro-type-member-init)
+  std::array<char, kDrainPiece> piece;  // NOLINT(cppcoreguidelines-pro-type-member-init)
   Discarded result;
   for (int i = 0; i < kMostPieces; ++i) {
     const ssize_t n = ::recv(connection, piece.data(), piece.size(), MSG_DONTWAIT);

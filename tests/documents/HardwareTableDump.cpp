@@ -21,12 +21,12 @@ using KorvoAgent::HwMacType;
 
 /** What a chip holds for a row: the facts, and how they are put into its table. */
 struct Held {
-  const char* type;
-  unsigned mcastGroup;
-  unsigned classId;
-  const char* port;       ///< the whole name
-  const char* shortPort;  ///< its short form where it has another one
-  HwMacType hwType;
+  const char* type = "";
+  unsigned mcastGroup = 0;
+  unsigned classId = 0;
+  const char* port = "";       ///< the whole name
+  const char* shortPort = "";  ///< its short form where it has another one
+  HwMacType hwType{};
   HwDestination destination{};  ///< unless the port is an interface
   bool discard = false;
   bool invalid = false;
@@ -58,7 +58,7 @@ bool isInterface(const Held& held) {
 
 /** What chip `chip` holds for row `i`; null for nothing. */
 const Held* heldBy(unsigned chip, std::size_t i) {
-  const std::size_t kind = (i * 5 + chip * 3) % (kindsOfRows().size() + 1);
+  const std::size_t kind = (i * 5 + std::size_t{chip} * 3) % (kindsOfRows().size() + 1);
   return kind == kindsOfRows().size() ? nullptr : &kindsOfRows()[kind];
 }
 
@@ -210,8 +210,8 @@ class HardwareTableDump final : public Dump {
   std::vector<std::vector<std::string>> printed_;  // by listed chip
 };
 
-DumpKind kind(std::string name, bool json, bool detail, std::string chips,
-              std::vector<ListedChip> listed) {
+DumpKind kind(std::string name, bool json, bool detail, const std::string& chips,
+              const std::vector<ListedChip>& listed) {
   return {.name = std::move(name),
           .format = json ? Rendering::kJson : Rendering::kText,
           .make = [=] { return std::make_unique<HardwareTableDump>(json, detail, chips, listed); },

@@ -285,9 +285,9 @@ class EgressDump final : public VlanTranslationDump {
 };
 
 template <class Translation>
-DumpKind kind(std::string name, bool json, std::optional<std::size_t> only, std::size_t maxRows,
-              unsigned defaultWindows) {
-  return {.name = std::move(name),
+DumpKind kind(const std::string& name, bool json, std::optional<std::size_t> only,
+              std::size_t maxRows, unsigned defaultWindows) {
+  return {.name = name,
           .format = json ? Rendering::kJson : Rendering::kText,
           .make = [=] { return std::make_unique<Translation>(json, only); },
           .maxRows = maxRows,

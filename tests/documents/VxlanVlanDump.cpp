@@ -54,7 +54,7 @@ struct Row {
 };
 
 unsigned edgeSvp(unsigned vlan, std::size_t intf) {
-  return static_cast<unsigned>(vlan * 16 + intf) % 65536;
+  return static_cast<unsigned>(std::size_t{vlan} * 16 + intf) % 65536;
 }
 
 class VxlanVlanDump final : public Dump {

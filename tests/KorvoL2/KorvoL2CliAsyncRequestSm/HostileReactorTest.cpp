@@ -29,7 +29,7 @@ class Scene final : public MachineFamilies {
   static std::size_t numFamilies() { return Scene(0).families().size(); }
 
   /** At its publication number `at`, or from there on, `deed` is done. */
-  void misbehave(int at, bool fromThenOn, std::function<void()> deed) {
+  void misbehave(int at, bool fromThenOn, const std::function<void()>& deed) {
     machine->publisher().subscribe(
         [this, at, fromThenOn, deed](const Qel::Entity&, std::string_view what) {
           const int now = publications++;

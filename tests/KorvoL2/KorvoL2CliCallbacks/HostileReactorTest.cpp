@@ -83,7 +83,7 @@ class Scene {
     return *formatted;
   }
   /** At its publication number `at`, or from there on, `deed` is done. */
-  void misbehave(int at, bool fromThenOn, std::function<void()> deed) {
+  void misbehave(int at, bool fromThenOn, const std::function<void()>& deed) {
     callback().publisher().subscribe(
         [this, at, fromThenOn, deed](const Qel::Entity&, std::string_view what) {
           const int now = publications++;

@@ -393,9 +393,9 @@ TEST_F(HwTableReaderTest, ATableWhoseFindingsTakeTooMuchMemoryIsGivenUpAndSaysHo
   EXPECT_TRUE(narrower->readComplete()) << "one that finds little has its answer beside them";
   // At least a third of the memory was used, at 300 bytes for the larger kind of finding, and a
   // finding takes no less than what is kept of it.
-  EXPECT_GT(differing->entries().size(), 1024 * 1024 / 3 / 300);
-  EXPECT_LT(differing->entries().size(), 1024 * 1024 / sizeof(DiffMacEntry));
-  EXPECT_LT(lacking->entries().size(), 1024 * 1024 / sizeof(MissingMacEntry));
+  EXPECT_GT(differing->entries().size(), policy_.checkMemory / 3 / 300);
+  EXPECT_LT(differing->entries().size(), policy_.checkMemory / sizeof(DiffMacEntry));
+  EXPECT_LT(lacking->entries().size(), policy_.checkMemory / sizeof(MissingMacEntry));
   // Another request for such a table changes nothing.
   const std::size_t found = differing->entries().size();
   post(differing, 0);

@@ -119,7 +119,7 @@ TEST_F(ServerAnswerTest, WhichArgumentIsWrongIsSaidWhereverItIsRead) {
 
 TEST_F(ServerAnswerTest, WithoutHardwareItsCommandsAreNotReadyAndDoNotReachThePlugIn) {
   const std::string reason = "no chip holds the table";
-  noHardware = [&reason] { return reason; };
+  noHardware = [&reason] { return std::string(reason); };
   for (const std::string command : {"MACT_DIFF0", "MACT_MISSING", "MACT_HW_ALLdetail+0,1"}) {
     formatted->commandSeen.clear();
     std::string answer;

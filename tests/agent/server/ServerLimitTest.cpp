@@ -107,6 +107,7 @@ TEST_F(ServerLimitTest, WhoeverIsTurnedAwayReadsWhyAndTheEndOfFile) {
 TEST_F(ServerLimitTest, OneUsersConnectionsAreBoundedAndOthersDoNotNotice) {
   policy.connections.perUser = 3;
   std::vector<FileDescriptor> clients;
+  clients.reserve(3);
   for (int i = 0; i < 3; ++i) clients.push_back(connect(1000));
   EXPECT_EQ(askAs(1000, "plain text PRINT hello\n"),
             "refused: user 1000 has 3 connections, which is the limit; close one of them and try "
@@ -184,8 +185,8 @@ TEST_F(ServerLimitTest, WhoeverIsAtTheLimitOfRequestsCanAskTheAgentAndCancel) {
 
 TEST_F(ServerLimitTest, QuestionsThatAreNotReadDoNotKeepRequestsOut) {
   policy.connection.requestsPerUser = 1;
-  const std::string long_(std::size_t{4} << 20, 'x');
-  facts.stateDocumentSchema = [&] { return std::string_view(long_); };
+  const std::string schema(std::size_t{4} << 20, 'x');
+  facts.stateDocumentSchema = [&] { return std::string_view(schema); };
   const FileDescriptor question = connect();
   ASSERT_TRUE(sendWith(question.get(), "agent text schema\n"));
   settle();
