@@ -107,7 +107,7 @@ class PlainCommands(TestCase):
 
     def test_the_session_holds_every_keyword_that_the_agent_knows(self):
         source = (kSource / "KorvoL2" / "KorvoL2CliCallbacks" / "PlainHandlerChain.cpp").read_text()
-        keywords = re.findall(r'row<CliCallback::\w+>\("([^"]*)"\)', source)
+        keywords = re.findall(r'Row<CliCallback::\w+>\("([^"]*)"\)', source)
         self.assertEqual(len(keywords), 22)
         commands = list(kSession.values())
         firsts = [next((i for i, c in enumerate(commands) if c.startswith(keyword)), None)
