@@ -63,7 +63,7 @@ void RouterMacModel::handleShowCommand(std::uint32_t socket, EthAddr mac, VlanId
       {{"VLAN", kRight}, {"MAC address"}, {"Kind"}, {"Interface"}, {"Chips"}, {"State"}});
   const std::vector<EthAddr> known = addresses();
   // Each row is looked up in a table that may be far larger than the processor's caches.
-  constexpr std::size_t kMaxLooks = 32'768;
+  constexpr std::size_t kMaxLooks = 16'384;
   std::size_t looks = 0;
   const auto addVlan = [&](std::uint16_t number) {
     for (const EthAddr address : known) addRow(table, number, address);
