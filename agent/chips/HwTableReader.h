@@ -53,8 +53,10 @@ namespace KorvoAgent {
 class HwTableReader final : public KorvoL2::L2TableReadSm, public LoopClient {
   QEL_TRACKED_ALLOCATION(HwTableReader)
  public:
-  /** The chips and the programmer outlive the reader. `resultMemory`: bytes that the findings for
-   * one result table may take. */
+  /**
+   * The chips and the programmer outlive the reader. `resultMemory` is how many bytes the findings
+   * of one result table may take.
+   */
   HwTableReader(Qel::Ptr<const Qel::Clock> clock, Qel::Ptr<const KorvoL2::MacTblShadow> software,
                 HwChips& chips, const HwProgrammer& programmer, std::size_t resultMemory);
   ~HwTableReader() override;

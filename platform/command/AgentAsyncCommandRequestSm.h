@@ -15,16 +15,14 @@
 //  - A yes stays a yes until the slice ends, whatever drains or runs backwards meanwhile: a machine
 //    with a walk inside a walk asks twice.
 //  - It is asked after a row, so every slice prints at least one, whatever the clock does.
-//  - timeSpent() tells of the time alone, and exactly: shouldYield() looks at the clock only now
-//  and
-//    then. It is for machines whose output depends on it, and costs a reading of the clock.
+//  - timeSpent() tells of the time alone, and exactly: shouldYield() looks at the clock only
+//    now and then. It is for machines whose output depends on it, and costs a reading of the clock.
 //  - A walk that comes by long stretches of entries that print nothing asks shouldYieldSilent()
 //    there: it heeds the time and a number of entries and counts no row, so that it changes nothing
 //    about what is printed.
 //  - An exception that leaves runCommand() ends the request; the machine is not called again.
 //  - A reactor may let go of the machine in the middle of a slice, or of the agent's objects that
-//  it
-//    walks: runCommand() holds the machine, and a machine holds what it was given until it goes.
+//    it walks: runCommand() holds the machine, and a machine holds what it was given until it goes.
 //
 // Threading: the agent's event-loop thread only.
 #pragma once
